@@ -1,0 +1,89 @@
+#include "Publisher.h"
+#include "PelgraCore/OutputNaming.h"
+#include "Support/TemporaryFolder.h"
+
+#include <QTest>
+
+#include <fstream>
+
+using namespace Pelgra;
+
+namespace {
+
+void writeText(OutputFile& file, std::string_view text)
+{
+    file.write(std::as_bytes(std::span(text)));
+}
+
+} // namespace
+
+class PublisherTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void numbersFollowEveryTakenName()
+    {
+        TemporaryFolder folder;
+        folder.write("photo.png", "");
+        std::filesystem::create_directory(folder / "photo 2.png");
+        std::filesystem::create_symlink("nowhere", folder / "photo 3.png");
+        QCOMPARE(OutputNaming::siblingURL(folder / "photo.jpg", {}, "png"), folder / "photo 4.png");
+        QCOMPARE(OutputNaming::siblingURL(folder / "scan", "Pages"), folder / "scan Pages");
+        QCOMPARE(OutputNaming::siblingURL(folder / "archive.tar.gz", {}, "pdf"), folder / "archive.tar.pdf");
+        QCOMPARE(OutputNaming::siblingURL(folder / "b\xFF\n.jpg", {}, "png"), folder / "b\xFF\n.png");
+    }
+
+    void nothingIsSeenBeforePublishing()
+    {
+        TemporaryFolder folder;
+        {
+            OutputFile file(folder.path());
+            writeText(file, "half");
+            file.flush();
+            QVERIFY(folder.names().empty());
+        }
+        QVERIFY(folder.names().empty());
+    }
+
+    void publishesUnderTheFirstFreeNameAndReplacesNothing()
+    {
+        TemporaryFolder folder;
+        folder.write("a.txt", "mine");
+        OutputFile file(folder.path());
+        writeText(file, "0123456789");
+        file.writeAt(2, std::as_bytes(std::span("XY", 2)));
+        writeText(file, std::string(300000, 'z'));
+        file.flush();
+        QCOMPARE(file.publish("a", "txt"), folder / "a 2.txt");
+        QCOMPARE(contentOf(folder / "a.txt"), std::string("mine"));
+        QCOMPARE(contentOf(folder / "a 2.txt"), "01XY456789" + std::string(300000, 'z'));
+        QCOMPARE(folder.names().size(), std::size_t{2});
+    }
+
+    void aFolderThatDoesNotExistIsReported()
+    {
+        TemporaryFolder folder;
+        QVERIFY_EXCEPTION_THROWN(OutputFile(folder / "missing"), StorageError);
+        QVERIFY_EXCEPTION_THROWN(OutputFolder(folder / "missing"), StorageError);
+    }
+
+    void aFolderAppearsWholeOrNotAtAll()
+    {
+        TemporaryFolder folder;
+        std::filesystem::create_directory(folder / "Report Pages");
+        {
+            OutputFolder abandoned(folder.path());
+            std::ofstream(abandoned.hiddenPath() / "1.txt") << "one";
+        }
+        QCOMPARE(folder.names(), std::vector<std::string>{"Report Pages"});
+
+        OutputFolder kept(folder.path());
+        std::ofstream(kept.hiddenPath() / "1.txt") << "one";
+        QCOMPARE(kept.publish("Report Pages"), folder / "Report Pages 2");
+        QCOMPARE(contentOf(folder / "Report Pages 2" / "1.txt"), std::string("one"));
+        QCOMPARE(folder.names().size(), std::size_t{2});
+    }
+};
+
+QTEST_GUILESS_MAIN(PublisherTest)
+#include "PublisherTest.moc"

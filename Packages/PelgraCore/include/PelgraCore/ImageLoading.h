@@ -1,0 +1,123 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <new>
+#include <optional>
+#include <span>
+#include <utility>
+#include <vector>
+
+namespace Pelgra {
+
+/// Bytes of a file, a profile or a metadata block.
+using Bytes = std::vector<std::byte>;
+
+/// Leaves new elements uninitialised: every byte of a picture is written by its decoder anyway.
+template <typename T>
+struct UninitializedAllocator : std::allocator<T> {
+    template <typename U>
+    struct rebind {
+        using other = UninitializedAllocator<U>;
+    };
+    template <typename U, typename... Arguments>
+    void construct(U* place, Arguments&&... arguments)
+    {
+        if constexpr (sizeof...(Arguments) == 0)
+            ::new (static_cast<void*>(place)) U;
+        else
+            ::new (static_cast<void*>(place)) U(std::forward<Arguments>(arguments)...);
+    }
+};
+
+/// The pixels of a picture. resize() does not clear new bytes.
+using PixelBuffer = std::vector<std::byte, UninitializedAllocator<std::byte>>;
+
+/// How the colour components of a raster are to be read. Alpha is counted apart.
+enum class ColorModel : std::uint8_t {
+    gray, ///< 1 component, 0 is black
+    rgb, ///< 3 components
+    cmyk, ///< 4 components, 0 is no ink; never with alpha
+};
+
+/// A decoded picture. Rows run from the top, pixels from the left, components interleaved (colour, then alpha),
+/// 8 bits each or 16 bits in the machine's byte order. Alpha is straight, never premultiplied.
+struct RasterImage {
+    int width = 0; ///< pixels, at least 1
+    int height = 0; ///< pixels, at least 1
+    ColorModel model = ColorModel::rgb;
+    bool hasAlpha = false;
+    int bitsPerComponent = 8; ///< 8 or 16
+    std::size_t stride = 0; ///< bytes from one row to the next
+    PixelBuffer pixels; ///< height × stride bytes
+    Bytes iccProfile; ///< the profile of the pixels; empty means sRGB (or its grey, or plain device CMYK)
+
+    int componentCount() const;
+    std::size_t bytesPerPixel() const;
+    std::span<const std::byte> row(int y) const;
+    std::span<std::byte> row(int y);
+
+    /// A picture of this form with tight rows and pixels yet to be written; none when it would exceed pixelByteLimit.
+    static std::optional<RasterImage> make(int width, int height, ColorModel model, bool hasAlpha,
+                                           int bitsPerComponent);
+    /// The most bytes of pixels any one picture may take. Larger ones count as unreadable before anything is
+    /// allocated.
+    static constexpr std::size_t pixelByteLimit = std::size_t{768} << 20;
+    /// Whether a picture of these dimensions stays within the limits.
+    static bool fits(std::uint64_t width, std::uint64_t height, std::size_t bytesPerPixel);
+};
+
+using SharedImage = std::shared_ptr<const RasterImage>;
+
+/// What travels from a photo into its re-encoded copies, as the blocks the formats themselves use.
+struct ImageMetadata {
+    /// A TIFF structure (byte-order mark first, no "Exif" prefix) with the TIFF, EXIF and GPS directories. Orientation
+    /// is 1, the embedded thumbnail and tags that describe the old file's storage are gone. Empty when there is none.
+    Bytes exif;
+    /// IPTC records (IIM 4.2 data sets). Empty when there is none.
+    Bytes iptc;
+    /// An XMP packet that holds nothing but the auxiliary EXIF properties (lens, serial number). Empty when none.
+    Bytes auxiliaryXmp;
+
+    bool isEmpty() const { return exif.empty() && iptc.empty() && auxiliaryXmp.empty(); }
+};
+
+/// An affine map x' = a·x + c·y + tx, y' = b·x + d·y + ty.
+struct AffineTransform {
+    double a = 1, b = 0, c = 0, d = 1, tx = 0, ty = 0;
+    bool operator==(const AffineTransform&) const = default;
+};
+
+/// A picture with what its encoders need to write it again faithfully.
+struct LoadedImage {
+    SharedImage image; ///< pixels as stored, not yet turned; never null
+    unsigned orientation = 1; ///< EXIF orientation (CIPA DC-008) of the stored pixels, 1 to 8
+    double dpiWidth = 72; ///< dots per inch across the upright picture
+    double dpiHeight = 72; ///< dots per inch down the upright picture
+    ImageMetadata metadata;
+
+    int uprightWidth() const; ///< pixels
+    int uprightHeight() const; ///< pixels
+
+    /// Maps the stored pixels onto the upright picture, y pointing up, origin at the lower left, units of pixels.
+    AffineTransform orientationTransform() const;
+
+    /// The picture turned upright, in grey or RGB; with flattenOntoWhite any transparency laid over white. An upright
+    /// opaque picture in grey or RGB is returned as it is, without a copy. Throws EngineError::unsupported(png) when
+    /// the copy cannot be made.
+    SharedImage upright(bool flattenOntoWhite) const;
+};
+
+/// Reads image files. Safe to call from several threads.
+namespace ImageLoader {
+
+/// Decodes the first picture of a file by its extension's format where its content fits, else by its content.
+/// Throws EngineError::unreadable with the given path for whatever cannot be read.
+LoadedImage load(const std::filesystem::path& file);
+
+} // namespace ImageLoader
+
+} // namespace Pelgra

@@ -1,0 +1,58 @@
+#include "FileBytes.h"
+
+#include "PelgraCore/EngineError.h"
+#include "UniqueDescriptor.h"
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Pelgra {
+
+namespace {
+
+/// No file this large is an image; the limit keeps a sparse file from filling the memory.
+constexpr off_t fileSizeLimit = off_t{1} << 30;
+
+} // namespace
+
+int openRegularFile(const std::filesystem::path& file)
+{
+    // Without O_NONBLOCK the open of a pipe would wait for its writer.
+    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (descriptor < 0)
+        return -1;
+    struct stat status { };
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        close(descriptor);
+        return -1;
+    }
+    return descriptor;
+}
+
+Bytes readFile(const std::filesystem::path& file)
+{
+    const UniqueDescriptor descriptor(openRegularFile(file));
+    struct stat status { };
+    if (!descriptor || fstat(descriptor.get(), &status) != 0 || status.st_size <= 0 || status.st_size > fileSizeLimit)
+        throw EngineError::unreadable(file);
+
+    Bytes bytes(static_cast<std::size_t>(status.st_size));
+    std::size_t filled = 0;
+    while (filled < bytes.size()) {
+        const ssize_t count = read(descriptor.get(), bytes.data() + filled, bytes.size() - filled);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            throw EngineError::unreadable(file);
+        if (count == 0)
+            break; // the file shrank meanwhile; what is there may still decode
+        filled += static_cast<std::size_t>(count);
+    }
+    bytes.resize(filled);
+    return bytes;
+}
+
+} // namespace Pelgra

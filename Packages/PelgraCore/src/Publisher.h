@@ -1,0 +1,71 @@
+#pragma once
+
+#include "ByteSink.h"
+#include "UniqueDescriptor.h"
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// The one way outputs reach the disk: complete, flushed, and never in the place of anything else.
+namespace Pelgra {
+
+/// A file that has no name its users could see until it is published. Dropped unpublished, nothing of it remains, even
+/// when the process is killed (where the file system knows unnamed files; elsewhere a hidden temporary name may stay).
+class OutputFile final : public ByteSink {
+public:
+    /// Begins a file for the given folder. Throws StorageError.
+    explicit OutputFile(const std::filesystem::path& directory);
+    OutputFile(OutputFile&& other) noexcept;
+    OutputFile& operator=(OutputFile&&) = delete;
+    ~OutputFile() override;
+
+    void write(std::span<const std::byte> bytes) override;
+    void writeAt(std::size_t offset, std::span<const std::byte> bytes) override;
+
+    /// Passes buffered bytes on and flushes the content to the device. Further writes are a mistake. Throws
+    /// StorageError.
+    void flush();
+
+    /// Gives the flushed file the first free name of the numbering rule in its folder, refusing to replace anything.
+    /// Throws StorageError. The folder itself is flushed by syncFolder().
+    std::filesystem::path publish(std::string_view baseName, std::string_view pathExtension);
+
+private:
+    void writeThrough(std::span<const std::byte> bytes);
+    void drain();
+    /// 0, or the error number; EEXIST when the name is taken.
+    int tryPublish(const std::filesystem::path& target);
+
+    std::filesystem::path m_directory;
+    std::filesystem::path m_temporaryName; ///< empty while the file has no name at all
+    UniqueDescriptor m_descriptor;
+    std::vector<std::byte> m_buffer;
+};
+
+/// A folder of outputs, built under a hidden name beside its final place and removed again unless published.
+class OutputFolder {
+public:
+    /// Makes the hidden folder in the given parent. Throws StorageError.
+    explicit OutputFolder(const std::filesystem::path& parent);
+    OutputFolder(const OutputFolder&) = delete;
+    OutputFolder& operator=(const OutputFolder&) = delete;
+    ~OutputFolder();
+
+    /// Where the folder's files are written until it is published.
+    const std::filesystem::path& hiddenPath() const { return m_hidden; }
+
+    /// Flushes every file and the folder to the device together and gives the folder the first free name of the
+    /// numbering rule. Throws StorageError.
+    std::filesystem::path publish(std::string_view baseName);
+
+private:
+    std::filesystem::path m_parent;
+    std::filesystem::path m_hidden;
+};
+
+/// Flushes a folder's entries to the device. Throws StorageError.
+void syncFolder(const std::filesystem::path& directory);
+
+} // namespace Pelgra

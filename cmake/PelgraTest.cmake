@@ -1,0 +1,15 @@
+# pelgra_add_tests(LABEL label LIBRARIES …): every *Test.cpp of the current folder becomes a test program of that name.
+# The other .cpp files of a folder Support beside it are linked into each.
+function(pelgra_add_tests)
+    cmake_parse_arguments(ARG "" "LABEL" "LIBRARIES" ${ARGN})
+    file(GLOB tests CONFIGURE_DEPENDS *Test.cpp)
+    foreach(source IN LISTS tests)
+        get_filename_component(name ${source} NAME_WE)
+        add_executable(${name} ${source})
+        set_target_properties(${name} PROPERTIES AUTOMOC ON RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+        target_link_libraries(${name} PRIVATE Qt6::Test ${ARG_LIBRARIES} PelgraCompilerSettings)
+        add_test(NAME ${name} COMMAND ${name})
+        set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABEL}" TIMEOUT 300
+            ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_LOGGING_RULES=;ASAN_OPTIONS=detect_leaks=0;UBSAN_OPTIONS=print_stacktrace=1")
+    endforeach()
+endfunction()
