@@ -1,0 +1,97 @@
+# Shared by ./run and ./test: installs missing Debian packages and builds a preset. To be sourced, not run.
+# Quiet when nothing is to do; never asks a question.
+
+pelgra_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+say() {
+    printf 'pelgra: %s\n' "$*" >&2
+}
+
+fail() {
+    say "$@"
+    exit 1
+}
+
+# package_names LIST…: the names in packages/LIST.txt.
+package_names() {
+    local list
+    for list in "$@"; do
+        sed -e 's/#.*//' -e '/^[[:space:]]*$/d' "$pelgra_root/packages/$list.txt"
+    done
+}
+
+# as_root COMMAND…: as it is for root, else through sudo.
+as_root() {
+    if [ "$(id -u)" = 0 ]; then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        fail "packages are missing and neither root rights nor sudo are at hand; as root, install: $*"
+    fi
+}
+
+# ensure_packages LIST…: installs what the lists name and the system lacks.
+ensure_packages() {
+    local stamp="$pelgra_root/build/.packages-$(IFS=-; echo "$*")"
+    # Nothing was installed or removed, and no list has changed, since everything was last found in place.
+    if [ -e "$stamp" ] && [ "$stamp" -nt "$pelgra_root/packages" ] && [ ! /var/lib/dpkg/status -nt "$stamp" ]; then
+        local list newer=
+        for list in "$@"; do
+            [ "$pelgra_root/packages/$list.txt" -nt "$stamp" ] && newer=yes
+        done
+        [ -n "$newer" ] || return 0
+    fi
+    mkdir -p "$pelgra_root/build"
+    if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
+        if [ ! -e "$pelgra_root/build/.no-apt-told" ]; then
+            say "this system has no apt. Pelgra needs what these Debian packages hold; install it by your system's own means:"
+            package_names "$@" | sed 's/^/  /' >&2
+            say "then run this again."
+            touch "$pelgra_root/build/.no-apt-told"
+            exit 1
+        fi
+        return 0
+    fi
+    local missing
+    missing=$(comm -13 <(dpkg-query -W -f '${Package} ${db:Status-Status}\n' | sed -n 's/ installed$//p' | sort -u) \
+        <(package_names "$@" | sort -u))
+    if [ -n "$missing" ]; then
+        install_packages $missing
+    fi
+    touch "$stamp"
+}
+
+# install_packages NAME…: by apt, its output in a log that is shown only when it fails.
+install_packages() {
+    local log="$pelgra_root/build/packages.log"
+    say "installing $# Debian packages (this happens once)…"
+    local options=(-y --no-install-recommends -o DPkg::Lock::Timeout=300 -o Acquire::Retries=3)
+    if ! as_root env DEBIAN_FRONTEND=noninteractive apt-get install "${options[@]}" "$@" >"$log" 2>&1 </dev/null; then
+        # The lists of packages may be missing or old.
+        if ! { as_root apt-get update && as_root env DEBIAN_FRONTEND=noninteractive apt-get install "${options[@]}" "$@"; } \
+            >"$log" 2>&1 </dev/null; then
+            tail -n 20 "$log" >&2
+            fail "installing packages failed; the whole log: $log"
+        fi
+    fi
+}
+
+# build_preset PRESET [TARGET…]: configures if needed and builds; output is shown only when it fails.
+build_preset() {
+    local preset=$1
+    shift
+    local directory="$pelgra_root/build/$preset" log="$pelgra_root/build/$preset.log" targets=("$@")
+    mkdir -p "$pelgra_root/build"
+    if [ ! -e "$directory/build.ninja" ]; then
+        say "building the $preset preset (the first time takes some minutes)…"
+        (cd "$pelgra_root" && cmake --preset "$preset") >"$log" 2>&1 || {
+            tail -n 30 "$log" >&2
+            fail "configuring failed; the whole log: $log"
+        }
+    fi
+    ninja -C "$directory" "${targets[@]}" >"$log" 2>&1 || {
+        grep -E -A8 'FAILED|error' "$log" | head -n 60 >&2 || tail -n 30 "$log" >&2
+        fail "building failed; the whole log: $log"
+    }
+}
