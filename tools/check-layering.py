@@ -7,7 +7,7 @@ import sys
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^">]+)[">]', re.M)
 QT = re.compile(r"^Q[A-Z]\w*$|^Qt\w+/|^private/q")
 # Types that need a running application, and so have no place in the logic layer.
-WINDOWS = re.compile(r"^Q(Widget|Screen|Painter|Application|GuiApplication|Window|Timer|Dialog|Menu|SystemTray|Object|Thread)\w*$")
+WINDOWS = re.compile(r"^Q(Widget|Screen|Painter(?!Path)|Application|GuiApplication|Window|Timer|Dialog|Menu|SystemTray|Object|Thread)\w*$")
 STANDARD = re.compile(r"^[a-z_]+$")
 CODECS = re.compile(r"^(jpeglib|jerror|png|zlib|libdeflate|isa-l|webp/|gif_lib|lcms2|libheif/|tiff|librsvg/|cairo|exiv2/|qpdf/|mupdf/|"
                     r"tesseract/|leptonica/|omp)")

@@ -1,0 +1,61 @@
+#include "Wheel/WheelPetal.h"
+
+#include "PelgraCore/Catalog.h"
+
+#include <string_view>
+
+namespace Pelgra {
+
+namespace {
+
+QString fromUtf8(std::string_view text)
+{
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+} // namespace
+
+std::vector<WheelPetal> WheelPetal::petalsFor(WheelKind kind, std::span<const std::filesystem::path> files)
+{
+    std::vector<WheelPetal> petals;
+    switch (kind) {
+    case WheelKind::convert:
+        for (FileFormat target : Catalog::conversionTargetsFor(files))
+            petals.push_back(format(target));
+        break;
+    case WheelKind::tools:
+        for (FileTool offered : Catalog::toolsFor(files))
+            petals.push_back(tool(offered));
+        break;
+    }
+    return petals;
+}
+
+QString WheelPetal::emptyMessage(WheelKind kind)
+{
+    return fromUtf8(Catalog::emptyMessage(kind == WheelKind::convert));
+}
+
+QString WheelPetal::label() const
+{
+    if (const FileFormat* format = asFormat())
+        return fromUtf8(format->wheelLabel());
+    return fromUtf8(asTool()->wheelLabel());
+}
+
+std::optional<QString> WheelPetal::symbolName() const
+{
+    if (const FileTool* tool = asTool())
+        return fromUtf8(tool->symbolName());
+    return std::nullopt;
+}
+
+} // namespace Pelgra
+
+std::size_t std::hash<Pelgra::WheelPetal>::operator()(const Pelgra::WheelPetal& petal) const noexcept
+{
+    const Pelgra::FileFormat* format = petal.asFormat();
+    const std::size_t payload = std::hash<std::string_view>()(format ? format->rawValue() : petal.asTool()->rawValue());
+    // The case goes in too, so that a format and a tool of equal payload text would differ.
+    return payload * 31 + (format ? 0 : 1);
+}
