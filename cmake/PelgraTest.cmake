@@ -1,8 +1,9 @@
-# pelgra_add_tests(LABEL label LIBRARIES …): every *Test.cpp of the current folder becomes a test program of that name.
+# pelgra_add_tests(LABEL label LIBRARIES …): every *Test.cpp of the current folder and of the folders in it becomes a
+# test program of that name.
 # The other .cpp files of a folder Support beside it are linked into each.
 function(pelgra_add_tests)
     cmake_parse_arguments(ARG "" "LABEL" "LIBRARIES" ${ARGN})
-    file(GLOB tests CONFIGURE_DEPENDS *Test.cpp)
+    file(GLOB tests CONFIGURE_DEPENDS *Test.cpp */*Test.cpp)
     foreach(source IN LISTS tests)
         get_filename_component(name ${source} NAME_WE)
         add_executable(${name} ${source})

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "Settings/ModifierKey.h"
+#include "Settings/PreferencesStore.h"
+
+#include <QObject>
+
+#include <memory>
+
+namespace Pelgra {
+
+/// The user's settings. Every change is announced and stored at once; loading stores nothing. Main thread.
+class Preferences : public QObject {
+    Q_OBJECT
+
+public:
+    explicit Preferences(std::unique_ptr<PreferencesStore> store, QObject* parent = nullptr);
+
+    /// The settings of this process: the user's file, with "-key value" arguments before it. Made on first use, after
+    /// the application object.
+    static Preferences& shared();
+
+    ModifierKey convertKey() const { return m_convertKey; }
+    void setConvertKey(ModifierKey key);
+
+    ModifierKey toolsKey() const { return m_toolsKey; }
+    void setToolsKey(ModifierKey key);
+
+    WheelKeys wheelKeys() const { return {m_convertKey, m_toolsKey}; }
+
+    /// 0.5 to 1.0 after loading; setting does not clamp.
+    double jpegQuality() const { return m_jpegQuality; }
+    void setJPEGQuality(double quality);
+
+    /// Setting it also tells the installed updater.
+    bool checkForUpdatesAutomatically() const { return m_checkForUpdatesAutomatically; }
+    void setCheckForUpdatesAutomatically(bool checks);
+
+    /// The line at the top of the menu.
+    QString menuHint() const;
+
+    /// The warning to show beside the keys while both are the same, else empty.
+    QString sameKeyWarning() const;
+
+Q_SIGNALS:
+    void convertKeyChanged();
+    void toolsKeyChanged();
+    void jpegQualityChanged();
+    void checkForUpdatesAutomaticallyChanged();
+
+private:
+    std::unique_ptr<PreferencesStore> m_store;
+    ModifierKey m_convertKey;
+    ModifierKey m_toolsKey;
+    double m_jpegQuality;
+    bool m_checkForUpdatesAutomatically;
+};
+
+} // namespace Pelgra

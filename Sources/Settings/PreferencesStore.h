@@ -1,0 +1,67 @@
+#pragma once
+
+#include <QHash>
+#include <QSettings>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <memory>
+
+namespace Pelgra {
+
+/// Where settings live between runs. Values are texts, numbers and booleans; a store that keeps text only may hand a
+/// number or boolean back as its text. Main thread.
+class PreferencesStore {
+public:
+    PreferencesStore() = default;
+    PreferencesStore(const PreferencesStore&) = delete;
+    PreferencesStore& operator=(const PreferencesStore&) = delete;
+    virtual ~PreferencesStore() = default;
+
+    /// An invalid variant when there is none.
+    virtual QVariant value(const QString& key) const = 0;
+
+    /// Is kept at once.
+    virtual void setValue(const QString& key, const QVariant& value) = 0;
+};
+
+/// Forgets everything at the end of the process.
+class MemoryPreferencesStore final : public PreferencesStore {
+public:
+    QVariant value(const QString& key) const override { return m_values.value(key); }
+    void setValue(const QString& key, const QVariant& value) override { m_values.insert(key, value); }
+
+private:
+    QHash<QString, QVariant> m_values;
+};
+
+/// An INI file; other processes may write it too.
+class FilePreferencesStore final : public PreferencesStore {
+public:
+    explicit FilePreferencesStore(const QString& file);
+
+    /// The file of this user in the XDG configuration folder.
+    static QString standardFile();
+
+    QVariant value(const QString& key) const override { return m_settings.value(key); }
+    void setValue(const QString& key, const QVariant& value) override;
+
+private:
+    QSettings m_settings;
+};
+
+/// Pairs of arguments "-key value" stand before a store for this run; what is set goes to the store alone.
+class ArgumentPreferencesStore final : public PreferencesStore {
+public:
+    ArgumentPreferencesStore(const QStringList& arguments, std::unique_ptr<PreferencesStore> store);
+
+    QVariant value(const QString& key) const override;
+    void setValue(const QString& key, const QVariant& value) override { m_store->setValue(key, value); }
+
+private:
+    QHash<QString, QString> m_arguments;
+    std::unique_ptr<PreferencesStore> m_store;
+};
+
+} // namespace Pelgra

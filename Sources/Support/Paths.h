@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QString>
+#include <QUrl>
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// The only place where file names, which are bytes, meet Qt's texts and addresses.
+namespace Pelgra {
+
+/// The name as text. Bytes that are no text in the locale's encoding come out as replacement characters: good to show,
+/// never to open.
+QString textFromPath(const std::filesystem::path& path);
+
+std::filesystem::path pathFromText(const QString& text);
+
+/// A file address that keeps every byte.
+QUrl urlFromPath(const std::filesystem::path& path);
+
+/// The file that an address names, or none where it is no file of this machine.
+std::optional<std::filesystem::path> pathFromUrl(const QUrl& url);
+
+/// The same for an address in its encoded form, byte for byte: "file:///b%20c". The scheme is "file", the host empty,
+/// "localhost" or this machine's name, the path absolute; anything else, and a NUL byte, gives none.
+std::optional<std::filesystem::path> pathFromFileAddress(std::string_view address);
+
+/// The encoded address of a file.
+std::string fileAddressFromPath(const std::filesystem::path& path);
+
+} // namespace Pelgra

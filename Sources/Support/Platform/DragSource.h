@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Settings/ModifierKey.h"
+
+#include <QPoint>
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <vector>
+
+namespace Pelgra {
+
+/// The global state that tells of drags between any applications of the desktop. One per process, main thread only.
+/// Nothing here ever waits for the application that drags.
+class DragSource {
+public:
+    DragSource() = default;
+    DragSource(const DragSource&) = delete;
+    DragSource& operator=(const DragSource&) = delete;
+    virtual ~DragSource() = default;
+
+    /// Takes one sample. The values below are those of the latest sample.
+    virtual void refresh() = 0;
+
+    /// Changes whenever a drag begins anywhere, except in this process.
+    virtual std::int64_t changeCount() const = 0;
+
+    virtual bool isPrimaryButtonDown() const = 0;
+
+    /// The modifiers that are down, and those that went down since the sample before and are up again already.
+    virtual ModifierFlags modifierFlags() const = 0;
+
+    /// The dragged files in the source's order, links as they are; empty until they are known, and for drags that
+    /// hold no file. The first call for a new change count begins to read.
+    virtual std::vector<std::filesystem::path> fileURLs() = 0;
+
+    /// Where the pointer is now, in Qt's global logical coordinates (y down).
+    virtual QPoint pointer() const = 0;
+
+    /// Something happened that deserves a sample at once: a modifier went down or the files became known. May be
+    /// called at any time except inside refresh().
+    std::function<void()> onNews;
+
+    /// Escape was pressed while a drag was under way. Drops of this drag are refused from here on.
+    std::function<void()> onEscape;
+};
+
+} // namespace Pelgra

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Support/Platform/Platform.h"
+
+namespace Pelgra {
+
+/// Sees no drag and knows the pointer of this process only: for sessions without X11, and for tests.
+class NullDragSource final : public DragSource {
+public:
+    void refresh() override { }
+    std::int64_t changeCount() const override { return 0; }
+    bool isPrimaryButtonDown() const override { return false; }
+    ModifierFlags modifierFlags() const override { return 0; }
+    std::vector<std::filesystem::path> fileURLs() override { return {}; }
+    QPoint pointer() const override;
+};
+
+/// Delivers nothing; the widget's mask alone shapes it.
+class NullWheelSurface final : public WheelSurface {
+public:
+    void attach(QWidget* panel, DropTarget* target) override;
+    void detach() override;
+    void setInputRegion(const QRegion& logical) override;
+    bool isCompositing() const override { return true; }
+
+private:
+    QWidget* m_panel = nullptr;
+};
+
+class NullPlatform final : public Platform {
+public:
+    DragSource& dragSource() override { return m_dragSource; }
+    WheelSurface& wheelSurface() override { return m_wheelSurface; }
+
+private:
+    NullDragSource m_dragSource;
+    NullWheelSurface m_wheelSurface;
+};
+
+} // namespace Pelgra

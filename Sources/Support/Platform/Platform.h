@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Support/Platform/DragSource.h"
+#include "Support/Platform/WheelSurface.h"
+
+#include <memory>
+
+namespace Pelgra {
+
+/// The desktop as Pelgra needs it, for the session that the process runs in. Created after the QApplication and
+/// destroyed before it; owns what it hands out. Main thread.
+class Platform {
+public:
+    Platform() = default;
+    Platform(const Platform&) = delete;
+    Platform& operator=(const Platform&) = delete;
+    virtual ~Platform() = default;
+
+    /// The one place that chooses: X11 where Qt runs on it, else a platform on which no drag is ever seen.
+    static std::unique_ptr<Platform> forThisSession();
+
+    virtual DragSource& dragSource() = 0;
+    virtual WheelSurface& wheelSurface() = 0;
+};
+
+} // namespace Pelgra

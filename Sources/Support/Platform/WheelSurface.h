@@ -1,0 +1,65 @@
+#pragma once
+
+#include <QPointF>
+#include <QRegion>
+
+#include <filesystem>
+#include <functional>
+#include <vector>
+
+class QWidget;
+
+namespace Pelgra {
+
+/// What a surface delivers a foreign drag to; the wheel's view implements it. Main thread. Points are logical pixels
+/// from the top-left corner of the attached widget, y down. Calls may come up to half a second after the widget was
+/// hidden: the drop of a drag often arrives after the release of the button was seen, so what canDrop() and drop()
+/// answer from must outlast hiding.
+class DropTarget {
+public:
+    DropTarget() = default;
+    DropTarget(const DropTarget&) = delete;
+    DropTarget& operator=(const DropTarget&) = delete;
+    virtual ~DropTarget() = default;
+
+    /// The drag is over this point. True when it would be accepted there (it is on a petal).
+    virtual bool dragMoved(QPointF viewPoint) = 0;
+
+    /// The drag left the surface; it may come back.
+    virtual void dragLeft() = 0;
+
+    /// Whether a drop at this point would be accepted. Changes nothing.
+    virtual bool canDrop(QPointF viewPoint) const = 0;
+
+    /// The files were dropped; `files` may be empty when the source gave none. False refuses.
+    virtual bool drop(const std::vector<std::filesystem::path>& files, QPointF viewPoint) = 0;
+
+    /// The drag is over: after drop() or a refused drop, or, with the button still down, cancelled by Escape.
+    virtual void dragEnded(bool buttonStillDown) = 0;
+};
+
+/// The window system's side of the wheel's window. Main thread.
+class WheelSurface {
+public:
+    WheelSurface() = default;
+    WheelSurface(const WheelSurface&) = delete;
+    WheelSurface& operator=(const WheelSurface&) = delete;
+    virtual ~WheelSurface() = default;
+
+    /// Takes charge of the window of this top-level widget, which need not be visible yet, and delivers drags to
+    /// `target`. Both outlive the surface, or detach() is called first. The widget must not accept drops by itself.
+    virtual void attach(QWidget* panel, DropTarget* target) = 0;
+    virtual void detach() = 0;
+
+    /// Points outside the region belong to the windows below: drags, clicks and movements pass through. In logical
+    /// pixels of the widget, y down. Without a compositing manager the window is also painted only inside.
+    virtual void setInputRegion(const QRegion& logical) = 0;
+
+    /// Whether translucent windows and fading work now.
+    virtual bool isCompositing() const = 0;
+
+    /// isCompositing() changed.
+    std::function<void()> onCompositingChanged;
+};
+
+} // namespace Pelgra
