@@ -28,8 +28,12 @@ public:
     /// StorageError.
     void flush();
 
-    /// Gives the flushed file the first free name of the numbering rule in its folder, refusing to replace anything.
-    /// Throws StorageError. The folder itself is flushed by syncFolder().
+    /// Passes buffered bytes on without waiting for the device: for the files of an OutputFolder, which flushes all of
+    /// them together. Throws StorageError.
+    void finish() { drain(); }
+
+    /// Gives the flushed (or, inside an OutputFolder, finished) file the first free name of the numbering rule in its
+    /// folder, refusing to replace anything. Throws StorageError. The folder itself is flushed by syncFolder().
     std::filesystem::path publish(std::string_view baseName, std::string_view pathExtension);
 
 private:

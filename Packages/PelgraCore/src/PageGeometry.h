@@ -1,0 +1,34 @@
+#pragma once
+
+#include "PelgraCore/PDFRendering.h"
+
+#include <array>
+#include <optional>
+
+namespace Pelgra {
+
+/// A rectangle of a page's default user space: points, x to the right, y up.
+struct PageBox {
+    double left = 0;
+    double bottom = 0;
+    double right = 0;
+    double top = 0;
+
+    double width() const { return right - left; }
+    double height() const { return top - bottom; }
+    bool isEmpty() const { return !(right > left && top > bottom); } // so written that NaN counts as empty
+
+    bool operator==(const PageBox&) const = default;
+};
+
+/// A box of four numbers as a file gives them: any two opposite corners.
+PageBox standardised(const std::array<double, 4>& corners);
+
+/// The part of a page that readers show, before its rotation: the crop box where it overlaps the media box, else the
+/// media box; where that is missing or empty, US Letter. `/UserUnit` has no part in it.
+PageBox visibleBox(const std::optional<PageBox>& mediaBox, const std::optional<PageBox>& cropBox);
+
+/// The size of a box once the page is turned by a multiple of 90 degrees.
+PageSize turnedSize(const PageBox& box, int quarterTurn);
+
+} // namespace Pelgra
