@@ -1,0 +1,32 @@
+#include "CommandLine/HelpText.h"
+
+namespace Pelgra {
+
+std::string_view helpText()
+{
+    return R"(Converts image and PDF files. Every output is a new file beside its input.
+
+Usage:
+  pelgra convert --to FORMAT [OPTION]... FILE...   convert each file
+  pelgra create FILE...                            one PDF with a page for each image
+  pelgra targets FILE...                           the conversions and tools the files allow
+  pelgra wheel                                     start the desktop program
+
+FORMAT is jpg, png, heic, tiff, bmp or pdf for images; jpg, png, heic, tiff, bmp, txt or md for PDFs.
+
+Options of convert:
+  --jpeg-quality NUMBER   0 to 1, as it is 0.9
+  --heic-quality NUMBER   0 to 1, as it is 0.9
+  --dpi NUMBER            dots per inch at which pages become images, as it is 300
+
+Options of every command:
+  --json                  print one JSON object for each result
+  --                      what follows is a file, even where it begins with a dash
+  --help, --version
+
+Prints the path of each output on a line of its own. The exit status is 0 when every output is complete and on disk,
+1 when a job failed, 2 when the command line makes no sense.
+)";
+}
+
+} // namespace Pelgra

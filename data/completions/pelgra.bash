@@ -1,0 +1,28 @@
+# Completion of pelgra(1) for bash.
+_pelgra()
+{
+    local cur=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command= word
+    for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+        case $word in
+            convert | create | targets | wheel) command=$word; break ;;
+            --) break ;;
+        esac
+    done
+    COMPREPLY=()
+    case $previous in
+        --to) COMPREPLY=($(compgen -W "jpg png heic tiff bmp pdf txt md" -- "$cur")); return ;;
+        --jpeg-quality | --heic-quality | --dpi) return ;;
+    esac
+    if [[ $cur == -* ]]; then
+        local options="--json --help --version"
+        [[ $command == convert ]] && options+=" --to --jpeg-quality --heic-quality --dpi"
+        COMPREPLY=($(compgen -W "$options" -- "$cur"))
+    elif [[ -z $command ]]; then
+        COMPREPLY=($(compgen -W "convert create targets wheel" -- "$cur"))
+    else
+        local IFS=$'\n'
+        compopt -o filenames
+        COMPREPLY=($(compgen -f -- "$cur"))
+    fi
+}
+complete -F _pelgra pelgra

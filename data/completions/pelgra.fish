@@ -1,0 +1,14 @@
+# Completion of pelgra(1) for fish.
+set -l commands convert create targets wheel
+complete -c pelgra -n "not __fish_seen_subcommand_from $commands" -f
+complete -c pelgra -n "not __fish_seen_subcommand_from $commands" -a convert -d "Convert each file"
+complete -c pelgra -n "not __fish_seen_subcommand_from $commands" -a create -d "One PDF with a page for each image"
+complete -c pelgra -n "not __fish_seen_subcommand_from $commands" -a targets -d "What the files allow"
+complete -c pelgra -n "not __fish_seen_subcommand_from $commands" -a wheel -d "Start the desktop program"
+complete -c pelgra -n "__fish_seen_subcommand_from convert" -l to -x -a "jpg png heic tiff bmp pdf txt md" -d "Format"
+complete -c pelgra -n "__fish_seen_subcommand_from convert" -l jpeg-quality -x -d "Quality from 0 to 1"
+complete -c pelgra -n "__fish_seen_subcommand_from convert" -l heic-quality -x -d "Quality from 0 to 1"
+complete -c pelgra -n "__fish_seen_subcommand_from convert" -l dpi -x -d "Resolution of page images"
+complete -c pelgra -l json -d "One JSON object for each result"
+complete -c pelgra -l help -d "Show what there is"
+complete -c pelgra -l version -d "Show the version"
