@@ -1,11 +1,15 @@
 # pelgra_add_tests(LABEL label LIBRARIES …): every *Test.cpp of the current folder and of the folders in it becomes a
-# test program of that name.
+# test program of that name. A folder with a CMakeLists.txt of its own is left to that.
 # The other .cpp files of a folder Support beside it are linked into each.
 function(pelgra_add_tests)
     cmake_parse_arguments(ARG "" "LABEL" "LIBRARIES" ${ARGN})
     file(GLOB tests CONFIGURE_DEPENDS *Test.cpp */*Test.cpp)
     foreach(source IN LISTS tests)
         get_filename_component(name ${source} NAME_WE)
+        get_filename_component(folder ${source} DIRECTORY)
+        if(NOT folder STREQUAL CMAKE_CURRENT_SOURCE_DIR AND EXISTS ${folder}/CMakeLists.txt)
+            continue()
+        endif()
         add_executable(${name} ${source})
         set_target_properties(${name} PROPERTIES AUTOMOC ON RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
         target_link_libraries(${name} PRIVATE Qt6::Test ${ARG_LIBRARIES} PelgraCompilerSettings)
