@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QFutureWatcher>
+#include <QObject>
+#include <QPromise>
+#include <QRunnable>
+#include <QThreadPool>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+namespace Pelgra {
+
+/// The pool for work the user waits for: conversions, tools. A thread for each core.
+QThreadPool& jobPool();
+
+/// The pool for work that may come later: thumbnails. Never starved by jobs, at lower priority.
+QThreadPool& utilityPool();
+
+/// Runs `work` on a pool thread and `done` with what it returned on the receiver's thread. When the receiver is gone by
+/// then, nothing is called. `work` must not throw and must touch no object of another thread.
+template <typename Work, typename Done>
+void runInBackground(QObject* receiver, Work work, Done done, QThreadPool& pool = jobPool())
+{
+    using Value = std::invoke_result_t<Work>;
+    // A watcher that is a child of the receiver: QFuture::then with a context object asserts in the worker when the
+    // context has gone meanwhile (Qt 6.4).
+    auto* const watcher = new QFutureWatcher<std::shared_ptr<Value>>(receiver);
+    auto promise = std::make_shared<QPromise<std::shared_ptr<Value>>>();
+    QObject::connect(watcher, &QFutureWatcherBase::finished, receiver, [watcher, done = std::move(done)]() mutable {
+        watcher->deleteLater();
+        if (watcher->future().resultCount() > 0)
+            done(std::move(*watcher->result()));
+    });
+    promise->start();
+    watcher->setFuture(promise->future());
+    pool.start([promise, work = std::move(work)]() mutable {
+        promise->addResult(std::make_shared<Value>(work()));
+        promise->finish();
+    });
+}
+
+} // namespace Pelgra
