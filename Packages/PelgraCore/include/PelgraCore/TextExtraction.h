@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <span>
 #include <string>
@@ -8,8 +9,13 @@
 #include <variant>
 #include <vector>
 
-/// From lines of a page to paragraphs, headings and bullets. Plain text processing: no document, no recogniser.
-/// Texts are UTF-8; counts are of characters (code points).
+namespace Pelgra {
+struct JobControl;
+}
+
+/// A document's text as plain text or Markdown: from the text layer of a page or, where a page has none, from
+/// recognition of its picture. Apart from the two functions of a whole document everything here is plain text
+/// processing without a document or a recogniser. Texts are UTF-8; counts are of characters (code points).
 namespace Pelgra::TextExtraction {
 
 /// One line of a page's text layer.
@@ -19,6 +25,12 @@ struct Line {
     std::int64_t charCount = 0; ///< characters that are not white space
 
     bool operator==(const Line&) const = default;
+};
+
+/// A stretch of a line set in one font.
+struct FontRun {
+    double size = 0; ///< points on the page
+    std::int64_t charCount = 0; ///< characters that are not white space
 };
 
 struct Heading {
@@ -45,12 +57,43 @@ struct RecognizedLine {
 /// The lines of one paragraph of a scan.
 using RecognizedParagraph = std::vector<std::string>;
 
+/// Line feeds for the other kinds of line end. A carriage return before a line feed becomes a space, so that no
+/// character moves; trimming takes the space away.
+std::string normalizedLineEnds(std::string_view text);
+
+/// The line with its dominant font size: of the sizes rounded to half points the one with most characters, of equals
+/// the larger.
+Line lineFrom(std::string text, std::span<const FontRun> runs);
+
+/// The blocks of one page. Sizes are judged against the page's body size, the median weighted by characters.
 std::vector<Block> blocksFrom(std::span<const Line> lines);
+
+/// What follows the marker of a bullet line; none where the trimmed text is no bullet.
 std::optional<std::string> bulletBody(std::string_view text);
+
+/// The lines as running text; a word broken by a hyphen at the end of a line is made whole.
 std::string joinLines(std::span<const std::string> lines);
+
+/// The blocks as Markdown; empty, or ending with a line feed.
 std::string render(std::span<const Block> blocks);
+
+/// Without blanks at the ends of lines and without line breaks at either end of the whole.
 std::string trimTrailingWhitespace(std::string_view text);
+
+/// Puts recognised lines together by their distance; a line above its predecessor begins a new column and paragraph.
 std::vector<RecognizedParagraph> paragraphsFrom(std::span<const RecognizedLine> lines);
+
+/// Paragraphs and bullets; without font sizes there are no headings.
 std::vector<Block> blocksFromOCR(std::span<const RecognizedParagraph> paragraphs);
+
+/// The page's text from its lines; empty when they hold nothing but white space.
+std::string pageTextFrom(std::span<const Line> lines);
+/// The page's text from its recognised paragraphs: a blank line between paragraphs.
+std::string pageTextFrom(std::span<const RecognizedParagraph> paragraphs);
+
+/// The text of a whole document. Page breaks are form feeds in plain text and leave no mark in Markdown. Throw
+/// EngineError::unreadable and noPages; a page that cannot be read is empty.
+std::string plainTextOf(const std::filesystem::path& document, const JobControl& control);
+std::string markdownOf(const std::filesystem::path& document, const JobControl& control);
 
 } // namespace Pelgra::TextExtraction

@@ -1,0 +1,97 @@
+#include "PelgraCore/TextExtraction.h"
+#include "Unicode.h"
+
+#include <algorithm>
+
+namespace Pelgra::TextExtraction {
+
+namespace {
+
+/// Lines further apart than this share of the median line height belong to different paragraphs.
+constexpr double paragraphGapShare = 0.8;
+
+double medianHeightOf(std::span<const RecognizedLine> lines)
+{
+    std::vector<double> heights;
+    for (const RecognizedLine& line : lines)
+        heights.push_back(line.maxY - line.minY);
+    const auto middle = heights.begin() + static_cast<std::ptrdiff_t>(heights.size() / 2);
+    std::ranges::nth_element(heights, middle);
+    return *middle;
+}
+
+/// Collects the lines of one item or paragraph.
+class PendingItem {
+public:
+    explicit PendingItem(std::vector<Block>& blocks)
+        : m_blocks(blocks)
+    {
+    }
+
+    void add(std::string_view text)
+    {
+        if (std::optional<std::string> body = bulletBody(text)) {
+            emit();
+            m_isBullet = true;
+            m_lines.push_back(std::move(*body));
+        } else {
+            m_lines.emplace_back(text);
+        }
+    }
+
+    void emit()
+    {
+        if (!m_lines.empty()) {
+            std::string text = joinLines(m_lines);
+            m_blocks.push_back(m_isBullet ? Block(Bullet{std::move(text)}) : Block(Paragraph{std::move(text)}));
+        }
+        m_lines.clear();
+        m_isBullet = false;
+    }
+
+private:
+    std::vector<Block>& m_blocks;
+    std::vector<std::string> m_lines;
+    bool m_isBullet = false;
+};
+
+} // namespace
+
+std::vector<RecognizedParagraph> paragraphsFrom(std::span<const RecognizedLine> lines)
+{
+    std::vector<RecognizedLine> usable;
+    for (const RecognizedLine& line : lines) {
+        if (!Unicode::isAllSpace(line.text))
+            usable.push_back(line);
+    }
+    if (usable.empty())
+        return {};
+    const double threshold = paragraphGapShare * medianHeightOf(usable);
+    std::vector<RecognizedParagraph> paragraphs;
+    const RecognizedLine* previous = nullptr;
+    for (const RecognizedLine& line : usable) {
+        const bool continues = previous && line.minY <= previous->maxY && previous->minY - line.maxY <= threshold;
+        if (!continues)
+            paragraphs.emplace_back();
+        paragraphs.back().push_back(line.text);
+        previous = &line;
+    }
+    return paragraphs;
+}
+
+std::vector<Block> blocksFromOCR(std::span<const RecognizedParagraph> paragraphs)
+{
+    std::vector<Block> blocks;
+    PendingItem item(blocks);
+    for (const RecognizedParagraph& paragraph : paragraphs) {
+        for (const std::string& line : paragraph) {
+            const std::string_view text = Unicode::trimmedBlanks(line);
+            if (!text.empty())
+                item.add(text);
+        }
+        item.emit();
+    }
+    return blocks;
+}
+
+} // namespace Pelgra::TextExtraction
