@@ -52,8 +52,13 @@ public:
     virtual void detach() = 0;
 
     /// Points outside the region belong to the windows below: drags, clicks and movements pass through. In logical
-    /// pixels of the widget, y down. Without a compositing manager the window is also painted only inside.
+    /// pixels of the widget, y down.
     virtual void setInputRegion(const QRegion& logical) = 0;
+
+    /// All that the wheel paints, in the same coordinates. It is more than the input region: the cards and the capsule
+    /// in the hole of the ring are seen but not hit. Without a compositing manager the window is cut down to it (its
+    /// bounding shape); with one it does not matter.
+    virtual void setPaintedRegion(const QRegion& logical) = 0;
 
     /// Whether translucent windows and fading work now.
     virtual bool isCompositing() const = 0;

@@ -21,6 +21,7 @@ public:
     void attach(QWidget* panel, DropTarget* target) override;
     void detach() override;
     void setInputRegion(const QRegion& logical) override;
+    void setPaintedRegion(const QRegion&) override { }
     bool isCompositing() const override { return true; }
 
 private:

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "Wheel/WheelContent.h"
+
+#include <QPainterPath>
+#include <QPointF>
+
+class QPainter;
+
+/// What stands in the hole of the ring: the dragged files as small cards, and the capsule that tells their size or
+/// number, or names the petal under the pointer. View coordinates, y down.
+namespace Pelgra::WheelCentre {
+
+void paint(QPainter& painter, const WheelContent& content, QPointF center);
+
+/// The outline of all that paint() fills, shadows left out.
+QPainterPath outline(const WheelContent& content, QPointF center);
+
+} // namespace Pelgra::WheelCentre
