@@ -1,0 +1,35 @@
+#include "Encoders.h"
+
+#include "backends/BmpEncoder.h"
+#include "backends/JpegEncoder.h"
+#include "backends/PngEncoder.h"
+#include "PelgraCore/EngineError.h"
+
+namespace Pelgra {
+
+void encodeImage(FileFormat format, RowSource& rows, const EncodeProperties& properties, ByteSink& sink)
+{
+    if (rows.form().model == ColorModel::cmyk)
+        throw std::runtime_error("no raster encoder takes CMYK");
+    switch (format) {
+    case FileFormat::jpg:
+        return encodeJpeg(rows, properties, sink);
+    case FileFormat::png:
+        return encodePng(rows, properties, sink);
+    case FileFormat::bmp:
+        return encodeBmp(rows, properties, sink);
+    case FileFormat::heic:
+    case FileFormat::tiff:
+    case FileFormat::webp:
+    case FileFormat::avif:
+    case FileFormat::svg:
+    case FileFormat::gif:
+    case FileFormat::pdf:
+    case FileFormat::txt:
+    case FileFormat::md:
+        break;
+    }
+    throw EngineError::unsupported(format);
+}
+
+} // namespace Pelgra

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "PelgraCore/ImageLoading.h"
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+/// Edits of the TIFF structure that carries EXIF (TIFF 6.0, CIPA DC-008). Values stay at their offsets wherever that is
+/// possible, because maker notes hold offsets of their own.
+namespace Pelgra::ExifStructure {
+
+/// A field of a directory as it stands in the file.
+struct Field {
+    std::uint16_t tag = 0;
+    std::uint16_t type = 0;
+    std::uint32_t count = 0;
+    std::array<std::byte, 4> value{}; ///< the value itself where it fits, else its offset; in the file's byte order
+};
+
+struct MainDirectory {
+    std::endian order = std::endian::little;
+    std::vector<Field> fields; ///< only such whose values lie inside the structure
+};
+
+/// The first directory; none where the bytes are no TIFF structure.
+std::optional<MainDirectory> mainDirectory(std::span<const std::byte> exif);
+
+/// The structure with this resolution, in dots per inch, in its first directory; a new one where there was none.
+Bytes withResolution(std::span<const std::byte> exif, double dpiWidth, double dpiHeight);
+
+/// The structure written anew without its largest values, so that it takes at most `limit` bytes. Empty when even that
+/// is too much or the bytes are no TIFF structure.
+Bytes reducedTo(std::span<const std::byte> exif, std::size_t limit);
+
+/// Numerator and denominator of a resolution, exact to a ten-thousandth.
+std::array<std::uint32_t, 2> resolutionFraction(double dpi);
+
+} // namespace Pelgra::ExifStructure
