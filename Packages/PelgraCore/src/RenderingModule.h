@@ -1,0 +1,51 @@
+#pragma once
+
+#include "PelgraCore/PDFRendering.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <span>
+#include <stop_token>
+
+namespace Pelgra {
+
+/// The size of a drawn page.
+struct PixelSize {
+    int width = 0;
+    int height = 0;
+    bool operator==(const PixelSize&) const = default;
+
+    std::size_t rowBytes() const { return static_cast<std::size_t>(width) * 3; }
+    /// Bytes of the whole page in 8-bit RGB.
+    std::size_t byteCount() const { return rowBytes() * static_cast<std::size_t>(height); }
+};
+
+/// The pixels a page of the given size takes, scale pixels to the point: the longer side is capped at
+/// PDFRender::maxSide, fractions are cut off, no side is less than 1. None where the size or scale is not positive.
+std::optional<PixelSize> pixelSizeFor(PageSize size, double scale);
+
+/// A document that can also be drawn in parts.
+class PageRenderer : public PDFDocument {
+public:
+    /// Draws rows of a page, from the top one given, into tight rows of 8-bit sRGB that fill the span; the page as a
+    /// whole fills a bitmap of the given size. Parts of a page that are at fault are left out; false where the page
+    /// cannot be fetched or drawn at all, takes too much time or memory, or a stop was requested.
+    virtual bool drawRows(int pageIndex, PixelSize size, int top, std::span<std::byte> pixels,
+                          const std::stop_token& stop) = 0;
+};
+
+/// What libpelgra-rendering.so offers.
+struct RenderingModule {
+    /// Null for what is no document or needs a password.
+    std::unique_ptr<PageRenderer> (*open)(const std::filesystem::path& file);
+};
+
+/// The module "rendering", loaded at the first call.
+const RenderingModule& renderingModule();
+
+/// Opens a document for drawing. Throws EngineError::unreadable(file), also where the module is not installed.
+std::unique_ptr<PageRenderer> openRenderer(const std::filesystem::path& file);
+
+} // namespace Pelgra

@@ -1,0 +1,229 @@
+#include "Document.h"
+
+#include "FileBytes.h"
+#include "PageTree.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <optional>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Pelgra::Rendering {
+
+namespace {
+
+/// Decoded images, fonts and glyphs kept for further pages, in bytes.
+constexpr std::size_t storeLimit = std::size_t{64} << 20;
+constexpr int antialiasingBits = 8;
+
+void ignoreMessage(void*, const char*)
+{
+}
+
+/// The decimal number in the file. MuPDF keeps single precision; 419.04 points at 300 dpi are 1746 pixels only when
+/// the digits that were meant are taken, not what single precision makes of them.
+double exactNumber(fz_context* context, pdf_obj* number)
+{
+    const float value = pdf_to_real(context, number);
+    char digits[32];
+    const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    double exact = 0;
+    std::from_chars(digits, end, exact);
+    return exact;
+}
+
+/// A box of a page, its own or inherited; none where it does not have four numbers.
+std::optional<PageBox> boxOf(fz_context* context, pdf_obj* page, pdf_obj* key)
+{
+    pdf_obj* const array = pdf_dict_get_inheritable(context, page, key);
+    if (pdf_array_len(context, array) < 4)
+        return std::nullopt;
+    std::array<double, 4> corners{};
+    for (int index = 0; index < 4; ++index) {
+        double& corner = corners[static_cast<std::size_t>(index)];
+        corner = exactNumber(context, pdf_array_get(context, array, index));
+        if (!std::isfinite(corner))
+            return std::nullopt;
+    }
+    return standardised(corners);
+}
+
+PageGeometry readGeometry(fz_context* context, pdf_obj* page)
+{
+    const PageBox box = visibleBox(boxOf(context, page, PDF_NAME(MediaBox)), boxOf(context, page, PDF_NAME(CropBox)));
+    const long long degrees = pdf_to_int64(context, pdf_dict_get_inheritable(context, page, PDF_NAME(Rotate)));
+    return {box, snappedRotation(degrees)};
+}
+
+bool isSameBox(const fz_rect& a, const fz_rect& b)
+{
+    constexpr float tolerance = 0.001F;
+    return std::abs(a.x0 - b.x0) <= tolerance && std::abs(a.y0 - b.y0) <= tolerance
+        && std::abs(a.x1 - b.x1) <= tolerance && std::abs(a.y1 - b.y1) <= tolerance;
+}
+
+/// Where the library would clip to another box, puts the valid one in the place of whatever the page has. It would
+/// multiply by the user unit, too, which a displayed size does not count.
+void settleBoxes(fz_context* context, pdf_obj* page)
+{
+    const PageGeometry geometry = readGeometry(context, page);
+    const fz_rect box = {static_cast<float>(geometry.box.left), static_cast<float>(geometry.box.bottom),
+                         static_cast<float>(geometry.box.right), static_cast<float>(geometry.box.top)};
+    fz_rect libraryBox;
+    fz_matrix libraryMatrix;
+    pdf_page_obj_transform(context, page, &libraryBox, &libraryMatrix);
+    if (isSameBox(box, libraryBox) && !pdf_dict_get(context, page, PDF_NAME(UserUnit)))
+        return;
+    pdf_dict_put_rect(context, page, PDF_NAME(MediaBox), box);
+    pdf_dict_put_rect(context, page, PDF_NAME(CropBox), box);
+    pdf_dict_put_int(context, page, PDF_NAME(Rotate), geometry.rotation);
+    pdf_dict_del(context, page, PDF_NAME(UserUnit));
+}
+
+pdf_page* tryLoadPage(fz_context* context, pdf_document* document, int index) noexcept
+{
+    pdf_page* page = nullptr;
+    fz_var(page);
+    fz_try(context)
+    {
+        pdf_obj* const object = pdf_lookup_page_obj(context, document, index);
+        if (pdf_is_dict(context, object)) {
+            settleBoxes(context, object);
+            page = pdf_load_page(context, document, index);
+        }
+    }
+    fz_catch(context)
+    {
+        return nullptr;
+    }
+    return page;
+}
+
+PageGeometry tryGeometry(fz_context* context, pdf_obj* page) noexcept
+{
+    PageGeometry geometry;
+    fz_var(geometry);
+    fz_try(context)
+    {
+        geometry = readGeometry(context, page);
+    }
+    fz_catch(context)
+    {
+        return {};
+    }
+    return geometry;
+}
+
+bool isLocked(fz_context* context, pdf_document* document)
+{
+    return pdf_needs_password(context, document) && !pdf_authenticate_password(context, document, "");
+}
+
+} // namespace
+
+std::unique_ptr<Document> Document::open(const std::filesystem::path& file)
+{
+    std::unique_ptr<Document> document(new Document);
+    document->m_file.reset(openRegularFile(file));
+    if (!document->m_file)
+        return nullptr;
+    document->m_context.reset(fz_new_context(document->m_account.allocator(), nullptr, storeLimit));
+    if (!document->m_context)
+        return nullptr;
+    const Work work(document->m_account);
+    if (!document->readDocument())
+        return nullptr;
+    document->m_pageCount = settlePageTree(document->context(), document->m_document);
+    return document->m_pageCount >= 0 ? std::move(document) : nullptr;
+}
+
+Document::~Document()
+{
+    if (m_document)
+        pdf_drop_document(context(), m_document);
+}
+
+bool Document::readDocument() noexcept
+{
+    fz_context* const context = m_context.get();
+    fz_stream* stream = nullptr;
+    fz_var(stream);
+    fz_try(context)
+    {
+        fz_set_warning_callback(context, ignoreMessage, nullptr);
+        fz_set_error_callback(context, ignoreMessage, nullptr);
+        fz_set_aa_level(context, antialiasingBits);
+        stream = fz_new_stream(
+            context, this,
+            [](fz_context*, fz_stream* self, std::size_t) {
+                return static_cast<Document*>(self->state)->readFromFile(self);
+            },
+            nullptr);
+        stream->seek = [](fz_context*, fz_stream* self, std::int64_t offset, int whence) {
+            static_cast<Document*>(self->state)->seekInFile(self, offset, whence);
+        };
+        m_document = pdf_open_document_with_stream(context, stream);
+        if (isLocked(context, m_document))
+            fz_throw(context, FZ_ERROR_GENERIC, "locked");
+    }
+    fz_always(context)
+    {
+        fz_drop_stream(context, stream);
+    }
+    fz_catch(context)
+    {
+        return false;
+    }
+    return true;
+}
+
+int Document::readFromFile(fz_stream* stream)
+{
+    ssize_t count = 0;
+    do
+        count = pread(m_file.get(), m_buffer, bufferSize, stream->pos);
+    while (count < 0 && errno == EINTR);
+    if (count <= 0)
+        return -1;
+    stream->rp = m_buffer;
+    stream->wp = m_buffer + count;
+    stream->pos += count;
+    return *stream->rp++;
+}
+
+void Document::seekInFile(fz_stream* stream, std::int64_t offset, int whence)
+{
+    if (whence == SEEK_END) {
+        struct stat status { };
+        offset += fstat(m_file.get(), &status) == 0 ? status.st_size : 0;
+    }
+    offset = std::max<std::int64_t>(offset, 0);
+    // The library hops between objects that often lie near each other: what is in the buffer is not read again.
+    const std::int64_t bufferStart = stream->wp ? stream->pos - (stream->wp - m_buffer) : 0;
+    if (stream->wp && offset >= bufferStart && offset < stream->pos) {
+        stream->rp = m_buffer + (offset - bufferStart);
+        return;
+    }
+    stream->pos = offset;
+    stream->rp = stream->wp = m_buffer;
+}
+
+PageHandle Document::loadPage(int index)
+{
+    if (index < 0 || index >= m_pageCount)
+        return PageHandle(nullptr, PageDeleter{context()});
+    return PageHandle(tryLoadPage(context(), m_document, index), PageDeleter{context()});
+}
+
+PageGeometry Document::geometryOf(const PageHandle& page) const
+{
+    return page ? tryGeometry(context(), page->obj) : PageGeometry{};
+}
+
+} // namespace Pelgra::Rendering

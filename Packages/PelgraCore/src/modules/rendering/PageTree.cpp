@@ -1,0 +1,163 @@
+#include "PageTree.h"
+
+#include <cstddef>
+
+namespace Pelgra::Rendering {
+
+namespace {
+
+/// A branch of the tree on the way down.
+struct Branch {
+    pdf_obj* node;
+    pdf_obj* kids;
+    int next; ///< index of the kid to visit
+    int found; ///< pages below so far
+};
+
+/// The walk keeps its own stack: a tree nested a million deep must not overflow the thread's. Everything it holds is
+/// plain data, since the library jumps out of its functions.
+struct Walk {
+    fz_context* context;
+    pdf_document* document;
+    Branch* branches;
+    int depth;
+    int capacity;
+    pdf_mark_bits* visited;
+    pdf_obj* pages; ///< an array
+    bool isAsClaimed;
+};
+
+bool isBranch(fz_context* context, pdf_obj* node)
+{
+    return pdf_is_array(context, pdf_dict_get(context, node, PDF_NAME(Kids)))
+        && !pdf_name_eq(context, pdf_dict_get(context, node, PDF_NAME(Type)), PDF_NAME(Page));
+}
+
+/// How MuPDF tells branches, which must agree for its own look-up to be usable.
+bool isBranchToLibrary(fz_context* context, pdf_obj* node)
+{
+    pdf_obj* const type = pdf_dict_get(context, node, PDF_NAME(Type));
+    if (type)
+        return pdf_name_eq(context, type, PDF_NAME(Pages)) != 0;
+    return pdf_dict_get(context, node, PDF_NAME(Kids)) && !pdf_dict_get(context, node, PDF_NAME(MediaBox));
+}
+
+void enter(Walk* walk, pdf_obj* node)
+{
+    fz_context* const context = walk->context;
+    if (pdf_is_indirect(context, node) && pdf_mark_bits_set(context, walk->visited, node)) {
+        walk->isAsClaimed = false;
+        return;
+    }
+    if (walk->depth == walk->capacity) {
+        const int capacity = walk->capacity * 2 + 16;
+        walk->branches = static_cast<Branch*>(
+            fz_realloc(context, walk->branches, static_cast<std::size_t>(capacity) * sizeof(Branch)));
+        walk->capacity = capacity;
+    }
+    walk->branches[walk->depth++] = {node, pdf_dict_get(context, node, PDF_NAME(Kids)), 0, 0};
+}
+
+void leave(Walk* walk)
+{
+    const Branch branch = walk->branches[--walk->depth];
+    if (pdf_dict_get_int(walk->context, branch.node, PDF_NAME(Count)) != branch.found)
+        walk->isAsClaimed = false;
+    if (walk->depth > 0)
+        walk->branches[walk->depth - 1].found += branch.found;
+}
+
+void visit(Walk* walk, pdf_obj* kid)
+{
+    fz_context* const context = walk->context;
+    if (!pdf_is_dict(context, kid)) {
+        walk->isAsClaimed = false;
+        return;
+    }
+    if (isBranch(context, kid) != isBranchToLibrary(context, kid))
+        walk->isAsClaimed = false;
+    if (isBranch(context, kid)) {
+        enter(walk, kid);
+        return;
+    }
+    if (pdf_array_len(context, walk->pages) >= pageCountLimit)
+        return;
+    pdf_array_push(context, walk->pages, kid);
+    ++walk->branches[walk->depth - 1].found;
+}
+
+void walkFrom(Walk* walk, pdf_obj* root)
+{
+    enter(walk, root);
+    while (walk->depth > 0) {
+        Branch& branch = walk->branches[walk->depth - 1];
+        if (branch.next < pdf_array_len(walk->context, branch.kids))
+            visit(walk, pdf_array_get(walk->context, branch.kids, branch.next++));
+        else
+            leave(walk);
+    }
+}
+
+/// Hangs the pages found directly under a new root.
+void flatten(Walk* walk, pdf_obj* catalog)
+{
+    fz_context* const context = walk->context;
+    const int count = pdf_array_len(context, walk->pages);
+    for (int index = 0; index < count; ++index) {
+        pdf_obj* const page = pdf_array_get(context, walk->pages, index);
+        pdf_dict_put(context, page, PDF_NAME(Type), PDF_NAME(Page));
+        if (!pdf_is_indirect(context, page))
+            pdf_array_put_drop(context, walk->pages, index, pdf_add_object(context, walk->document, page));
+    }
+    pdf_obj* const root = pdf_dict_put_dict(context, catalog, PDF_NAME(Pages), 3);
+    pdf_dict_put(context, root, PDF_NAME(Type), PDF_NAME(Pages));
+    pdf_dict_put_int(context, root, PDF_NAME(Count), count);
+    pdf_dict_put(context, root, PDF_NAME(Kids), walk->pages);
+}
+
+/// The number of pages found, or -1.
+int settleOnce(fz_context* context, pdf_document* document) noexcept
+{
+    Walk walk = {context, document, nullptr, 0, 0, nullptr, nullptr, true};
+    int count = -1;
+    fz_var(walk);
+    fz_var(count);
+    fz_try(context)
+    {
+        pdf_obj* const catalog = pdf_dict_get(context, pdf_trailer(context, document), PDF_NAME(Root));
+        pdf_obj* const root = pdf_dict_get(context, catalog, PDF_NAME(Pages));
+        walk.visited = pdf_new_mark_bits(context, document);
+        walk.pages = pdf_new_array(context, document, 64);
+        if (isBranch(context, root)) {
+            walkFrom(&walk, root);
+        } else if (pdf_name_eq(context, pdf_dict_get(context, root, PDF_NAME(Type)), PDF_NAME(Page))) {
+            pdf_array_push(context, walk.pages, root);
+            walk.isAsClaimed = false;
+        }
+        if (!walk.isAsClaimed)
+            flatten(&walk, catalog);
+        count = pdf_array_len(context, walk.pages);
+    }
+    fz_always(context)
+    {
+        fz_free(context, walk.branches);
+        pdf_drop_mark_bits(context, walk.visited);
+        pdf_drop_obj(context, walk.pages);
+    }
+    fz_catch(context)
+    {
+        count = -1;
+    }
+    return count;
+}
+
+} // namespace
+
+int settlePageTree(fz_context* context, pdf_document* document) noexcept
+{
+    const int count = settleOnce(context, document);
+    // A fault met on the way makes the library rebuild the cross references; the walk then starts again.
+    return count >= 0 ? count : settleOnce(context, document);
+}
+
+} // namespace Pelgra::Rendering

@@ -1,0 +1,157 @@
+#include "Renderer.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace Pelgra::Rendering {
+
+namespace {
+
+/// From the page's own points, y pointing up, to the pixels of its bitmap, y pointing down.
+fz_matrix pixelsOf(const PageGeometry& geometry, PixelSize size)
+{
+    const PageSize shown = geometry.displayedSize();
+    const fz_matrix toOrigin =
+        fz_translate(static_cast<float>(-geometry.box.left), static_cast<float>(-geometry.box.bottom));
+    const auto width = static_cast<float>(geometry.box.width());
+    const auto height = static_cast<float>(geometry.box.height());
+    // Turns the box clockwise, still y up, and back into the quadrant it left.
+    fz_matrix turn = fz_identity;
+    switch (geometry.rotation) {
+    case 90:
+        turn = fz_make_matrix(0, -1, 1, 0, 0, width);
+        break;
+    case 180:
+        turn = fz_make_matrix(-1, 0, 0, -1, width, height);
+        break;
+    case 270:
+        turn = fz_make_matrix(0, 1, -1, 0, height, 0);
+        break;
+    default:
+        break;
+    }
+    const auto scaleX = static_cast<float>(size.width / shown.width);
+    const auto scaleY = static_cast<float>(size.height / shown.height);
+    const fz_matrix flip = fz_make_matrix(scaleX, 0, 0, -scaleY, 0, static_cast<float>(size.height));
+    return fz_concat(fz_concat(toOrigin, turn), flip);
+}
+
+using RunPage = void (*)(fz_context*, pdf_page*, fz_device*, fz_matrix, fz_cookie*);
+
+/// False when memory ran out. Any other fault leaves out what follows it in the page, as viewers do.
+bool runPart(fz_context* context, RunPage run, pdf_page* page, fz_device* device, fz_matrix matrix,
+             fz_cookie* cookie) noexcept
+{
+    bool hadMemory = true;
+    fz_var(hadMemory);
+    fz_try(context)
+    {
+        run(context, page, device, matrix, cookie);
+    }
+    fz_catch(context)
+    {
+        hadMemory = fz_caught(context) != FZ_ERROR_MEMORY;
+    }
+    return hadMemory;
+}
+
+/// Draws into white pixels that fill the area. False when memory ran out.
+bool drawArea(fz_context* context, pdf_page* page, fz_matrix toPixels, fz_irect area, std::byte* pixels,
+              fz_cookie* cookie) noexcept
+{
+    fz_pixmap* pixmap = nullptr;
+    fz_device* device = nullptr;
+    bool isDrawn = false;
+    fz_var(pixmap);
+    fz_var(device);
+    fz_var(isDrawn);
+    fz_try(context)
+    {
+        fz_rect box;
+        fz_matrix ownMatrix;
+        // The library applies a matrix of its own to every page; ours takes its place.
+        pdf_page_transform(context, page, &box, &ownMatrix);
+        const fz_matrix matrix = fz_concat(fz_invert_matrix(ownMatrix), toPixels);
+        pixmap = fz_new_pixmap_with_bbox_and_data(context, fz_device_rgb(context), area, nullptr, 0,
+                                                  reinterpret_cast<unsigned char*>(pixels));
+        device = fz_new_draw_device(context, fz_identity, pixmap);
+        isDrawn = runPart(context, pdf_run_page_contents, page, device, matrix, cookie)
+            && runPart(context, pdf_run_page_annots, page, device, matrix, cookie)
+            && runPart(context, pdf_run_page_widgets, page, device, matrix, cookie);
+        fz_close_device(context, device);
+    }
+    fz_always(context)
+    {
+        fz_drop_device(context, device);
+        fz_drop_pixmap(context, pixmap);
+    }
+    fz_catch(context)
+    {
+        // Layers left open at the end of a faulty page; what was drawn stands.
+        return isDrawn && fz_caught(context) != FZ_ERROR_MEMORY;
+    }
+    return isDrawn;
+}
+
+constexpr auto white = std::byte{0xFF};
+
+} // namespace
+
+Renderer::Renderer(std::unique_ptr<Document> document)
+    : m_document(std::move(document))
+    , m_page(nullptr, PageDeleter{m_document->context()})
+{
+}
+
+const PageHandle& Renderer::pageAt(int index)
+{
+    if (!m_page || m_pageIndex != index) {
+        m_page.reset();
+        m_page = m_document->loadPage(index);
+        m_pageIndex = index;
+    }
+    return m_page;
+}
+
+PageSize Renderer::displayedSize(int pageIndex)
+{
+    const Work work(m_document->account());
+    return m_document->geometryOf(pageAt(pageIndex)).displayedSize();
+}
+
+bool Renderer::drawRows(int pageIndex, PixelSize size, int top, std::span<std::byte> pixels,
+                        const std::stop_token& stop)
+{
+    std::fill(pixels.begin(), pixels.end(), white);
+    const auto isMarked = [pixels] {
+        return std::any_of(pixels.begin(), pixels.end(), [](std::byte value) { return value != white; });
+    };
+    const Work work(m_document->account(), stop, isMarked);
+    const PageHandle& page = pageAt(pageIndex);
+    if (!page)
+        return false;
+    const PageGeometry geometry = m_document->geometryOf(page);
+    const auto rows = static_cast<int>(pixels.size() / size.rowBytes());
+    const bool isDrawn = drawArea(m_document->context(), page.get(), pixelsOf(geometry, size),
+                                  {0, top, size.width, top + rows}, pixels.data(), m_document->account().cookie());
+    return isDrawn && !m_document->account().isCutOff();
+}
+
+std::optional<RasterImage> Renderer::render(int pageIndex, double scale)
+{
+    const std::optional<PixelSize> size = pixelSizeFor(displayedSize(pageIndex), scale);
+    if (!size)
+        return std::nullopt;
+    std::optional<RasterImage> image = RasterImage::make(size->width, size->height, ColorModel::rgb, false, 8);
+    if (!image || !drawRows(pageIndex, *size, 0, image->pixels, {}))
+        return std::nullopt;
+    return image;
+}
+
+std::unique_ptr<PageRenderer> openRenderer(const std::filesystem::path& file)
+{
+    std::unique_ptr<Document> document = Document::open(file);
+    return document ? std::make_unique<Renderer>(std::move(document)) : nullptr;
+}
+
+} // namespace Pelgra::Rendering

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Document.h"
+#include "RenderingModule.h"
+
+namespace Pelgra::Rendering {
+
+/// Draws pages with MuPDF.
+class Renderer final : public PageRenderer {
+public:
+    explicit Renderer(std::unique_ptr<Document> document);
+
+    int pageCount() const override { return m_document->pageCount(); }
+    PageSize displayedSize(int pageIndex) override;
+    std::optional<RasterImage> render(int pageIndex, double scale) override;
+    bool drawRows(int pageIndex, PixelSize size, int top, std::span<std::byte> pixels,
+                  const std::stop_token& stop) override;
+
+private:
+    /// Keeps the page for the next call, since the bands of one page follow each other.
+    const PageHandle& pageAt(int index);
+
+    std::unique_ptr<Document> m_document;
+    PageHandle m_page; ///< to be gone before the document
+    int m_pageIndex = -1;
+};
+
+std::unique_ptr<PageRenderer> openRenderer(const std::filesystem::path& file);
+
+} // namespace Pelgra::Rendering

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <stop_token>
+
+#include <mupdf/fitz.h>
+
+namespace Pelgra::Rendering {
+
+/// What one context may spend. MuPDF allocates through it, and allocation is the one thing it does all the time, so
+/// this is also where time is watched: past the limit every further allocation fails and the cookie asks for an end.
+/// That stops the decoders too, which never look at the cookie.
+class WorkAccount {
+public:
+    /// Bytes MuPDF may hold at once beyond the bitmaps, which are not its own.
+    static constexpr std::size_t memoryLimit = std::size_t{512} << 20;
+
+    WorkAccount();
+    WorkAccount(const WorkAccount&) = delete;
+    WorkAccount& operator=(const WorkAccount&) = delete;
+
+    /// For fz_new_context(). Points to this account, which must outlive the context.
+    const fz_alloc_context* allocator() const { return &m_allocator; }
+
+    /// Begins a piece of work on the calling thread. It ends itself when the stop is requested, after longLimit
+    /// seconds of the thread's processor time, or after shortLimit seconds where `hasResult` then says no.
+    void begin(std::stop_token stop, std::function<bool()> hasResult = {});
+    /// Ends the piece of work; allocation works again whatever became of it.
+    void end();
+
+    /// Whether the work was cut off, by time or a stop.
+    bool isCutOff() const { return m_cookie.abort != 0; }
+    fz_cookie* cookie() { return &m_cookie; }
+
+private:
+    static constexpr double shortLimit = 8;
+    static constexpr double longLimit = 60;
+
+    static void* allocate(void* self, std::size_t size);
+    static void* reallocate(void* self, void* block, std::size_t size);
+    static void release(void* self, void* block);
+    bool mayGrowBy(std::size_t size);
+    void checkTime();
+
+    fz_alloc_context m_allocator{};
+    fz_cookie m_cookie{};
+    std::size_t m_used = 0;
+    bool m_isWorking = false;
+    unsigned m_callsSinceCheck = 0;
+    double m_begin = 0; ///< processor time of the thread in seconds
+    bool m_resultWasSeen = false;
+    std::stop_token m_stop;
+    std::function<bool()> m_hasResult;
+};
+
+/// Holds a piece of work open.
+class Work {
+public:
+    explicit Work(WorkAccount& account, std::stop_token stop = {}, std::function<bool()> hasResult = {})
+        : m_account(account)
+    {
+        m_account.begin(std::move(stop), std::move(hasResult));
+    }
+    Work(const Work&) = delete;
+    Work& operator=(const Work&) = delete;
+    ~Work() { m_account.end(); }
+
+private:
+    WorkAccount& m_account;
+};
+
+} // namespace Pelgra::Rendering
