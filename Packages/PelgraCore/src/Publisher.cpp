@@ -151,6 +151,7 @@ void OutputFile::drain()
 void OutputFile::flush()
 {
     drain();
+    m_buffer = {}; // many finished files may wait for their names
     if (!flushToDevice(m_descriptor.get()))
         throw StorageError();
 }

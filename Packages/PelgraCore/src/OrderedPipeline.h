@@ -1,0 +1,152 @@
+#pragma once
+
+#include "PelgraCore/EngineError.h"
+#include "PelgraCore/JobControl.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstddef>
+#include <exception>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <stop_token>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace Pelgra {
+
+/// The number of threads that work well at once here, at least 1.
+inline int workerCount()
+{
+    return static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+}
+
+/// Prepares items on several threads and takes them on the calling thread strictly in order.
+///
+/// prepare(index) runs on the workers and must be safe there; take(index, item) on the caller. A worker runs ahead of
+/// the caller by `window` items at most. The first failure in order, of prepare or take, is thrown once everything
+/// before it has been taken; what was prepared beyond it is destroyed. With one worker nothing is started and each item
+/// is prepared and taken in turn. Throws JobCancelled soon after a requested stop.
+template <typename Item>
+class OrderedPipeline {
+public:
+    OrderedPipeline(std::size_t count, int workers, std::size_t window, std::stop_token stop)
+        : m_slots(count)
+        , m_workers(static_cast<int>(std::min<std::size_t>(static_cast<std::size_t>(std::max(workers, 1)), count)))
+        , m_window(std::max<std::size_t>(window, 1))
+        , m_stop(std::move(stop))
+    {
+    }
+
+    void run(const std::function<Item(std::size_t)>& prepare, const std::function<void(std::size_t, Item)>& take)
+    {
+        if (m_workers <= 1)
+            return runInTurn(prepare, take);
+        std::vector<std::jthread> threads;
+        const Ending ending(*this); // before the threads are joined, also when take() throws
+        for (int i = 0; i < m_workers; ++i)
+            threads.emplace_back([&] { work(prepare); });
+        for (std::size_t index = 0; index < m_slots.size(); ++index)
+            take(index, await(index));
+    }
+
+private:
+    struct Slot {
+        std::optional<Item> item;
+        std::exception_ptr failure;
+        bool isFilled() const { return item || failure; }
+    };
+
+    /// Tells the workers that nobody waits any more.
+    struct Ending {
+        explicit Ending(OrderedPipeline& owner)
+            : pipeline(owner)
+        {
+        }
+        ~Ending()
+        {
+            const std::lock_guard lock(pipeline.m_mutex);
+            pipeline.m_ended = true;
+            pipeline.m_changed.notify_all();
+        }
+        OrderedPipeline& pipeline;
+    };
+
+    void runInTurn(const std::function<Item(std::size_t)>& prepare, const std::function<void(std::size_t, Item)>& take)
+    {
+        for (std::size_t index = 0; index < m_slots.size(); ++index) {
+            throwIfStopped();
+            take(index, prepare(index));
+        }
+    }
+
+    void throwIfStopped() const
+    {
+        if (m_stop.stop_requested())
+            throw JobCancelled();
+    }
+
+    void work(const std::function<Item(std::size_t)>& prepare)
+    {
+        while (const std::optional<std::size_t> index = claim()) {
+            Slot& slot = m_slots[*index];
+            std::optional<Item> item;
+            std::exception_ptr failure;
+            try {
+                item.emplace(prepare(*index));
+            } catch (...) {
+                failure = std::current_exception();
+            }
+            const std::lock_guard lock(m_mutex);
+            if (failure)
+                m_failed = true; // nothing further is needed; everything before has been claimed already
+            else
+                slot.item.emplace(std::move(*item));
+            slot.failure = std::move(failure);
+            m_changed.notify_all();
+        }
+    }
+
+    /// The next item to prepare, once it is within the window; none when there is nothing left to do.
+    std::optional<std::size_t> claim()
+    {
+        std::unique_lock lock(m_mutex);
+        const auto isOver = [this] {
+            return m_ended || m_failed || m_next == m_slots.size();
+        };
+        m_changed.wait(lock, m_stop, [&] { return isOver() || m_next < m_taken + m_window; });
+        if (isOver() || m_stop.stop_requested())
+            return std::nullopt;
+        return m_next++;
+    }
+
+    Item await(std::size_t index)
+    {
+        std::unique_lock lock(m_mutex);
+        Slot& slot = m_slots[index];
+        m_changed.wait(lock, m_stop, [&] { return slot.isFilled(); });
+        throwIfStopped();
+        m_taken = index + 1;
+        m_changed.notify_all();
+        if (slot.failure)
+            std::rethrow_exception(slot.failure);
+        Item item = std::move(*slot.item);
+        slot.item.reset();
+        return item;
+    }
+
+    std::vector<Slot> m_slots;
+    int m_workers;
+    std::size_t m_window;
+    std::stop_token m_stop;
+    std::mutex m_mutex;
+    std::condition_variable_any m_changed;
+    std::size_t m_next = 0; ///< the first item no worker has claimed
+    std::size_t m_taken = 0; ///< items the caller has taken
+    bool m_ended = false;
+    bool m_failed = false;
+};
+
+} // namespace Pelgra

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "PelgraCore/FileFormat.h"
+#include "PelgraCore/JobControl.h"
+#include "PelgraCore/Models.h"
+#include "Publisher.h"
+
+#include <filesystem>
+#include <functional>
+#include <string_view>
+
+namespace Pelgra {
+
+/// An output that is complete on the device but has no name yet. Destroyed unpublished, nothing of it remains.
+class PreparedOutput {
+public:
+    /// Has the content written for a file that will stand beside the input and be named after it. Throws
+    /// EngineError::writeFailed with the name it would have had when that fails in any way other than an EngineError,
+    /// and JobCancelled when a stop was requested meanwhile.
+    PreparedOutput(const std::filesystem::path& input, std::string_view suffix, std::string_view pathExtension,
+                   const std::stop_token& stop, const std::function<void(ByteSink&)>& write);
+
+    /// Gives it the first free name. The folder is yet to be flushed. Throws EngineError::writeFailed.
+    std::filesystem::path publish();
+
+private:
+    std::filesystem::path m_directory;
+    std::string m_baseName;
+    std::string m_pathExtension;
+    std::optional<OutputFile> m_file;
+};
+
+/// Publishes one output and flushes its folder. Throws EngineError::writeFailed, and then nothing is left.
+JobResult publishAlone(PreparedOutput output);
+
+} // namespace Pelgra
