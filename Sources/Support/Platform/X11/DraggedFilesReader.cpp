@@ -1,0 +1,182 @@
+#include "Support/Platform/X11/DraggedFilesReader.h"
+
+#include "Support/Platform/UriList.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace Pelgra {
+
+namespace {
+
+using std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+/// A source that has not answered by then is hung. Requests queue up in a slow one, so a second would not be faster.
+constexpr auto longestWait = 15s;
+
+/// Pause between rounds for a drag that holds no files, or not yet.
+constexpr auto pauseBetweenRounds = 250ms;
+
+constexpr std::size_t rememberedMotionTimes = 24;
+constexpr int deepestWindow = 12;
+
+} // namespace
+
+void DraggedFilesReader::begin()
+{
+    stop();
+    ask(Stage::plain, m_connection.atoms().uriList, XCB_CURRENT_TIME, m_connection.root());
+}
+
+void DraggedFilesReader::stop()
+{
+    m_stage = Stage::off;
+    m_request.reset();
+    m_motionTimes.clear();
+    m_untried.clear();
+    m_askedForTargets = false;
+    m_knowsNoFiles = false;
+    m_files.clear();
+}
+
+void DraggedFilesReader::proceed()
+{
+    if (m_request && m_request->age() > longestWait) {
+        m_request.reset();
+        m_stage = Stage::givenUp;
+    }
+    if (m_stage == Stage::resting && steady_clock::now() >= m_restUntil)
+        ask(Stage::plain, m_connection.atoms().uriList, XCB_CURRENT_TIME, m_connection.root());
+}
+
+void DraggedFilesReader::handle(const xcb_generic_event_t& event)
+{
+    if (!m_request)
+        return;
+    m_request->handle(event);
+    if (m_request->state() != SelectionRequest::State::waiting)
+        evaluate();
+}
+
+void DraggedFilesReader::addMotionTime(xcb_timestamp_t time)
+{
+    m_motionTimes.push_front(time);
+    if (m_motionTimes.size() > rememberedMotionTimes)
+        m_motionTimes.pop_back();
+}
+
+bool DraggedFilesReader::wantsMotionTimes() const
+{
+    return !m_knowsNoFiles && m_stage != Stage::off && m_stage != Stage::known && m_stage != Stage::givenUp;
+}
+
+void DraggedFilesReader::ask(Stage stage, xcb_atom_t target, xcb_timestamp_t time, xcb_window_t parent)
+{
+    m_stage = stage;
+    m_request =
+        std::make_unique<SelectionRequest>(m_connection, m_connection.atoms().xdndSelection, target, time, parent);
+}
+
+void DraggedFilesReader::evaluate()
+{
+    const std::unique_ptr<SelectionRequest> request = std::move(m_request);
+    if (request->state() == SelectionRequest::State::refused) {
+        tryNext();
+        return;
+    }
+    if (m_stage == Stage::targets) {
+        m_knowsNoFiles = offersNoFiles(request->data());
+        if (m_knowsNoFiles)
+            rest(pauseBetweenRounds);
+        else
+            tryNext();
+        return;
+    }
+    m_files = filesOfUriList(request->data());
+    if (m_files.empty())
+        rest(pauseBetweenRounds); // addresses of the web, say
+    else
+        m_stage = Stage::known;
+}
+
+void DraggedFilesReader::tryNext()
+{
+    const xcb_atom_t uriList = m_connection.atoms().uriList;
+    switch (m_stage) {
+    case Stage::plain:
+        if (m_knowsNoFiles) {
+            rest(pauseBetweenRounds);
+            return;
+        }
+        if (!m_askedForTargets) {
+            m_askedForTargets = true;
+            ask(Stage::targets, m_connection.atoms().targets, XCB_CURRENT_TIME, m_connection.root());
+            return;
+        }
+        [[fallthrough]];
+    case Stage::targets:
+        if (const std::optional<xcb_window_t> window = awareWindowUnderPointer()) {
+            ask(Stage::underPointer, uriList, XCB_CURRENT_TIME, *window);
+            return;
+        }
+        [[fallthrough]];
+    case Stage::underPointer:
+        m_untried.assign(m_motionTimes.rbegin(), m_motionTimes.rend());
+        [[fallthrough]];
+    case Stage::motionTimes:
+        tryNextMotionTime();
+        return;
+    case Stage::off:
+    case Stage::resting:
+    case Stage::known:
+    case Stage::givenUp:
+        return;
+    }
+}
+
+void DraggedFilesReader::tryNextMotionTime()
+{
+    if (m_untried.empty()) {
+        rest(pauseBetweenRounds);
+        return;
+    }
+    const xcb_timestamp_t newest = m_untried.back();
+    m_untried.pop_back();
+    ask(Stage::motionTimes, m_connection.atoms().uriList, newest, m_connection.root());
+}
+
+void DraggedFilesReader::rest(std::chrono::milliseconds duration)
+{
+    m_stage = Stage::resting;
+    m_restUntil = steady_clock::now() + duration;
+}
+
+bool DraggedFilesReader::offersNoFiles(const std::string& targets) const
+{
+    std::vector<xcb_atom_t> atoms(targets.size() / sizeof(xcb_atom_t));
+    std::memcpy(atoms.data(), targets.data(), atoms.size() * sizeof(xcb_atom_t));
+    return std::ranges::find(atoms, m_connection.atoms().uriList) == atoms.end();
+}
+
+std::optional<xcb_window_t> DraggedFilesReader::awareWindowUnderPointer() const
+{
+    xcb_window_t window = m_connection.root();
+    for (int depth = 0; depth < deepestWindow; ++depth) {
+        const XcbOwned<xcb_query_pointer_reply_t> pointer(
+            xcb_query_pointer_reply(m_connection.get(), xcb_query_pointer(m_connection.get(), window), nullptr));
+        if (!pointer || pointer->child == XCB_WINDOW_NONE)
+            return std::nullopt;
+        window = pointer->child;
+        const XcbOwned<xcb_get_property_reply_t> aware(
+            xcb_get_property_reply(m_connection.get(),
+                                   xcb_get_property(m_connection.get(), 0, window, m_connection.atoms().xdndAware,
+                                                    XCB_GET_PROPERTY_TYPE_ANY, 0, 1),
+                                   nullptr));
+        if (aware && aware->type != XCB_ATOM_NONE)
+            return window;
+    }
+    return std::nullopt;
+}
+
+} // namespace Pelgra

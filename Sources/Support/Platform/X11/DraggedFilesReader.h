@@ -1,0 +1,69 @@
+#pragma once
+
+#include "Support/Platform/X11/SelectionRequest.h"
+
+#include <chrono>
+#include <deque>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace Pelgra {
+
+/// Reads the files of a drag between other clients while it is under way, without ever waiting for the source.
+///
+/// A source may refuse a reader that is not the current drop target. GTK and Qt 5 answer anybody. Qt 6 answers only
+/// a request that carries the time of its latest message to a drop target (no message yet: no time at all), or one that
+/// comes from a window inside the current drop target. So these are tried in turn: no time; no time from inside the
+/// drop-aware window below the pointer; the times of the latest pointer movements, one of which is that message's.
+class DraggedFilesReader {
+public:
+    explicit DraggedFilesReader(XcbConnection& connection)
+        : m_connection(connection)
+    {
+    }
+
+    /// A new drag: forgets everything and asks.
+    void begin();
+
+    /// The drag is over or of no interest.
+    void stop();
+
+    /// Call with every sample while the files are wanted: asks again where that makes sense.
+    void proceed();
+
+    void handle(const xcb_generic_event_t& event);
+
+    /// The pointer moved at this time of the server.
+    void addMotionTime(xcb_timestamp_t time);
+
+    /// False once the answer is known or nothing can be done: motion times are of no use then.
+    bool wantsMotionTimes() const;
+
+    /// Empty until they are known.
+    const std::vector<std::filesystem::path>& files() const { return m_files; }
+
+private:
+    enum class Stage { off, plain, targets, underPointer, motionTimes, resting, known, givenUp };
+
+    void ask(Stage stage, xcb_atom_t target, xcb_timestamp_t time, xcb_window_t parent);
+    void evaluate();
+    void tryNext();
+    void tryNextMotionTime();
+    void rest(std::chrono::milliseconds duration);
+    bool offersNoFiles(const std::string& targets) const;
+    std::optional<xcb_window_t> awareWindowUnderPointer() const;
+
+    XcbConnection& m_connection;
+    Stage m_stage = Stage::off;
+    std::unique_ptr<SelectionRequest> m_request;
+    std::deque<xcb_timestamp_t> m_motionTimes; ///< newest first
+    std::vector<xcb_timestamp_t> m_untried;
+    bool m_askedForTargets = false;
+    bool m_knowsNoFiles = false; ///< the source listed its types, and files are not among them
+    std::chrono::steady_clock::time_point m_restUntil;
+    std::vector<std::filesystem::path> m_files;
+};
+
+} // namespace Pelgra

@@ -1,0 +1,106 @@
+#include "Support/Platform/X11/ModifierMap.h"
+
+#include <algorithm>
+#include <array>
+#include <span>
+
+namespace Pelgra {
+
+namespace {
+
+// Keysyms of the X protocol.
+constexpr std::uint32_t shiftLeft = 0xffe1;
+constexpr std::uint32_t shiftRight = 0xffe2;
+constexpr std::uint32_t controlLeft = 0xffe3;
+constexpr std::uint32_t controlRight = 0xffe4;
+constexpr std::uint32_t altLeft = 0xffe9;
+constexpr std::uint32_t altRight = 0xffea;
+constexpr std::uint32_t superLeft = 0xffeb;
+constexpr std::uint32_t superRight = 0xffec;
+constexpr std::uint32_t levelThreeShift = 0xfe03;
+
+struct KeySymbols {
+    ModifierKey key;
+    std::array<std::uint32_t, 2> symbols;
+};
+
+constexpr std::array keySymbols{
+    KeySymbols{ModifierKey::shift, {shiftLeft, shiftRight}},
+    KeySymbols{ModifierKey::control, {controlLeft, controlRight}},
+    KeySymbols{ModifierKey::option, {altLeft, altRight}},
+    KeySymbols{ModifierKey::command, {superLeft, superRight}},
+    KeySymbols{ModifierKey::function, {levelThreeShift, levelThreeShift}},
+};
+
+constexpr unsigned modifierCount = 8;
+constexpr unsigned shiftBit = 1U << 0;
+constexpr unsigned lockBit = 1U << 1;
+constexpr unsigned controlBit = 1U << 2;
+
+/// The first three bits have a fixed meaning in the protocol, whatever else is bound to them.
+bool mayStandFor(ModifierKey key, unsigned bit)
+{
+    if (bit == shiftBit)
+        return key == ModifierKey::shift;
+    if (bit == controlBit)
+        return key == ModifierKey::control;
+    return bit != lockBit;
+}
+
+} // namespace
+
+bool KeyboardMap::isBoundTo(std::uint8_t keycode, std::uint32_t symbol) const
+{
+    if (keycode < firstKeycode)
+        return false;
+    const std::size_t begin = (std::size_t{keycode} - firstKeycode) * symbolsPerKeycode;
+    if (begin + symbolsPerKeycode > symbols.size())
+        return false;
+    const std::span row = std::span(symbols).subspan(begin, symbolsPerKeycode);
+    return std::ranges::find(row, symbol) != row.end();
+}
+
+std::vector<std::uint8_t> KeyboardMap::keycodesOf(std::uint32_t symbol) const
+{
+    std::vector<std::uint8_t> keycodes;
+    for (unsigned keycode = firstKeycode; keycode <= 255; ++keycode) {
+        if (isBoundTo(static_cast<std::uint8_t>(keycode), symbol))
+            keycodes.push_back(static_cast<std::uint8_t>(keycode));
+    }
+    return keycodes;
+}
+
+ModifierMap::ModifierMap(const KeyboardMap& keyboard)
+{
+    for (const KeySymbols& wanted : keySymbols) {
+        Entry entry{0, flagOf(wanted.key)};
+        for (unsigned modifier = 0; modifier < modifierCount; ++modifier) {
+            const unsigned bit = 1U << modifier;
+            if (!mayStandFor(wanted.key, bit))
+                continue;
+            for (std::size_t i = 0; i < keyboard.keycodesPerModifier; ++i) {
+                const std::size_t index = modifier * keyboard.keycodesPerModifier + i;
+                if (index >= keyboard.modifierKeycodes.size())
+                    break;
+                const std::uint8_t keycode = keyboard.modifierKeycodes[index];
+                if (keycode != 0 && std::ranges::any_of(wanted.symbols, [&](std::uint32_t symbol) {
+                        return keyboard.isBoundTo(keycode, symbol);
+                    }))
+                    entry.mask |= bit;
+            }
+        }
+        m_entries.push_back(entry);
+    }
+}
+
+ModifierFlags ModifierMap::flagsOf(unsigned mask) const
+{
+    ModifierFlags flags = 0;
+    for (const Entry& entry : m_entries) {
+        if ((mask & entry.mask) != 0)
+            flags |= entry.flag;
+    }
+    return flags;
+}
+
+} // namespace Pelgra

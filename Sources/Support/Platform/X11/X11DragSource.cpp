@@ -1,0 +1,220 @@
+#include "Support/Platform/X11/X11DragSource.h"
+
+#include "Support/Platform/X11/XkbHeader.h"
+
+#include <xcb/xinput.h>
+
+#include <QCursor>
+
+#include <algorithm>
+#include <utility>
+
+namespace Pelgra {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::uint32_t escapeSymbol = 0xff1b;
+constexpr std::uint8_t eventTypeMask = 0x7f;
+constexpr unsigned modifierMask = 0xff;
+
+/// A drop may arrive this much later than the sample that saw the button released.
+constexpr auto graceForDrops = 350ms;
+
+} // namespace
+
+X11DragSource::X11DragSource(XcbConnection& connection, const xcb_setup_t* ownSetup)
+    : m_connection(connection)
+    , m_ownSetup(ownSetup)
+    , m_reader(connection)
+{
+    watchAlways();
+    resolveKeyboard();
+}
+
+void X11DragSource::watchAlways()
+{
+    const XcbExtensions& extensions = m_connection.extensions();
+    if (extensions.hasFixes) {
+        xcb_xfixes_select_selection_input(m_connection.get(), m_connection.root(), m_connection.atoms().xdndSelection,
+                                          XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER);
+    }
+    if (extensions.hasKeyboard) {
+        const std::uint16_t events = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
+        const std::uint16_t mapParts = XCB_XKB_MAP_PART_KEY_SYMS | XCB_XKB_MAP_PART_MODIFIER_MAP;
+        xcb_xkb_select_events(m_connection.get(), XCB_XKB_ID_USE_CORE_KBD, events, 0, events, mapParts, mapParts,
+                              nullptr);
+    }
+    m_connection.flush();
+}
+
+void X11DragSource::refresh()
+{
+    // A round trip to the server alone: it never waits for a client, and takes some 0.1 ms.
+    const XcbOwned<xcb_query_pointer_reply_t> pointer(xcb_query_pointer_reply(
+        m_connection.get(), xcb_query_pointer(m_connection.get(), m_connection.root()), nullptr));
+    // Set before the reports are read: those of presses that the mask shows already then count as seen.
+    if (pointer)
+        m_latestModifiers = pointer->mask & modifierMask;
+    if (drain)
+        drain();
+    m_hasNews = false;
+    if (!pointer)
+        return;
+    if (m_keyboardChanged && m_isDragging)
+        resolveKeyboard();
+    const bool wasDown = m_buttonDown;
+    m_buttonDown = (pointer->mask & XCB_BUTTON_MASK_1) != 0;
+    m_flags = m_modifierMap.flagsOf(pointer->mask | m_pressedSinceSample);
+    m_pressedSinceSample = 0;
+    if (wasDown && !m_buttonDown)
+        m_buttonReleased = std::chrono::steady_clock::now();
+    if (m_isDragging && !m_buttonDown)
+        dragEnded();
+    if (m_isReading)
+        m_reader.proceed();
+}
+
+std::vector<std::filesystem::path> X11DragSource::fileURLs()
+{
+    if (m_isCancelled)
+        return {};
+    if (!m_isReading) {
+        m_isDragging = true;
+        m_isReading = true;
+        m_reader.begin();
+    }
+    return m_reader.files();
+}
+
+QPoint X11DragSource::pointer() const
+{
+    return QCursor::pos();
+}
+
+bool X11DragSource::takeNews()
+{
+    return std::exchange(m_hasNews, false);
+}
+
+bool X11DragSource::acceptsDrops() const
+{
+    return !m_isCancelled && (m_buttonDown || std::chrono::steady_clock::now() - m_buttonReleased <= graceForDrops);
+}
+
+void X11DragSource::handle(const xcb_generic_event_t& event)
+{
+    const XcbExtensions& extensions = m_connection.extensions();
+    const unsigned type = event.response_type & eventTypeMask;
+    if (extensions.hasFixes && type == extensions.fixesFirstEvent + unsigned{XCB_XFIXES_SELECTION_NOTIFY}) {
+        dragBegan(reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event));
+    } else if (extensions.hasKeyboard && type == extensions.keyboardFirstEvent) {
+        handleKeyboard(event);
+    } else if (extensions.hasInput && type == XCB_GE_GENERIC) {
+        handleInput(event);
+    } else if (m_isReading) {
+        const bool hadFiles = !m_reader.files().empty();
+        m_reader.handle(event);
+        m_hasNews = m_hasNews || (!hadFiles && !m_reader.files().empty());
+        watchRawEvents(true, m_reader.wantsMotionTimes());
+    }
+}
+
+void X11DragSource::dragBegan(const xcb_xfixes_selection_notify_event_t& event)
+{
+    if (event.selection != m_connection.atoms().xdndSelection || event.owner == XCB_WINDOW_NONE)
+        return;
+    m_reader.stop();
+    m_isReading = false;
+    // Waiting for ourselves would be fatal, and the files of our own windows are no input of the wheel.
+    if (XcbConnection::isWindowOf(event.owner, m_ownSetup))
+        return;
+    ++m_changeCount;
+    m_isCancelled = false;
+    m_isDragging = true;
+    m_pressedSinceSample = 0;
+    if (m_keyboardChanged)
+        resolveKeyboard();
+    watchTheDrag(true);
+}
+
+void X11DragSource::dragEnded()
+{
+    m_isDragging = false;
+    m_isReading = false;
+    m_reader.stop();
+    watchTheDrag(false);
+}
+
+void X11DragSource::watchTheDrag(bool watch)
+{
+    if (m_connection.extensions().hasKeyboard) {
+        xcb_xkb_select_events_details_t details = {};
+        details.affectState = XCB_XKB_STATE_PART_MODIFIER_STATE;
+        details.stateDetails = watch ? XCB_XKB_STATE_PART_MODIFIER_STATE : 0;
+        xcb_xkb_select_events_aux(m_connection.get(), XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_EVENT_TYPE_STATE_NOTIFY, 0, 0, 0,
+                                  0, &details);
+    }
+    watchRawEvents(watch, watch);
+}
+
+void X11DragSource::watchRawEvents(bool keys, bool motion)
+{
+    if (!m_connection.extensions().hasInput || (keys == m_watchesKeys && motion == m_watchesMotion))
+        return;
+    m_watchesKeys = keys;
+    m_watchesMotion = motion;
+    struct {
+        xcb_input_event_mask_t head;
+        std::uint32_t mask;
+    } selection = {};
+    selection.head.deviceid = XCB_INPUT_DEVICE_ALL_MASTER;
+    selection.head.mask_len = 1;
+    selection.mask = (keys ? unsigned{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS} : 0U)
+        | (motion ? unsigned{XCB_INPUT_XI_EVENT_MASK_RAW_MOTION} : 0U);
+    xcb_input_xi_select_events(m_connection.get(), m_connection.root(), 1, &selection.head);
+    m_connection.flush();
+}
+
+void X11DragSource::resolveKeyboard()
+{
+    const KeyboardMap keyboard = m_connection.keyboardMap();
+    m_modifierMap = ModifierMap(keyboard);
+    m_escapeKeycodes = keyboard.keycodesOf(escapeSymbol);
+    m_keyboardChanged = false;
+}
+
+void X11DragSource::handleKeyboard(const xcb_generic_event_t& event)
+{
+    const auto& state = reinterpret_cast<const xcb_xkb_state_notify_event_t&>(event);
+    if (state.xkbType != XCB_XKB_STATE_NOTIFY) {
+        m_keyboardChanged = true;
+        return;
+    }
+    const unsigned pressed = state.mods & ~m_latestModifiers;
+    m_latestModifiers = state.mods;
+    m_pressedSinceSample |= pressed;
+    m_hasNews = m_hasNews || m_modifierMap.flagsOf(pressed) != 0;
+}
+
+void X11DragSource::handleInput(const xcb_generic_event_t& event)
+{
+    const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
+    if (generic.extension != m_connection.extensions().inputOpcode || !m_isDragging)
+        return;
+    if (generic.event_type == XCB_INPUT_RAW_MOTION) {
+        m_reader.addMotionTime(reinterpret_cast<const xcb_input_raw_motion_event_t&>(event).time);
+    } else if (generic.event_type == XCB_INPUT_RAW_KEY_PRESS) {
+        const auto& key = reinterpret_cast<const xcb_input_raw_key_press_event_t&>(event);
+        if (!m_isCancelled && std::ranges::find(m_escapeKeycodes, key.detail) != m_escapeKeycodes.end()) {
+            m_isCancelled = true;
+            if (onCancelled)
+                onCancelled();
+            if (onEscape)
+                onEscape();
+        }
+    }
+}
+
+} // namespace Pelgra

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "Support/Platform/DragSource.h"
+#include "Support/Platform/X11/DraggedFilesReader.h"
+#include "Support/Platform/X11/ModifierMap.h"
+#include "Support/Platform/X11/XcbConnection.h"
+
+#include <xcb/xfixes.h>
+
+#include <chrono>
+#include <functional>
+
+namespace Pelgra {
+
+/// Drags between the X11 clients of a display, seen from outside.
+///
+/// A drag begins when a client takes the XDND selection; the XFixes extension reports it even where the same window
+/// takes it again. Button and modifiers come from a query of the pointer, which holds during other clients' grabs.
+/// A modifier tapped between two samples would be missed, so the XKB extension's report of the press is kept for the
+/// next one. While a drag is under way raw key and motion events are watched too: Escape, and the reader's times.
+class X11DragSource final : public DragSource {
+public:
+    /// `ownSetup` is that of the connection that this process drags with (Qt's), or null.
+    X11DragSource(XcbConnection& connection, const xcb_setup_t* ownSetup);
+
+    void refresh() override;
+    std::int64_t changeCount() const override { return m_changeCount; }
+    bool isPrimaryButtonDown() const override { return m_buttonDown; }
+    ModifierFlags modifierFlags() const override { return m_flags; }
+    std::vector<std::filesystem::path> fileURLs() override;
+    QPoint pointer() const override;
+
+    /// Feeds one event of the connection.
+    void handle(const xcb_generic_event_t& event);
+
+    /// Whether something deserving a sample happened since this was asked last.
+    bool takeNews();
+
+    /// Whether a drop that arrives now belongs to the drag under way, or to one that has ended a moment ago, and was
+    /// not cancelled.
+    bool acceptsDrops() const;
+
+    /// Called before onEscape, for the surface.
+    std::function<void()> onCancelled;
+
+    /// Called by refresh() between asking and telling, to empty the connection's queue.
+    std::function<void()> drain;
+
+private:
+    void watchAlways();
+    void watchTheDrag(bool watch);
+    void watchRawEvents(bool keys, bool motion);
+    void resolveKeyboard();
+    void dragBegan(const xcb_xfixes_selection_notify_event_t& event);
+    void dragEnded();
+    void handleKeyboard(const xcb_generic_event_t& event);
+    void handleInput(const xcb_generic_event_t& event);
+
+    XcbConnection& m_connection;
+    const xcb_setup_t* m_ownSetup;
+    DraggedFilesReader m_reader;
+
+    std::int64_t m_changeCount = 0;
+    bool m_buttonDown = false;
+    ModifierFlags m_flags = 0;
+
+    ModifierMap m_modifierMap;
+    std::vector<std::uint8_t> m_escapeKeycodes;
+    bool m_keyboardChanged = true;
+    unsigned m_latestModifiers = 0; ///< X modifier mask of the latest XKB report
+    unsigned m_pressedSinceSample = 0; ///< X modifier bits
+
+    bool m_watchesKeys = false;
+    bool m_watchesMotion = false;
+    bool m_isDragging = false;
+    bool m_isReading = false;
+    bool m_isCancelled = false;
+    bool m_hasNews = false;
+    std::chrono::steady_clock::time_point m_buttonReleased;
+};
+
+} // namespace Pelgra

@@ -1,0 +1,57 @@
+#include "Support/Platform/X11/X11Platform.h"
+
+#include <QGuiApplication>
+
+namespace Pelgra {
+
+std::unique_ptr<X11Platform> X11Platform::create()
+{
+    const auto* application = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    if (application == nullptr || application->connection() == nullptr)
+        return nullptr;
+    std::unique_ptr<XcbConnection> connection = XcbConnection::open();
+    if (!connection)
+        return nullptr;
+    return std::unique_ptr<X11Platform>(new X11Platform(std::move(connection), application->connection()));
+}
+
+X11Platform::X11Platform(std::unique_ptr<XcbConnection> connection, xcb_connection_t* toolkitConnection)
+    : m_connection(std::move(connection))
+    , m_dragSource(*m_connection, xcb_get_setup(toolkitConnection))
+    , m_wheelSurface(*m_connection, toolkitConnection, m_dragSource)
+    , m_notifier(xcb_get_file_descriptor(m_connection->get()), QSocketNotifier::Read)
+{
+    m_dragSource.drain = [this] {
+        drain();
+    };
+    m_dragSource.onCancelled = [this] {
+        m_wheelSurface.cancelDrag();
+    };
+    m_wheelSurface.drain = [this] {
+        drainAndTell();
+    };
+    connect(&m_notifier, &QSocketNotifier::activated, this, &X11Platform::drainAndTell);
+}
+
+void X11Platform::drain()
+{
+    if (m_isDraining)
+        return; // what is being handled asked the server something; the loop outside goes on
+    m_isDraining = true;
+    while (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(m_connection->get())}) {
+        m_dragSource.handle(*event);
+        m_wheelSurface.handle(*event);
+    }
+    m_isDraining = false;
+    if (xcb_connection_has_error(m_connection->get()) != 0)
+        m_notifier.setEnabled(false); // the server has gone; Qt ends the process
+}
+
+void X11Platform::drainAndTell()
+{
+    drain();
+    if (!m_isDraining && m_dragSource.takeNews() && m_dragSource.onNews)
+        m_dragSource.onNews();
+}
+
+} // namespace Pelgra

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Support/Platform/Platform.h"
+#include "Support/Platform/X11/X11DragSource.h"
+#include "Support/Platform/X11/X11WheelSurface.h"
+#include "Support/Platform/X11/XcbConnection.h"
+
+#include <QObject>
+#include <QSocketNotifier>
+
+#include <memory>
+
+namespace Pelgra {
+
+/// The desktop through an X server; also the X11 applications of a session whose server runs inside another one.
+class X11Platform final : public QObject, public Platform {
+    Q_OBJECT
+
+public:
+    /// Null unless Qt itself talks to an X server.
+    static std::unique_ptr<X11Platform> create();
+
+    DragSource& dragSource() override { return m_dragSource; }
+    WheelSurface& wheelSurface() override { return m_wheelSurface; }
+
+private:
+    X11Platform(std::unique_ptr<XcbConnection> connection, xcb_connection_t* toolkitConnection);
+    void drain();
+    void drainAndTell();
+
+    std::unique_ptr<XcbConnection> m_connection;
+    X11DragSource m_dragSource;
+    X11WheelSurface m_wheelSurface;
+    QSocketNotifier m_notifier;
+    bool m_isDraining = false;
+};
+
+} // namespace Pelgra

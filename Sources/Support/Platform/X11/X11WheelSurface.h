@@ -1,0 +1,70 @@
+#pragma once
+
+#include "Support/Platform/WheelSurface.h"
+#include "Support/Platform/X11/XdndReceiver.h"
+
+#include <QAbstractNativeEventFilter>
+#include <QObject>
+#include <QPointer>
+#include <QRegion>
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace Pelgra {
+
+class X11DragSource;
+
+/// The wheel's window on X11: its shape, and the drags that come over it. Qt's own handling of foreign drags is
+/// by-passed, since it waits for the source and cannot answer "copy" where only "move" is suggested.
+class X11WheelSurface final : public QObject, public WheelSurface, private QAbstractNativeEventFilter {
+    Q_OBJECT
+
+public:
+    /// `shapeConnection` is Qt's: what is asked there takes effect before the window is mapped.
+    X11WheelSurface(XcbConnection& connection, xcb_connection_t* shapeConnection, X11DragSource& source);
+    ~X11WheelSurface() override;
+
+    void attach(QWidget* panel, DropTarget* target) override;
+    void detach() override;
+    void setInputRegion(const QRegion& logical) override;
+    void setPaintedRegion(const QRegion& logical) override;
+    bool isCompositing() const override { return m_isCompositing; }
+
+    /// Feeds one event of the connection.
+    void handle(const xcb_generic_event_t& event);
+
+    /// Call with every sample.
+    void proceed();
+
+    /// The user cancelled the drag.
+    void cancelDrag();
+
+    /// Called after messages were handled, to empty the connection's queue.
+    std::function<void()> drain;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    bool nativeEventFilter(const QByteArray& type, void* message, qintptr* result) override;
+    void adoptWindow();
+    void applyRegions();
+    void updateCompositing();
+    bool acceptsDrops() const;
+    QPointF viewPointAt(int rootX, int rootY) const;
+
+    XcbConnection& m_connection;
+    xcb_connection_t* m_shapeConnection;
+    X11DragSource& m_source;
+    QPointer<QWidget> m_panel;
+    DropTarget* m_target = nullptr;
+    std::unique_ptr<XdndReceiver> m_receiver;
+    std::optional<QRegion> m_inputRegion;
+    std::optional<QRegion> m_paintedRegion;
+    bool m_isCompositing = false;
+};
+
+} // namespace Pelgra

@@ -1,0 +1,415 @@
+#!/usr/bin/env python3
+"""End-to-end scenarios: the application on its own desktop, real input, real drag sources, and the files on disk.
+
+Usage: scenarios.py APPLICATION SOURCE-FOLDER [--only REGEX] [--slow]
+Exit status 77 when the desktop's tools are missing.
+"""
+import argparse
+import math
+import os
+import re
+import shutil
+import signal
+import subprocess
+import sys
+import time
+
+import pictures
+from desktop import GTK_PYTHON, Desktop, Failure, wait_for
+
+GROUND = (760, 430)  # nothing but the root window
+RADIUS = 94  # the middle of the ring
+SCENARIOS = []
+
+
+def scenario(function):
+    SCENARIOS.append(function)
+    return function
+
+
+def slow(function):
+    function.slow = True
+    return scenario(function)
+
+
+def address(path):
+    """The file address of a path given as bytes or text."""
+    encoded = "".join(chr(b) if chr(b).isalnum() and b < 128 or chr(b) in "/-._~" else f"%{b:02X}" for b in os.fsencode(path))
+    return f"file://{encoded}\r\n".encode()
+
+
+class Scene:
+    """One scenario's folder, sources and steps, on the desktop that all share."""
+
+    def __init__(self, desktop, name):
+        self.desktop = desktop
+        self.display = desktop.display
+        self.app = desktop.app
+        self.folder = desktop.folder / "work" / name
+        self.folder.mkdir()
+        self.since = self.app.mark()
+        self.source = None
+
+    def picture(self, name="photo.png"):
+        path = os.path.join(os.fsencode(self.folder), os.fsencode(name))
+        with open(path, "wb") as file:
+            file.write(pictures.png(12, 8))
+        return path
+
+    def names(self):
+        return sorted(os.listdir(os.fsencode(self.folder)))
+
+    def expect_files(self, *names, timeout=10):
+        wanted = sorted(os.fsencode(name) for name in names)
+        try:
+            wait_for(lambda: self.names() == wanted, "the files", timeout)
+        except Failure:
+            raise Failure(f"{self.names()} where {wanted} should be") from None
+
+    def begin_drag(self, kind, content, point=GROUND, expect_session=True, **options):
+        """Drags out of a new source to a point, with the button left down."""
+        self.source = self.desktop.start_source(kind, content, **options)
+        self.pick_up(point)
+        if expect_session:
+            self.app.wait_for("Drag session started", self.since)
+
+    def pick_up(self, point=GROUND):
+        # A source acts on the press only once the pointer's entry has reached it; asking again until it drags waits for
+        # just that.
+        mark = self.source.mark()
+        x, y = self.source.point
+
+        def begun():
+            self.display.button(False)
+            self.display.move(x, y)
+            self.display.button(True)
+            for step in range(1, 12):
+                self.display.move(x + 4 * step, y + 2 * step)
+                time.sleep(0.01)
+            try:
+                return wait_for(lambda: self.source.says("begin", mark), "the drag", 0.5)
+            except Failure:
+                return False
+        wait_for(begun, "the source to drag", 5)
+        self.glide(point)
+
+    def glide(self, point, steps=6):
+        """Moves as a hand does: in steps that take time."""
+        for step in range(1, steps + 1):
+            self.display.move(point[0] + 3 * (step - steps), point[1])
+            time.sleep(0.008)
+
+    def tap(self, key="Shift_L", hold=False):
+        self.display.key(key, True)
+        if not hold:
+            self.display.key(key, False)
+
+    def open_wheel(self, key="Shift_L", kind="convert", hold=False):
+        mark = self.app.mark()
+        self.tap(key, hold)
+        self.app.wait_for(f"Wheel shown: {kind}", mark)
+        self.window = wait_for(self.desktop.wheel, "the wheel's window")
+
+    def petal(self, index, count):
+        """The screen point in the middle of a petal."""
+        x, y = self.display.position(self.window)
+        angle = 2 * math.pi * index / count
+        return x + 150 + RADIUS * math.sin(angle), y + 150 - RADIUS * math.cos(angle)
+
+    def release(self):
+        self.display.button(False)
+
+    def expect_end(self):
+        self.app.wait_for("Drag session ended", self.since)
+        wait_for(lambda: not self.desktop.wheel(), "the wheel to vanish")
+
+    def close(self):
+        self.display.release_all()
+        wait_for(lambda: not self.desktop.wheel(), "the wheel to vanish")
+        if self.source:
+            self.desktop.end(self.source)
+
+
+def drop_on_first_petal(scene, kind, files, key_held=False, **options):
+    scene.begin_drag(kind, b"".join(address(file) for file in files), **options)
+    scene.open_wheel(hold=key_held)
+    scene.glide(scene.petal(0, 5))
+    scene.release()
+    scene.app.wait_for(f"Dropped {len(files)} file(s) on JPG", scene.since)
+
+
+for source_kind in ("qt6", "gtk3", "gtk4"):
+    def converts(scene, kind=source_kind):
+        drop_on_first_petal(scene, kind, [scene.picture()])
+        scene.expect_files("photo.png", "photo.jpg")
+        scene.expect_end()
+        scene.source.wait_for("end copy")
+    converts.__name__ = f"{source_kind}_drop_converts"
+    scenario(converts)
+
+    def move_only(scene, kind=source_kind):
+        # Shift held through the drop, and a source that offers nothing but a move: the file must survive.
+        drop_on_first_petal(scene, kind, [scene.picture()], key_held=True, actions="move")
+        scene.expect_files("photo.png", "photo.jpg")
+        scene.source.wait_for("end")
+        if scene.source.says("delete"):
+            raise Failure("the source was told to delete the file")
+    move_only.__name__ = f"{source_kind}_move_only_keeps_the_file"
+    scenario(move_only)
+
+    def five_thousand(scene, kind=source_kind):
+        paths = [scene.folder / f"a rather long name of photo {i:05}.png" for i in range(5000)]
+        scene.begin_drag(kind, b"".join(address(path) for path in paths))
+        if not scene.app.says("Drag session started with 5000 file(s)", scene.since):
+            raise Failure("not all files were read")
+        scene.release()
+        scene.expect_end()
+    five_thousand.__name__ = f"{source_kind}_five_thousand_files"
+    scenario(five_thousand)
+
+    def drags_text(scene, kind=source_kind):
+        before = scene.app.processor_seconds()
+        scene.begin_drag(kind, b"just text", type="text/plain", expect_session=False)
+        for _ in range(20):
+            scene.tap()
+            time.sleep(0.01)
+        scene.release()
+        scene.source.wait_for("end")
+        if scene.app.says("session", scene.since) or scene.desktop.wheel():
+            raise Failure("a drag of text began a session")
+        if scene.app.processor_seconds() - before > 0.2:
+            raise Failure("a drag of text kept the application busy")
+    drags_text.__name__ = f"{source_kind}_text_is_ignored"
+    scenario(drags_text)
+
+
+@scenario
+def drop_between_petals_and_outside_does_nothing(scene):
+    scene.begin_drag("qt6", address(scene.picture()))
+    scene.open_wheel()
+    scene.glide(GROUND)  # the hole of the ring
+    scene.release()
+    scene.expect_end()
+    scene.expect_files("photo.png")
+    if scene.app.says("Dropped", scene.since):
+        raise Failure("a drop in the hole was taken")
+
+
+@scenario
+def qt6_second_drag_is_seen(scene):
+    content = address(scene.picture())
+    scene.begin_drag("qt6", content)
+    for _ in range(3):
+        scene.release()
+        scene.expect_end()
+        time.sleep(0.5)  # two presses in less are a double click
+        scene.since = scene.app.mark()
+        scene.pick_up()
+        scene.app.wait_for("Drag session started", scene.since)
+
+
+@scenario
+def odd_lists_keep_the_files_alone(scene):
+    photo = scene.picture("b c%41#.png")
+    odd = scene.picture(b"odd \xff\xfe.png")
+    link = os.path.join(os.fsencode(scene.folder), b"link.png")
+    os.symlink(photo, link)
+    content = (b"# a comment\r\nhttps://example.org/web.png\r\n" + address(photo) + b"\r\n" + address(odd)
+               + b"file://elsewhere.invalid/remote.png\r\nnonsense\r\n" + address(link))
+    scene.begin_drag("gtk3", content)
+    if not scene.app.says("started with 3 file(s)", scene.since):
+        raise Failure("other than three files were found")
+    scene.open_wheel()
+    scene.glide(scene.petal(0, 5))
+    scene.release()
+    scene.app.wait_for("Dropped 3 file(s) on JPG", scene.since)
+    scene.expect_files("b c%41#.png", "b c%41#.jpg", b"odd \xff\xfe.png", b"odd \xff\xfe.jpg", "link.png", "link.jpg")
+
+
+@scenario
+def web_addresses_alone_start_nothing(scene):
+    scene.begin_drag("gtk4", b"https://example.org/a.png\r\nhttp://example.org/b.png\r\n", expect_session=False)
+    for _ in range(10):
+        scene.tap()
+        time.sleep(0.03)
+    scene.release()
+    scene.source.wait_for("end")
+    if scene.app.says("session", scene.since):
+        raise Failure("addresses of the web began a session")
+
+
+@scenario
+def tap_of_a_millisecond_opens_the_wheel(scene):
+    scene.begin_drag("gtk3", address(scene.picture()))
+    for key, kind in (("Shift_L", "convert"), ("Super_L", "tools")):
+        scene.open_wheel(key, kind)
+        scene.release()
+        scene.expect_end()
+        time.sleep(0.5)
+        scene.since = scene.app.mark()
+        scene.pick_up()
+        scene.app.wait_for("Drag session started", scene.since)
+
+
+@scenario
+def panel_takes_no_focus(scene):
+    scene.begin_drag("gtk3", address(scene.picture()))
+    before = scene.display.focus()
+    scene.open_wheel()
+    if scene.display.focus() != before:
+        raise Failure("the focus moved")
+
+
+for source_kind in ("qt6", "gtk3", "gtk4"):
+    def escape(scene, kind=source_kind):
+        # GTK 4 goes on dragging after Escape and would still drop on the hidden panel.
+        scene.begin_drag(kind, address(scene.picture()))
+        scene.open_wheel()
+        point = scene.petal(0, 5)
+        scene.glide(point)
+        scene.tap("Escape")
+        scene.app.wait_for("Drag cancelled with the button still down", scene.since)
+        wait_for(lambda: not scene.desktop.wheel(), "the wheel to vanish")
+        scene.glide(point)
+        scene.tap()
+        scene.release()
+        scene.source.wait_for("end")
+        scene.expect_files("photo.png")
+        if scene.app.says("Dropped", scene.since) or scene.app.mark() and scene.app.text()[scene.since:].count("Wheel shown") != 1:
+            raise Failure("the cancelled drag went on")
+        time.sleep(0.5)
+        scene.since = scene.app.mark()
+        scene.pick_up()
+        scene.app.wait_for("Drag session started", scene.since)
+    escape.__name__ = f"{source_kind}_escape_refuses_the_drop"
+    scenario(escape)
+
+
+@scenario
+def hung_source_costs_its_own_session_only(scene):
+    scene.begin_drag("gtk3", address(scene.picture()), hang=True, expect_session=False)
+    before = scene.app.processor_seconds()
+    for _ in range(10):
+        scene.tap()
+        time.sleep(0.05)
+    if scene.app.processor_seconds() - before > 0.1:
+        raise Failure("waiting for the hung source kept the application busy")
+    scene.release()
+    scene.desktop.end(scene.source)
+    if scene.app.says("session", scene.since):
+        raise Failure("a session without files")
+    drop_on_first_petal(scene, "gtk3", [scene.picture()])
+    scene.expect_files("photo.png", "photo.jpg")
+
+
+@scenario
+def slow_source_is_waited_for(scene):
+    scene.begin_drag("gtk3", address(scene.picture()), delay=0.7)
+    scene.open_wheel()
+    scene.glide(scene.petal(0, 5))
+    scene.release()
+    scene.expect_end()
+    scene.app.wait_for("Dropped 1 file(s) on JPG", scene.since)
+    scene.expect_files("photo.png", "photo.jpg")
+
+
+@scenario
+def qt6_over_another_programs_window_is_read(scene):
+    # Over a window that takes drops, Qt 6 answers nobody else; the files come late there, so the read happens over it.
+    other = scene.desktop.run("other", [GTK_PYTHON, "-c", OTHER_WINDOW])
+    wait_for(lambda: scene.display.named("Pelgra test target"), "the other window")
+    try:
+        scene.desktop.app.child.send_signal(signal.SIGSTOP)  # the read begins only when the drag is there already
+        scene.begin_drag("qt6", address(scene.picture()), point=(760, 530), expect_session=False)
+        other.wait_for("motion")
+        scene.desktop.app.child.send_signal(signal.SIGCONT)
+        scene.glide((765, 530))
+        scene.app.wait_for("Drag session started with 1 file(s)", scene.since)
+    finally:
+        scene.desktop.app.child.send_signal(signal.SIGCONT)
+        scene.release()
+        scene.desktop.end(other)
+
+
+@scenario
+def qt6_back_over_the_ground_is_read(scene):
+    other = scene.desktop.run("other", [GTK_PYTHON, "-c", OTHER_WINDOW])
+    wait_for(lambda: scene.display.named("Pelgra test target"), "the other window")
+    try:
+        scene.begin_drag("qt6", address(scene.picture()), point=(760, 530))
+        other.wait_for("motion")
+        scene.glide((1200, 300))
+        scene.open_wheel()
+    finally:
+        scene.desktop.end(other)
+
+
+OTHER_WINDOW = """
+import gi
+gi.require_version("Gtk", "3.0")
+gi.require_version("Gdk", "3.0")
+from gi.repository import Gdk, Gtk
+window = Gtk.Window(title="Pelgra test target")
+window.set_default_size(400, 200)
+window.drag_dest_set(Gtk.DestDefaults.ALL, [Gtk.TargetEntry.new("text/uri-list", 0, 0)], Gdk.DragAction.COPY)
+window.connect("drag-motion", lambda *_: print("motion", flush=True))
+window.move(600, 450)
+window.show_all()
+Gtk.main()
+"""
+
+
+@scenario
+def moved_modifiers_are_found(scene):
+    set_up = subprocess.run(["xmodmap", "-e", "remove mod4 = Super_L", "-e", "add mod3 = Super_L"],
+                            env=scene.desktop.environment, capture_output=True)
+    if set_up.returncode:
+        raise Failure(set_up.stderr.decode())
+    try:
+        scene.begin_drag("gtk3", address(scene.picture()))
+        scene.open_wheel("Super_L", "tools")
+    finally:
+        subprocess.run(["xmodmap", "-e", "remove mod3 = Super_L", "-e", "add mod4 = Super_L"],
+                       env=scene.desktop.environment, check=True)
+
+
+def missing_tools():
+    return [tool for tool in ("Xvfb", "openbox", "dbus-daemon", GTK_PYTHON) if not shutil.which(tool)]
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("application")
+    parser.add_argument("sources")
+    parser.add_argument("--only", default="")
+    parser.add_argument("--slow", action="store_true", help="the real file managers instead of the quick scenarios")
+    options = parser.parse_args()
+    if missing_tools():
+        print(f"missing: {missing_tools()}")
+        return 77
+    chosen = [s for s in SCENARIOS if re.search(options.only, s.__name__) and hasattr(s, "slow") == options.slow]
+    failed = []
+    with Desktop(options.application, options.sources) as desktop:
+        desktop.start_application()
+        for function in chosen:
+            begin = time.monotonic()
+            scene = Scene(desktop, function.__name__)
+            try:
+                function(scene)
+                scene.close()
+                verdict = "passed"
+            except Exception as problem:  # the others still tell something
+                verdict = f"FAILED: {type(problem).__name__}: {problem}"
+                failed.append(function.__name__)
+                print(desktop.app.text()[scene.since:], file=sys.stderr)
+                desktop.display.release_all()
+                for process in [p for p in desktop.processes if p.name not in ("server", "bus", "openbox", "pelgra", "picom")]:
+                    print(f"---- {process.name}\n{process.text()[-2000:]}", file=sys.stderr)
+                    desktop.end(process)
+            print(f"{time.monotonic() - begin:6.2f} s  {function.__name__}: {verdict}", flush=True)
+    print(f"{len(chosen) - len(failed)} of {len(chosen)} scenarios passed")
+    return 1 if failed or not chosen else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
