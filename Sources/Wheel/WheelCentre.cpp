@@ -129,6 +129,12 @@ void paint(QPainter& painter, const WheelContent& content, QPointF center)
         paintCapsule(painter, *shown);
 }
 
+QRect capsuleRect(const WheelContent& content, QPointF center)
+{
+    const std::optional<Capsule> shown = capsule(content, center);
+    return shown ? shown->box.adjusted(-12, -12, 12, 12).toAlignedRect() : QRect();
+}
+
 QPainterPath outline(const WheelContent& content, QPointF center)
 {
     QPainterPath path;

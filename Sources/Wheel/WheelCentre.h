@@ -4,6 +4,7 @@
 
 #include <QPainterPath>
 #include <QPointF>
+#include <QRect>
 
 class QPainter;
 
@@ -12,6 +13,9 @@ class QPainter;
 namespace Pelgra::WheelCentre {
 
 void paint(QPainter& painter, const WheelContent& content, QPointF center);
+
+/// Where the capsule is painted, its shadow included; empty while there is none.
+QRect capsuleRect(const WheelContent& content, QPointF center);
 
 /// The outline of all that paint() fills, shadows left out.
 QPainterPath outline(const WheelContent& content, QPointF center);

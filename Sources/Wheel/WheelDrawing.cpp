@@ -108,12 +108,18 @@ QPointF onDevicePixels(QPointF point, double scale)
     return {std::round(point.x() * scale) / scale, std::round(point.y() * scale) / scale};
 }
 
+QFont largestLabelFont()
+{
+    return systemFont(17, QFont::Bold, 0.6);
+}
+
 void paintLabel(QPainter& painter, const WheelPetal& petal, QPointF center, bool isDense, bool isHighlighted)
 {
     const QColor color = black(isHighlighted ? 1 : 0.86);
     const std::optional<QString> symbolName = petal.symbolName();
     if (!symbolName) {
-        paintCentredText(painter, petal.label(), systemFont(isDense ? 14 : 17, QFont::Bold, 0.6), color, center);
+        paintCentredText(painter, petal.label(), isDense ? systemFont(14, QFont::Bold, 0.6) : largestLabelFont(), color,
+                         center);
         return;
     }
     constexpr double gap = 5;
@@ -222,7 +228,18 @@ void paintBackdrop(QPainter& painter, const WheelContent& content, const QRectF&
     }
 }
 
-void paintWheel(QPainter& painter, const WheelContent& content, const QRectF& bounds)
+QRect petalRect(const WheelContent& content, int petal, const QRectF& bounds)
+{
+    const QTransform toView = wheelToView(bounds);
+    const QRectF outline = toView.map(content.layout.pathForPetal(petal)).boundingRect();
+    // Labels of narrow petals may reach over their sides.
+    const QPointF label = toView.map(content.layout.labelPoint(petal));
+    const double width = textSize(content.petals[static_cast<std::size_t>(petal)].label(), largestLabelFont()).width();
+    const QRectF text(label.x() - width / 2, label.y() - 2, width, 4);
+    return outline.united(text).adjusted(-2, -2, 2, 2).toAlignedRect();
+}
+
+void paintWheel(QPainter& painter, const WheelContent& content, const QRectF& bounds, const QRect& dirty)
 {
     painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform);
     if (content.petals.empty()) {
@@ -231,13 +248,18 @@ void paintWheel(QPainter& painter, const WheelContent& content, const QRectF& bo
     }
     const WheelLayout& layout = content.layout;
     const QTransform toView = wheelToView(bounds);
+    std::vector<int> dirtyPetals;
+    for (int petal = 0; petal < layout.petalCount; ++petal) {
+        if (petalRect(content, petal, bounds).intersects(dirty))
+            dirtyPetals.push_back(petal);
+    }
     painter.save();
     painter.setTransform(toView, true);
     paintRing(painter, layout);
-    for (int petal = 0; petal < layout.petalCount; ++petal)
+    for (int petal : dirtyPetals)
         paintPetal(painter, layout, petal, petal == content.highlightedIndex);
     painter.restore();
-    for (int petal = 0; petal < layout.petalCount; ++petal) {
+    for (int petal : dirtyPetals) {
         paintLabel(painter, content.petals[static_cast<std::size_t>(petal)], toView.map(layout.labelPoint(petal)),
                    layout.isDense(), petal == content.highlightedIndex);
     }

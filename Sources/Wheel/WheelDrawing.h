@@ -18,8 +18,11 @@ namespace Pelgra::WheelDrawing {
 /// What stands in for a blur of the desktop: a frosted ring (or capsule, for an empty wheel) with a soft shadow.
 void paintBackdrop(QPainter& painter, const WheelContent& content, const QRectF& bounds);
 
-/// Ring, petals, labels and centre, or the message of an empty wheel.
-void paintWheel(QPainter& painter, const WheelContent& content, const QRectF& bounds);
+/// Ring, petals, labels and centre, or the message of an empty wheel. Petals outside `dirty` are left out.
+void paintWheel(QPainter& painter, const WheelContent& content, const QRectF& bounds, const QRect& dirty);
+
+/// Where a petal and its label are painted.
+QRect petalRect(const WheelContent& content, int petal, const QRectF& bounds);
 
 /// The wash of a petal before its alpha: from a warm tone at the top to a cool one at the bottom.
 QColor tintForPetal(int petal, const WheelLayout& layout);
@@ -34,7 +37,7 @@ QPainterPath activePath(const WheelContent& content, const QRectF& bounds);
 /// Everything paintWheel() covers: the active path and whatever stands in the hole.
 QPainterPath paintedPath(const WheelContent& content, const QRectF& bounds);
 
-/// One line of text, centred on a point. Returns nothing to measure: see textSize().
+/// One line of text, centred on a point.
 void paintCentredText(QPainter& painter, const QString& text, const QFont& font, const QColor& color, QPointF center);
 QSizeF textSize(const QString& text, const QFont& font);
 

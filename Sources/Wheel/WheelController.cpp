@@ -1,0 +1,156 @@
+#include "Wheel/WheelController.h"
+
+#include "Support/AppActivation.h"
+#include "Support/BackgroundTask.h"
+#include "Support/FileIcons.h"
+#include "Support/Formatters.h"
+#include "Support/Logging.h"
+#include "Support/Paths.h"
+#include "Support/ThumbnailLoader.h"
+
+#include <QCursor>
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <utility>
+
+namespace Pelgra {
+
+namespace {
+
+/// Files whose pictures stand in the centre.
+constexpr std::size_t mostThumbnails = 2;
+
+/// The side of a thumbnail in logical pixels: twice that of the largest card.
+constexpr int thumbnailSide = 128;
+
+int thumbnailPixels()
+{
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    return qRound(thumbnailSide * (screen != nullptr ? screen->devicePixelRatio() : 2.0));
+}
+
+const char* nameOf(WheelKind kind)
+{
+    return kind == WheelKind::convert ? "convert" : "tools";
+}
+
+} // namespace
+
+WheelController::WheelController(WheelSurface& surface, QObject* parent)
+    : QObject(parent)
+    , keys([] { return WheelKeys{}; })
+    , pointer([] { return QCursor::pos(); })
+    , m_panel(std::make_unique<WheelPanel>(surface))
+{
+    WheelView* const view = m_panel->wheelView();
+    view->onActivate = [this](const WheelPetal& petal, const std::vector<std::filesystem::path>& files) {
+        const QPoint place = pointer();
+        hide();
+        if (onActivate)
+            onActivate(petal, files, place);
+    };
+    view->onEscape = [this] {
+        hide();
+    };
+    view->onDragCancelled = [this] {
+        hide();
+        if (onDragCancelled)
+            onDragCancelled();
+    };
+    view->onModifierTap = [this](ModifierFlags pressed) {
+        modifiersTapped(pressed);
+    };
+    m_panel->onResignKey = [this] {
+        if (m_panel->allowsKey())
+            hide();
+    };
+    FileIcons::warmUp();
+}
+
+void WheelController::show(WheelKind kind, std::vector<std::filesystem::path> urls, QPoint point, bool interactive)
+{
+    m_urls = std::move(urls);
+    m_panel->wheelView()->fallbackURLs = interactive ? m_urls : std::vector<std::filesystem::path>();
+    m_kind = kind;
+    configureView();
+    loadCentre();
+    m_panel->centerOn(point);
+    m_panel->setAllowsKey(interactive);
+    if (!m_panel->isShown())
+        m_panel->fadeIn();
+    if (interactive) {
+        AppActivation::activate(*m_panel);
+        m_panel->wheelView()->setFocus();
+    }
+    qCInfo(wheelLog, "Wheel shown: %s, %zu file(s)", nameOf(kind), m_urls.size());
+}
+
+void WheelController::switchTo(WheelKind kind)
+{
+    if (!m_panel->isShown() || m_kind == kind)
+        return;
+    m_kind = kind;
+    configureView();
+}
+
+void WheelController::hide()
+{
+    if (!m_panel->isShown())
+        return;
+    m_kind.reset();
+    m_panel->wheelView()->setHighlightedIndex(std::nullopt);
+    m_panel->fadeOut();
+    m_panel->setAllowsKey(false);
+}
+
+void WheelController::configureView()
+{
+    m_panel->wheelView()->configure(WheelPetal::petalsFor(*m_kind, m_urls), WheelPetal::emptyMessage(*m_kind));
+}
+
+void WheelController::loadCentre()
+{
+    WheelView* const view = m_panel->wheelView();
+    view->setSummary(FileInfo::centerSummary(m_urls));
+    std::vector<std::filesystem::path> shown(m_urls.begin(), m_urls.begin() + std::min(m_urls.size(), mostThumbnails));
+    if (shown == m_thumbnailURLs)
+        return;
+    m_thumbnailURLs = std::move(shown);
+    m_thumbnailToken = QUuid::createUuid();
+    std::vector<QImage> icons;
+    for (const std::filesystem::path& file : m_thumbnailURLs)
+        icons.push_back(FileIcons::iconFor(file, thumbnailPixels()));
+    view->setThumbnails(std::move(icons));
+    // Answers to earlier questions are of no use any more.
+    ThumbnailLoader::pool().clear();
+    for (std::size_t index = 0; index < m_thumbnailURLs.size(); ++index)
+        loadThumbnail(index);
+}
+
+void WheelController::loadThumbnail(std::size_t index)
+{
+    const std::filesystem::path& file = m_thumbnailURLs[index];
+    runInBackground(
+        this, [file, pixels = thumbnailPixels()] { return ThumbnailLoader::load(file, pixels); },
+        [this, file, index, token = m_thumbnailToken](const QImage& picture) {
+            if (token != m_thumbnailToken)
+                return;
+            if (picture.isNull())
+                qCInfo(wheelLog, "No thumbnail: %s", qUtf8Printable(textFromPath(file)));
+            else
+                m_panel->wheelView()->setThumbnail(index, picture);
+        },
+        ThumbnailLoader::pool());
+}
+
+void WheelController::modifiersTapped(ModifierFlags pressed)
+{
+    const WheelKeys bound = keys();
+    if ((pressed & flagOf(bound.convert)) != 0)
+        switchTo(WheelKind::convert);
+    else if ((pressed & flagOf(bound.tools)) != 0)
+        switchTo(WheelKind::tools);
+}
+
+} // namespace Pelgra

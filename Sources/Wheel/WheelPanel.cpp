@@ -1,0 +1,139 @@
+#include "Wheel/WheelPanel.h"
+
+#include "Support/Motion.h"
+#include "Wheel/WheelLayout.h"
+
+#include <QEvent>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QWindow>
+
+#include <utility>
+
+namespace Pelgra {
+
+namespace {
+
+constexpr int fadeInMilliseconds = 120;
+constexpr int fadeOutMilliseconds = 100;
+
+/// In a drag the window manager is left out: no placing, no animation, no focus. A wheel that is operated by keyboard
+/// needs it, since unmanaged windows get no focus.
+Qt::WindowFlags flagsFor(bool allowsKey)
+{
+    const Qt::WindowFlags common =
+        Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint;
+    return allowsKey ? common : common | Qt::WindowDoesNotAcceptFocus | Qt::BypassWindowManagerHint;
+}
+
+} // namespace
+
+WheelPanel::WheelPanel(WheelSurface& surface, QWidget* parent)
+    : QWidget(parent, flagsFor(false))
+    , m_surface(surface)
+    , m_view(new WheelView(this))
+    , m_fade(this, "windowOpacity")
+{
+    setAttribute(Qt::WA_TranslucentBackground);
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    setObjectName(QStringLiteral("wheelPanel"));
+    setWindowTitle(QStringLiteral("Pelgra"));
+    setFixedSize(side, side);
+    m_view->setGeometry(rect());
+    m_view->onRegionsChanged = [this] {
+        applyShape();
+    };
+    connect(&m_fade, &QPropertyAnimation::finished, this, [this] {
+        if (!m_isShown)
+            hide();
+    });
+    // The window exists from here on, so that showing it takes no detour.
+    winId();
+    m_surface.attach(this, m_view);
+    m_surface.onCompositingChanged = [this] {
+        m_view->setCompositing(m_surface.isCompositing());
+    };
+    m_view->setCompositing(m_surface.isCompositing());
+}
+
+WheelPanel::~WheelPanel()
+{
+    m_surface.onCompositingChanged = nullptr;
+    m_surface.detach();
+}
+
+void WheelPanel::centerOn(QPoint point)
+{
+    const QScreen* screen = QGuiApplication::screenAt(point);
+    if (screen == nullptr)
+        screen = QGuiApplication::primaryScreen();
+    if (screen != nullptr)
+        move(panelOriginFor(point, size(), screen->geometry()));
+    else
+        move(point - rect().center());
+}
+
+void WheelPanel::applyFlags()
+{
+    const Qt::WindowFlags flags = flagsFor(m_allowsKey);
+    if (flags == windowFlags())
+        return;
+    // A window that still fades out changes while nobody sees it.
+    hide();
+    // Changing the flags through the widget would make a new window, unknown to the surface.
+    overrideWindowFlags(flags);
+    windowHandle()->setFlags(flags);
+    setAttribute(Qt::WA_ShowWithoutActivating, !m_allowsKey);
+}
+
+void WheelPanel::fadeIn()
+{
+    m_isShown = true;
+    applyFlags();
+    if (!isVisible())
+        setWindowOpacity(0);
+    fade(1, fadeInMilliseconds);
+    show();
+    raise();
+}
+
+void WheelPanel::fadeOut()
+{
+    m_isShown = false;
+    m_wasActive = false;
+    fade(0, fadeOutMilliseconds);
+}
+
+void WheelPanel::fade(double opacity, int milliseconds)
+{
+    m_fade.stop();
+    if (!isVisible() && !m_isShown)
+        return;
+    if (Motion::isReduced() || !m_surface.isCompositing()) {
+        setWindowOpacity(1);
+        setVisible(m_isShown);
+        return;
+    }
+    m_fade.setStartValue(windowOpacity());
+    m_fade.setEndValue(opacity);
+    m_fade.setDuration(milliseconds);
+    m_fade.start();
+}
+
+void WheelPanel::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() != QEvent::ActivationChange)
+        return;
+    const bool wasActive = std::exchange(m_wasActive, isActiveWindow());
+    if (wasActive && !m_wasActive && onResignKey)
+        onResignKey();
+}
+
+void WheelPanel::applyShape()
+{
+    m_surface.setInputRegion(m_view->activeRegion());
+    m_surface.setPaintedRegion(m_view->paintedRegion());
+}
+
+} // namespace Pelgra

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Support/Platform/WheelSurface.h"
+#include "Wheel/WheelView.h"
+
+#include <QPropertyAnimation>
+#include <QWidget>
+
+#include <functional>
+
+namespace Pelgra {
+
+/// The window of the wheel: without a frame, translucent, above everything, shaped like what it shows. During a drag
+/// it never takes the focus and no window manager touches it.
+class WheelPanel : public QWidget {
+    Q_OBJECT
+
+public:
+    static constexpr int side = 300; ///< logical pixels
+
+    /// The surface outlives the panel.
+    explicit WheelPanel(WheelSurface& surface, QWidget* parent = nullptr);
+    ~WheelPanel() override;
+
+    WheelView* wheelView() const { return m_view; }
+
+    /// Moves the panel's middle to a point of the desktop (logical, y down), as far as the screen there allows.
+    void centerOn(QPoint point);
+
+    /// Whether the panel may take the focus; true only for a wheel without a drag. Counts from the next fadeIn() on.
+    bool allowsKey() const { return m_allowsKey; }
+    void setAllowsKey(bool allows) { m_allowsKey = allows; }
+
+    /// Shown, or fading in; not once it fades out.
+    bool isShown() const { return m_isShown; }
+    void fadeIn();
+    void fadeOut();
+
+    /// The panel had the focus and lost it.
+    std::function<void()> onResignKey;
+
+protected:
+    void changeEvent(QEvent* event) override;
+
+private:
+    void applyFlags();
+    void fade(double opacity, int milliseconds);
+    void applyShape();
+
+    WheelSurface& m_surface;
+    WheelView* m_view;
+    QPropertyAnimation m_fade;
+    bool m_allowsKey = false;
+    bool m_isShown = false;
+    bool m_wasActive = false;
+};
+
+} // namespace Pelgra

@@ -1,0 +1,281 @@
+#include "Wheel/WheelView.h"
+
+#include "Support/Logging.h"
+#include "Support/TickSound.h"
+#include "Wheel/WheelAccessible.h"
+#include "Wheel/WheelCanvas.h"
+#include "Wheel/WheelCentre.h"
+#include "Wheel/WheelDrawing.h"
+#include "Wheel/WheelModifiers.h"
+
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+
+#include <utility>
+
+namespace Pelgra {
+
+namespace {
+
+QRegion regionOf(const QPainterPath& path)
+{
+    return QRegion(path.toFillPolygon().toPolygon(), path.fillRule());
+}
+
+} // namespace
+
+WheelView::WheelView(QWidget* parent)
+    : QWidget(parent)
+    , playTick(TickSound::play)
+    , m_canvas(new WheelCanvas(this))
+{
+    WheelAccessible::install();
+    setObjectName(QStringLiteral("wheel"));
+    setMouseTracking(true);
+    setFocusPolicy(Qt::StrongFocus);
+}
+
+void WheelView::configure(std::vector<WheelPetal> petals, const QString& emptyMessage)
+{
+    // The highlight belongs to the old petals; it goes without a sound.
+    m_content.highlightedIndex.reset();
+    m_content.layout = WheelLayout::forPetalCount(static_cast<int>(petals.size()));
+    m_content.petals = std::move(petals);
+    m_content.emptyMessage = emptyMessage;
+    repaintAll();
+    WheelAccessible::petalsChanged(this);
+}
+
+void WheelView::setHighlightedIndex(std::optional<int> index)
+{
+    if (index == m_content.highlightedIndex)
+        return;
+    // Only what changes is painted again: the two petals and the capsule, whose width depends on the petal.
+    repaintHighlight();
+    m_content.highlightedIndex = index;
+    repaintHighlight();
+    if (onRegionsChanged && !m_content.isCompositing)
+        onRegionsChanged();
+    if (index) {
+        playTick();
+        WheelAccessible::highlightMoved(this, *index);
+    }
+}
+
+void WheelView::setSummary(const QString& summary)
+{
+    m_content.summary = summary;
+    repaintAll();
+}
+
+void WheelView::setThumbnails(std::vector<QImage> thumbnails)
+{
+    m_content.thumbnails = std::move(thumbnails);
+    repaintAll();
+}
+
+void WheelView::setThumbnail(std::size_t index, const QImage& thumbnail)
+{
+    if (index >= m_content.thumbnails.size())
+        return;
+    m_content.thumbnails[index] = thumbnail;
+    repaintAll();
+}
+
+void WheelView::setCompositing(bool isCompositing)
+{
+    m_content.isCompositing = isCompositing;
+    repaintAll();
+}
+
+std::optional<int> WheelView::petalIndexAt(QPointF viewPoint) const
+{
+    return m_content.layout.petalIndexAt(wheelPointAt(viewPoint, rect()));
+}
+
+QPainterPath WheelView::petalPath(int petal) const
+{
+    return wheelToView(rect()).map(m_content.layout.pathForPetal(petal));
+}
+
+void WheelView::activate(int petal)
+{
+    if (!fallbackURLs.empty())
+        scheduleActivation(m_content.petals[static_cast<std::size_t>(petal)], fallbackURLs);
+}
+
+QRegion WheelView::activeRegion() const
+{
+    return regionOf(WheelDrawing::activePath(m_content, rect()));
+}
+
+QRegion WheelView::paintedRegion() const
+{
+    return regionOf(WheelDrawing::paintedPath(m_content, rect()));
+}
+
+bool WheelView::dragMoved(QPointF viewPoint)
+{
+    setHighlightedIndex(petalIndexAt(viewPoint));
+    return m_content.highlightedIndex.has_value();
+}
+
+void WheelView::dragLeft()
+{
+    setHighlightedIndex(std::nullopt);
+}
+
+bool WheelView::canDrop(QPointF viewPoint) const
+{
+    return petalIndexAt(viewPoint).has_value();
+}
+
+bool WheelView::drop(const std::vector<std::filesystem::path>& files, QPointF viewPoint)
+{
+    const std::optional<int> index = petalIndexAt(viewPoint);
+    const std::vector<std::filesystem::path>& used = files.empty() ? fallbackURLs : files;
+    if (!index || used.empty())
+        return false;
+    m_didPerformDrop = true;
+    const WheelPetal& petal = m_content.petals[static_cast<std::size_t>(*index)];
+    qCInfo(wheelLog, "Dropped %zu file(s) on %s", used.size(), qUtf8Printable(petal.label()));
+    scheduleActivation(petal, used);
+    return true;
+}
+
+void WheelView::dragEnded(bool buttonStillDown)
+{
+    setHighlightedIndex(std::nullopt);
+    if (std::exchange(m_didPerformDrop, false) || !buttonStillDown)
+        return;
+    qCInfo(wheelLog, "Drag cancelled with the button still down");
+    if (onDragCancelled)
+        onDragCancelled();
+}
+
+void WheelView::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    WheelDrawing::paintBackdrop(painter, m_content, rect());
+}
+
+void WheelView::resizeEvent(QResizeEvent*)
+{
+    m_canvas->setGeometry(rect());
+    repaintAll();
+}
+
+void WheelView::mouseMoveEvent(QMouseEvent* event)
+{
+    setHighlightedIndex(petalIndexAt(event->position()));
+}
+
+void WheelView::leaveEvent(QEvent*)
+{
+    setHighlightedIndex(std::nullopt);
+}
+
+void WheelView::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton)
+        return;
+    const std::optional<int> petal = petalIndexAt(event->position());
+    if (petal && !fallbackURLs.empty())
+        activate(*petal);
+    else if (onEscape)
+        onEscape();
+}
+
+void WheelView::keyPressEvent(QKeyEvent* event)
+{
+    modifiersChanged(*event);
+    switch (event->key()) {
+    case Qt::Key_Escape:
+    case Qt::Key_Cancel:
+        if (onEscape)
+            onEscape();
+        return;
+    case Qt::Key_Right:
+    case Qt::Key_Down:
+        moveHighlight(1);
+        return;
+    case Qt::Key_Left:
+    case Qt::Key_Up:
+        moveHighlight(-1);
+        return;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Space:
+        if (m_content.highlightedIndex && !event->isAutoRepeat())
+            activate(*m_content.highlightedIndex);
+        return;
+    default:
+        QWidget::keyPressEvent(event);
+    }
+}
+
+void WheelView::keyReleaseEvent(QKeyEvent* event)
+{
+    modifiersChanged(*event);
+    QWidget::keyReleaseEvent(event);
+}
+
+void WheelView::focusInEvent(QFocusEvent* event)
+{
+    // Keys that were down before were not pressed for this wheel.
+    m_lastFlags = modifierFlagsOf(QGuiApplication::queryKeyboardModifiers());
+    QWidget::focusInEvent(event);
+}
+
+bool WheelView::focusNextPrevChild(bool next)
+{
+    moveHighlight(next ? 1 : -1);
+    return true;
+}
+
+void WheelView::moveHighlight(int steps)
+{
+    const int count = m_content.layout.petalCount;
+    if (count < 1)
+        return;
+    const int from = m_content.highlightedIndex.value_or(steps > 0 ? -1 : count);
+    setHighlightedIndex((from + steps + count) % count);
+}
+
+void WheelView::modifiersChanged(const QKeyEvent& event)
+{
+    const ModifierFlags flags = modifierFlagsAfter(event) & relevantModifierFlags;
+    const ModifierFlags pressed = flags & ~std::exchange(m_lastFlags, flags);
+    if (isModifier(event) && pressed != 0 && onModifierTap)
+        onModifierTap(pressed);
+}
+
+void WheelView::scheduleActivation(const WheelPetal& petal, std::vector<std::filesystem::path> files)
+{
+    QMetaObject::invokeMethod(
+        this,
+        [this, petal, chosen = std::move(files)] {
+            if (onActivate)
+                onActivate(petal, chosen);
+        },
+        Qt::QueuedConnection);
+}
+
+void WheelView::repaintAll()
+{
+    update();
+    m_canvas->update();
+    if (onRegionsChanged)
+        onRegionsChanged();
+}
+
+void WheelView::repaintHighlight()
+{
+    if (m_content.highlightedIndex)
+        m_canvas->update(WheelDrawing::petalRect(m_content, *m_content.highlightedIndex, rect()));
+    m_canvas->update(WheelCentre::capsuleRect(m_content, rect().toRectF().center()));
+}
+
+} // namespace Pelgra
