@@ -61,7 +61,7 @@ private Q_SLOTS:
     void aFullDiskIsReportedByEveryEncoder_data()
     {
         QTest::addColumn<int>("format");
-        for (const FileFormat format : {FileFormat::jpg, FileFormat::png, FileFormat::bmp})
+        for (const FileFormat format : {FileFormat::jpg, FileFormat::png, FileFormat::tiff, FileFormat::bmp})
             QTest::newRow(std::string(format.rawValue()).c_str()) << static_cast<int>(format);
     }
     void aFullDiskIsReportedByEveryEncoder()
@@ -160,7 +160,7 @@ private Q_SLOTS:
             ImageRows m_rows;
         };
         const RasterImage image = gradient(40, 40, ColorModel::rgb, false, 8);
-        for (const FileFormat format : {FileFormat::jpg, FileFormat::png, FileFormat::bmp}) {
+        for (const FileFormat format : {FileFormat::jpg, FileFormat::png, FileFormat::tiff, FileFormat::bmp}) {
             BrokenRows rows(image);
             MemorySink sink;
             QVERIFY_EXCEPTION_THROWN(encodeImage(format, rows, {}, sink), JobCancelled);

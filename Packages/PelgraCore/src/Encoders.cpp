@@ -3,6 +3,7 @@
 #include "backends/BmpEncoder.h"
 #include "backends/JpegEncoder.h"
 #include "backends/PngEncoder.h"
+#include "backends/TiffEncoder.h"
 #include "PelgraCore/EngineError.h"
 
 namespace Pelgra {
@@ -18,8 +19,9 @@ void encodeImage(FileFormat format, RowSource& rows, const EncodeProperties& pro
         return encodePng(rows, properties, sink);
     case FileFormat::bmp:
         return encodeBmp(rows, properties, sink);
-    case FileFormat::heic:
     case FileFormat::tiff:
+        return encodeTiff(rows, properties, sink);
+    case FileFormat::heic:
     case FileFormat::webp:
     case FileFormat::avif:
     case FileFormat::svg:

@@ -44,6 +44,7 @@ public:
 
     std::size_t size() const { return m_bytes.size(); }
     std::vector<std::byte>& bytes() { return m_bytes; }
+    const std::vector<std::byte>& bytes() const { return m_bytes; }
 
 private:
     std::endian m_order;
