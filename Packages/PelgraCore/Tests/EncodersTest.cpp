@@ -61,7 +61,8 @@ private Q_SLOTS:
     void aFullDiskIsReportedByEveryEncoder_data()
     {
         QTest::addColumn<int>("format");
-        for (const FileFormat format : {FileFormat::jpg, FileFormat::png, FileFormat::tiff, FileFormat::bmp})
+        for (const FileFormat format :
+             {FileFormat::jpg, FileFormat::png, FileFormat::tiff, FileFormat::bmp, FileFormat::heic})
             QTest::newRow(std::string(format.rawValue()).c_str()) << static_cast<int>(format);
     }
     void aFullDiskIsReportedByEveryEncoder()
@@ -160,7 +161,8 @@ private Q_SLOTS:
             ImageRows m_rows;
         };
         const RasterImage image = gradient(40, 40, ColorModel::rgb, false, 8);
-        for (const FileFormat format : {FileFormat::jpg, FileFormat::png, FileFormat::tiff, FileFormat::bmp}) {
+        for (const FileFormat format :
+             {FileFormat::jpg, FileFormat::png, FileFormat::tiff, FileFormat::bmp, FileFormat::heic}) {
             BrokenRows rows(image);
             MemorySink sink;
             QVERIFY_EXCEPTION_THROWN(encodeImage(format, rows, {}, sink), JobCancelled);

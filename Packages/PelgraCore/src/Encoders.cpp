@@ -4,6 +4,8 @@
 #include "backends/JpegEncoder.h"
 #include "backends/PngEncoder.h"
 #include "backends/TiffEncoder.h"
+#include "HeifModule.h"
+#include "ModuleLoader.h"
 #include "PelgraCore/EngineError.h"
 
 namespace Pelgra {
@@ -22,6 +24,7 @@ void encodeImage(FileFormat format, RowSource& rows, const EncodeProperties& pro
     case FileFormat::tiff:
         return encodeTiff(rows, properties, sink);
     case FileFormat::heic:
+        return module<HeifModule>("heif").encode(rows, properties, sink);
     case FileFormat::webp:
     case FileFormat::avif:
     case FileFormat::svg:

@@ -1,0 +1,113 @@
+#include "HeifDecoder.h"
+
+#include "HeifHandles.h"
+#include "HeifPixels.h"
+#include "HeifProfile.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+namespace Pelgra {
+
+namespace {
+
+/// No side of a coded picture may be longer; the library checks it before it decodes.
+constexpr int sideLimit = 32768;
+
+/// The picture with this index, the primary one being the first.
+HeifImageHandle pictureAt(heif_context& context, int index)
+{
+    heif_item_id primary = 0;
+    checkHeif<DecodeError>(heif_context_get_primary_image_ID(&context, &primary));
+    std::vector<heif_item_id> pictures(
+        static_cast<std::size_t>(std::max(heif_context_get_number_of_top_level_images(&context), 0)));
+    heif_context_get_list_of_top_level_image_IDs(&context, pictures.data(), static_cast<int>(pictures.size()));
+    std::erase(pictures, primary);
+    const bool exists = index > 0 && static_cast<std::size_t>(index) <= pictures.size();
+    heif_image_handle* handle = nullptr;
+    checkHeif<DecodeError>(heif_context_get_image_handle(
+        &context, exists ? pictures[static_cast<std::size_t>(index) - 1] : primary, &handle));
+    return HeifImageHandle(handle);
+}
+
+/// Refuses what would not fit before anything is decoded.
+void checkSize(const heif_image_handle& handle)
+{
+    const std::size_t bytesPerSample = heif_image_handle_get_luma_bits_per_pixel(&handle) > 8 ? 2 : 1;
+    const std::size_t components = heif_image_handle_has_alpha_channel(&handle) ? 4 : 3;
+    const auto fits = [&](int width, int height) {
+        return width > 0 && height > 0
+            && RasterImage::fits(static_cast<std::uint64_t>(width), static_cast<std::uint64_t>(height),
+                                 components * bytesPerSample);
+    };
+    if (!fits(heif_image_handle_get_width(&handle), heif_image_handle_get_height(&handle))
+        || !fits(heif_image_handle_get_ispe_width(&handle), heif_image_handle_get_ispe_height(&handle)))
+        throw DecodeError("the picture is too large");
+}
+
+/// The first metadata block of this item type and, for "mime" items, this content type; empty when there is none.
+Bytes metadataBlock(const heif_image_handle& handle, const char* type, std::string_view contentType = {})
+{
+    const int count = heif_image_handle_get_number_of_metadata_blocks(&handle, type);
+    std::vector<heif_item_id> blocks(static_cast<std::size_t>(std::max(count, 0)));
+    heif_image_handle_get_list_of_metadata_block_IDs(&handle, type, blocks.data(), count);
+    for (const heif_item_id block : blocks) {
+        const char* const content = heif_image_handle_get_metadata_content_type(&handle, block);
+        if (!contentType.empty() && (!content || contentType != content))
+            continue;
+        Bytes bytes(heif_image_handle_get_metadata_size(&handle, block));
+        if (!bytes.empty() && heif_image_handle_get_metadata(&handle, block, bytes.data()).code == heif_error_Ok)
+            return bytes;
+    }
+    return {};
+}
+
+/// The TIFF structure of an EXIF block, which begins with its distance as four bytes (ISO/IEC 23008-12, A.2.1). Some
+/// writers put the prefix of JPEG files in between.
+Bytes exifStructure(const Bytes& block)
+{
+    constexpr std::string_view prefix("Exif\0\0", 6);
+    if (block.size() < 4)
+        return {};
+    std::uint64_t start = 4;
+    for (std::size_t index = 0; index < 4; ++index)
+        start += std::to_integer<std::uint64_t>(block[index]) << (24 - 8 * index);
+    if (start >= block.size())
+        start = 4;
+    std::span<const std::byte> rest = std::span(block).subspan(static_cast<std::size_t>(start));
+    if (rest.size() > prefix.size() && std::memcmp(rest.data(), prefix.data(), prefix.size()) == 0)
+        rest = rest.subspan(prefix.size());
+    return {rest.begin(), rest.end()};
+}
+
+} // namespace
+
+DecodedImage decodeHeif(std::span<const std::byte> file, int index)
+{
+    const HeifContext context(heif_context_alloc());
+    if (!context)
+        throw std::bad_alloc();
+    heif_context_set_maximum_image_size_limit(context.get(), sideLimit);
+    checkHeif<DecodeError>(
+        heif_context_read_from_memory_without_copy(context.get(), file.data(), file.size(), nullptr));
+    const HeifImageHandle handle = pictureAt(*context, index);
+    checkSize(*handle);
+
+    DecodedImage decoded;
+    {
+        heif_image* image = nullptr;
+        checkHeif<DecodeError>(
+            heif_decode_image(handle.get(), &image, heif_colorspace_undefined, heif_chroma_undefined, nullptr));
+        const HeifImage owner(image);
+        decoded.image = pixelsOf(*image, heif_image_handle_is_premultiplied_alpha(handle.get()) != 0);
+    }
+    decoded.image.iccProfile = profileOf(*handle, decoded.image.model);
+    decoded.exif = exifStructure(metadataBlock(*handle, "Exif"));
+    decoded.xmp = metadataBlock(*handle, "mime", "application/rdf+xml");
+    decoded.iptc = metadataBlock(*handle, "iptc");
+    return decoded;
+}
+
+} // namespace Pelgra

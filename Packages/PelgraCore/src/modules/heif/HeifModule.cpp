@@ -1,0 +1,7 @@
+#include "HeifModule.h"
+
+#include "HeifDecoder.h"
+#include "HeifEncoder.h"
+#include "ModuleLoader.h"
+
+PELGRA_MODULE_EXPORT const Pelgra::HeifModule pelgraModule{Pelgra::decodeHeif, Pelgra::encodeHeif};

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "HeifHandles.h"
+#include "PelgraCore/ImageLoading.h"
+
+namespace Pelgra {
+
+/// Turns a decoded picture of the library, in whatever colour model it was coded, into grey or RGB with straight alpha:
+/// 8 bits where the coded samples have no more, else 16. Throws DecodeError.
+RasterImage pixelsOf(const heif_image& image, bool isPremultiplied);
+
+} // namespace Pelgra
