@@ -1,0 +1,265 @@
+#include "Settings/SettingsView.h"
+
+#include "Settings/Preferences.h"
+#include "Support/Logging.h"
+#include "Support/LoginItem.h"
+#include "Support/SystemSettings.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QFileInfo>
+#include <QFormLayout>
+#include <QFrame>
+#include <QLabel>
+#include <QPushButton>
+#include <QSignalBlocker>
+#include <QSlider>
+#include <QVBoxLayout>
+
+#include <cmath>
+
+namespace Pelgra {
+
+namespace {
+
+// Logical pixels.
+constexpr int formWidth = 460;
+constexpr int windowPadding = 20;
+constexpr int sectionSpacing = 18;
+constexpr int sectionPadding = 14;
+constexpr int footerPixels = 12;
+
+// The slider counts in steps of 5 %.
+constexpr int lowestStep = 10;
+constexpr int highestStep = 20;
+constexpr double qualityStep = 0.05;
+
+/// Which key of a PC keyboard a key is.
+QString keyboardKeyOf(ModifierKey key)
+{
+    switch (key) {
+    case ModifierKey::shift:
+        return QStringLiteral("The Shift key");
+    case ModifierKey::command:
+        return QStringLiteral("The Super key, often marked with a logo");
+    case ModifierKey::option:
+        return QStringLiteral("The Alt key");
+    case ModifierKey::control:
+        return QStringLiteral("The Ctrl key");
+    case ModifierKey::function:
+        return QStringLiteral("The AltGr key; the Fn key itself never reaches the system");
+    }
+    return {};
+}
+
+QFrame* makeSection(QWidget* parent)
+{
+    auto* const section = new QFrame(parent);
+    section->setFrameShape(QFrame::StyledPanel);
+    section->setObjectName(QStringLiteral("section"));
+    return section;
+}
+
+QLabel* makeNote(const QString& text, QWidget* parent)
+{
+    auto* const note = new QLabel(text, parent);
+    note->setWordWrap(true);
+    note->setTextFormat(Qt::PlainText);
+    note->setForegroundRole(QPalette::PlaceholderText);
+    QFont font = note->font();
+    font.setPixelSize(footerPixels);
+    note->setFont(font);
+    return note;
+}
+
+} // namespace
+
+SettingsView::SettingsView(Preferences* preferences, QWidget* parent)
+    : QWidget(parent)
+    , m_preferences(preferences)
+{
+    auto* const stack = new QVBoxLayout(this);
+    stack->setContentsMargins(windowPadding, windowPadding, windowPadding, windowPadding);
+    stack->setSpacing(sectionSpacing);
+    stack->addWidget(makeKeys());
+    stack->addWidget(makeQuality());
+    stack->addWidget(makeSystem());
+    stack->addStretch();
+    setFixedWidth(formWidth);
+    followPreferences();
+    followLoginItem();
+}
+
+QComboBox* SettingsView::makePicker(const QString& name, void (Preferences::*set)(ModifierKey))
+{
+    auto* const picker = new QComboBox;
+    picker->setAccessibleName(name);
+    for (const ModifierKey key : allModifierKeys) {
+        picker->addItem(pickerLabelOf(key), static_cast<int>(key));
+        picker->setItemData(picker->count() - 1, keyboardKeyOf(key), Qt::ToolTipRole);
+    }
+    connect(picker, &QComboBox::currentIndexChanged, this, [this, picker, set](int index) {
+        const auto key = static_cast<ModifierKey>(picker->itemData(index).toInt());
+        (m_preferences->*set)(key);
+        picker->setToolTip(keyboardKeyOf(key));
+    });
+    return picker;
+}
+
+QWidget* SettingsView::makeKeys()
+{
+    auto* const whole = new QWidget;
+    auto* const stack = new QVBoxLayout(whole);
+    stack->setContentsMargins(0, 0, 0, 0);
+    auto* const section = makeSection(whole);
+    auto* const form = new QFormLayout(section);
+    form->setContentsMargins(sectionPadding, sectionPadding, sectionPadding, sectionPadding);
+    m_convertKey = makePicker(QStringLiteral("Convert key"), &Preferences::setConvertKey);
+    m_convertKey->setObjectName(QStringLiteral("convertKey"));
+    m_toolsKey = makePicker(QStringLiteral("Tools key"), &Preferences::setToolsKey);
+    m_toolsKey->setObjectName(QStringLiteral("toolsKey"));
+    m_sameKey = makeNote(QString(), section);
+    m_sameKey->setObjectName(QStringLiteral("sameKeyWarning"));
+    form->addRow(QStringLiteral("Convert key"), m_convertKey);
+    form->addRow(QStringLiteral("Tools key"), m_toolsKey);
+    form->addRow(m_sameKey);
+    stack->addWidget(section);
+    stack->addWidget(
+        makeNote(QStringLiteral("Start dragging a file, then tap a key. The wheel stays open until you drop."), whole));
+    return whole;
+}
+
+QWidget* SettingsView::makeQuality()
+{
+    auto* const section = makeSection(this);
+    auto* const stack = new QVBoxLayout(section);
+    stack->setContentsMargins(sectionPadding, sectionPadding, sectionPadding, sectionPadding);
+    auto* const title = new QHBoxLayout;
+    auto* const name = new QLabel(QStringLiteral("JPEG quality"), section);
+    m_qualityText = new QLabel(section);
+    m_qualityText->setObjectName(QStringLiteral("jpegQualityText"));
+    title->addWidget(name);
+    title->addStretch();
+    title->addWidget(m_qualityText);
+
+    m_quality = new QSlider(Qt::Horizontal, section);
+    m_quality->setObjectName(QStringLiteral("jpegQuality"));
+    m_quality->setRange(lowestStep, highestStep);
+    m_quality->setPageStep(2);
+    m_quality->setTickPosition(QSlider::TicksBelow);
+    m_quality->setAccessibleName(name->text());
+    name->setBuddy(m_quality);
+    connect(m_quality, &QSlider::valueChanged, this,
+            [this](int steps) { m_preferences->setJPEGQuality(steps * qualityStep); });
+    auto* const row = new QHBoxLayout;
+    row->addWidget(new QLabel(QStringLiteral("Smaller"), section));
+    row->addWidget(m_quality, 1);
+    row->addWidget(new QLabel(QStringLiteral("Better"), section));
+    stack->addLayout(title);
+    stack->addLayout(row);
+    return section;
+}
+
+QWidget* SettingsView::makeSystem()
+{
+    auto* const section = makeSection(this);
+    auto* const stack = new QVBoxLayout(section);
+    stack->setContentsMargins(sectionPadding, sectionPadding, sectionPadding, sectionPadding);
+    m_launchAtLogin = new QCheckBox(QStringLiteral("Launch at login"), section);
+    m_launchAtLogin->setObjectName(QStringLiteral("launchAtLogin"));
+    connect(m_launchAtLogin, &QCheckBox::clicked, this, &SettingsView::setLaunchAtLogin);
+    m_approve = new QPushButton(QStringLiteral("Approve in System Settings…"), section);
+    m_approve->setObjectName(QStringLiteral("approveLoginItem"));
+    m_approve->setFlat(true);
+    m_approve->setCursor(Qt::PointingHandCursor);
+    QPalette link = m_approve->palette();
+    link.setColor(QPalette::ButtonText, link.color(QPalette::Link));
+    m_approve->setPalette(link);
+    connect(m_approve, &QPushButton::clicked, this, [] { SystemSettings::openLoginItems(); });
+    m_loginError = makeNote(QString(), section);
+    m_loginError->setObjectName(QStringLiteral("loginItemError"));
+    QPalette red = m_loginError->palette();
+    red.setColor(QPalette::PlaceholderText, QColor(0xD7, 0x1D, 0x1D));
+    m_loginError->setPalette(red);
+    m_updates = new QCheckBox(QStringLiteral("Check for updates automatically"), section);
+    m_updates->setObjectName(QStringLiteral("checkForUpdatesAutomatically"));
+    connect(m_updates, &QCheckBox::clicked, m_preferences, &Preferences::setCheckForUpdatesAutomatically);
+    stack->addWidget(m_launchAtLogin);
+    stack->addWidget(m_approve, 0, Qt::AlignLeft);
+    stack->addWidget(m_loginError);
+    stack->addWidget(m_updates);
+    return section;
+}
+
+void SettingsView::followPreferences()
+{
+    connect(m_preferences, &Preferences::convertKeyChanged, this, &SettingsView::showKeys);
+    connect(m_preferences, &Preferences::toolsKeyChanged, this, &SettingsView::showKeys);
+    connect(m_preferences, &Preferences::jpegQualityChanged, this, &SettingsView::showQuality);
+    const auto showUpdates = [this] {
+        m_updates->setChecked(m_preferences->checkForUpdatesAutomatically());
+    };
+    connect(m_preferences, &Preferences::checkForUpdatesAutomaticallyChanged, this, showUpdates);
+    showKeys();
+    showQuality();
+    showUpdates();
+}
+
+void SettingsView::followLoginItem()
+{
+    const QString folder = QFileInfo(LoginItem::entryFile()).path();
+    QDir().mkpath(folder); // a folder that does not exist cannot be watched
+    m_autostart.addPath(folder);
+    m_autostart.addPath(LoginItem::entryFile());
+    const auto changed = [this] {
+        // A file that was replaced has fallen out of the watch.
+        if (!m_autostart.files().contains(LoginItem::entryFile()) && QFileInfo::exists(LoginItem::entryFile()))
+            m_autostart.addPath(LoginItem::entryFile());
+        showLoginItem();
+    };
+    connect(&m_autostart, &QFileSystemWatcher::directoryChanged, this, changed);
+    connect(&m_autostart, &QFileSystemWatcher::fileChanged, this, changed);
+    showLoginItem();
+}
+
+void SettingsView::showKeys()
+{
+    const auto select = [](QComboBox* picker, ModifierKey key) {
+        const QSignalBlocker quiet(picker); // showing is not setting
+        picker->setCurrentIndex(picker->findData(static_cast<int>(key)));
+        picker->setToolTip(keyboardKeyOf(key));
+    };
+    select(m_convertKey, m_preferences->convertKey());
+    select(m_toolsKey, m_preferences->toolsKey());
+    m_sameKey->setText(m_preferences->sameKeyWarning());
+    m_sameKey->setVisible(!m_sameKey->text().isEmpty());
+}
+
+void SettingsView::showQuality()
+{
+    const double quality = m_preferences->jpegQuality();
+    const QSignalBlocker quiet(m_quality);
+    m_quality->setValue(static_cast<int>(std::lround(quality / qualityStep)));
+    m_qualityText->setText(QStringLiteral("%1%").arg(std::lround(quality * 100)));
+}
+
+void SettingsView::showLoginItem()
+{
+    const LoginItem::Status status = LoginItem::status();
+    m_launchAtLogin->setChecked(status == LoginItem::Status::enabled);
+    m_approve->setVisible(status == LoginItem::Status::requiresApproval);
+    m_loginError->setText(m_loginItemError);
+    m_loginError->setVisible(!m_loginItemError.isEmpty());
+}
+
+void SettingsView::setLaunchAtLogin(bool on)
+{
+    const auto error = LoginItem::setEnabled(on);
+    if (error)
+        qCWarning(settingsLog, "Login item change failed: %s", qUtf8Printable(*error));
+    m_loginItemError = error.value_or(QString());
+    showLoginItem(); // what is, not what was asked for
+}
+
+} // namespace Pelgra

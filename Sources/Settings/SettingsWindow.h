@@ -1,0 +1,15 @@
+#pragma once
+
+class QWidget;
+
+/// The one settings window of the process. Main thread.
+namespace Pelgra::SettingsWindow {
+
+/// Shows the window, made at the first call, in front of all others. A hidden window comes back in the middle of the
+/// screen; a visible one stays where it is.
+void show();
+
+/// The window, or null before the first show().
+QWidget* window();
+
+} // namespace Pelgra::SettingsWindow

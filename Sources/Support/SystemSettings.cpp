@@ -1,0 +1,34 @@
+#include "Support/SystemSettings.h"
+
+#include "Support/LoginItem.h"
+
+#include <QDesktopServices>
+#include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QUrl>
+
+namespace Pelgra::SystemSettings {
+
+void openLoginItems()
+{
+    // In the order of the desktops that have such a page; the first that is installed is the one of this desktop, since
+    // each comes with its desktop.
+    static const QList<QStringList> programs{
+        {QStringLiteral("systemsettings"), QStringLiteral("kcm_autostart")},
+        {QStringLiteral("xfce4-session-settings")},
+        {QStringLiteral("cinnamon-settings"), QStringLiteral("startup")},
+        {QStringLiteral("mate-session-properties")},
+        {QStringLiteral("lxqt-config-session")},
+        {QStringLiteral("gnome-tweaks")},
+        {QStringLiteral("gnome-control-center"), QStringLiteral("applications")},
+    };
+    for (const QStringList& program : programs) {
+        if (!QStandardPaths::findExecutable(program.first()).isEmpty()
+            && QProcess::startDetached(program.first(), program.mid(1)))
+            return;
+    }
+    QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(LoginItem::entryFile()).path()));
+}
+
+} // namespace Pelgra::SystemSettings

@@ -1,0 +1,9 @@
+#pragma once
+
+/// The desktop's own settings.
+namespace Pelgra::SystemSettings {
+
+/// Opens the page of the programs that start with the session, as far as the desktop has one; else its settings.
+void openLoginItems();
+
+} // namespace Pelgra::SystemSettings
