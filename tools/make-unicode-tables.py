@@ -1,8 +1,12 @@
 #!/usr/bin/env python3
-"""Prints src/UnicodeTables.cpp of the core from the Unicode data that this Python carries.
+"""Writes UnicodeRanges.cpp and UnicodeForms.cpp of the core from the Unicode data that this Python carries.
 
-Usage: tools/make-unicode-tables.py > Packages/PelgraCore/src/UnicodeTables.cpp && clang-format -i on it
+Usage: tools/make-unicode-tables.py Packages/PelgraCore/src
 """
+import pathlib
+import subprocess
+import sys
+import textwrap
 import unicodedata
 
 LETTERS = {"Lu", "Ll", "Lt", "Lm", "Lo", "Nl"}
@@ -32,26 +36,47 @@ def ranges(test):
             start = None
 
 
-def table(name, test, why):
-    pairs = list(ranges(test))
-    print(f"// {why}")
-    print(f"constexpr CodePointRange {name}Data[] = {{")
-    print(",".join(f"{{{first:#x},{last:#x}}}" for first, last in pairs))
-    print("};")
-    return name
+def range_table(name, test, why):
+    pairs = ",".join(f"{{{first:#x},{last:#x}}}" for first, last in ranges(test))
+    return f"// {why}\nconstexpr CodePointRange {name}Data[] = {{{pairs}}};\n"
 
 
-print(f"""#include "Unicode.h"
+def forms():
+    """Letters of Arabic script drawn for one place in a word, and the letters they stand for; no whole phrases."""
+    for code in (*range(0xFB50, 0xFE00), *range(0xFE70, 0xFF00)):
+        tag, _, letters = unicodedata.decomposition(chr(code)).partition(" ")
+        letters = [letter for letter in letters.split() if letter != "0020"]
+        if tag in ("<isolated>", "<initial>", "<medial>", "<final>") and len(letters) <= 4:
+            yield f"{{{code:#x},u\"" + "".join(f"\\u{letter}" for letter in letters) + '"}'
+
+
+def write(path, body):
+    path.write_text(f"""#include "Unicode.h"
 
 // Written by tools/make-unicode-tables.py from Unicode {unicodedata.unidata_version}; not to be edited by hand.
 namespace Pelgra::Unicode {{
 
 namespace {{
+
+{body}
+}} // namespace Pelgra::Unicode
 """)
-names = [table("letterRanges", is_letter, "General categories L and Nl."),
-         table("lowercaseRanges", is_lower, "The derived property Lowercase."),
-         table("rightToLeftRanges", is_right_to_left, "Bidirectional classes R and AL.")]
-print("\n} // namespace\n")
-for name in names:
-    print(f"const std::span<const CodePointRange> {name} = {name}Data;")
-print("\n} // namespace Pelgra::Unicode")
+    subprocess.run(["clang-format", "-i", str(path)], check=True)
+
+
+def main():
+    folder = pathlib.Path(sys.argv[1])
+    tables = {"letterRanges": (is_letter, "General categories L and Nl."),
+              "lowercaseRanges": (is_lower, "The derived property Lowercase."),
+              "rightToLeftRanges": (is_right_to_left, "Bidirectional classes R and AL.")}
+    write(folder / "UnicodeRanges.cpp",
+          "".join(range_table(name, *entry) for name, entry in tables.items()) + "\n} // namespace\n\n"
+          + "".join(f"const std::span<const CodePointRange> {name} = {name}Data;\n" for name in tables))
+    write(folder / "UnicodeForms.cpp",
+          "// Compatibility decompositions of presentation forms.\n// clang-format off\nconstexpr PresentationForm presentationFormsData[] = {"
+          + "\n" + textwrap.fill(", ".join(forms()), 118, break_on_hyphens=False) + "\n};\n// clang-format on\n\n} // namespace\n\n"
+          "const std::span<const PresentationForm> presentationForms = presentationFormsData;\n")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PageText.h"
 #include "PelgraCore/PDFRendering.h"
 
 #include <cstddef>
@@ -8,6 +9,7 @@
 #include <optional>
 #include <span>
 #include <stop_token>
+#include <vector>
 
 namespace Pelgra {
 
@@ -26,7 +28,7 @@ struct PixelSize {
 /// PDFRender::maxSide, fractions are cut off, no side is less than 1. None where the size or scale is not positive.
 std::optional<PixelSize> pixelSizeFor(PageSize size, double scale);
 
-/// A document that can also be drawn in parts.
+/// A document that can also be drawn in parts and read.
 class PageRenderer : public PDFDocument {
 public:
     /// Draws rows of a page, from the top one given, into tight rows of 8-bit sRGB that fill the span; the page as a
@@ -34,6 +36,9 @@ public:
     /// cannot be fetched or drawn at all, takes too much time or memory, or a stop was requested.
     virtual bool drawRows(int pageIndex, PixelSize size, int top, std::span<std::byte> pixels,
                           const std::stop_token& stop) = 0;
+
+    /// What the page shows as text, in the order of its contents; as much as can be read.
+    virtual std::vector<TextPiece> textPieces(int pageIndex, const std::stop_token& stop) = 0;
 };
 
 /// What libpelgra-rendering.so offers.

@@ -117,6 +117,17 @@ void append(std::string& text, char32_t character)
     }
 }
 
+void appendPlain(std::string& text, char32_t character)
+{
+    const auto form = character < presentationForms.front().code || character > presentationForms.back().code
+        ? presentationForms.end()
+        : std::ranges::lower_bound(presentationForms, character, {}, &PresentationForm::code);
+    if (form == presentationForms.end() || form->code != character)
+        return append(text, character);
+    for (const char16_t* letter = form->letters; *letter != 0; ++letter)
+        append(text, *letter);
+}
+
 std::u32string decoded(std::string_view text)
 {
     std::u32string characters;

@@ -22,6 +22,14 @@ extern const std::span<const CodePointRange> letterRanges;
 extern const std::span<const CodePointRange> lowercaseRanges;
 extern const std::span<const CodePointRange> rightToLeftRanges;
 
+/// A letter of Arabic script drawn for one place in a word, or several drawn as one sign.
+struct PresentationForm {
+    char16_t code;
+    char16_t letters[5]; ///< one to four, then zero
+};
+/// Ascending.
+extern const std::span<const PresentationForm> presentationForms;
+
 /// Takes the first character off the text, which must not be empty.
 char32_t takeFirst(std::string_view& text);
 /// The first or last character; 0 for an empty text.
@@ -31,6 +39,8 @@ char32_t lastOf(std::string_view text);
 std::string_view withoutLast(std::string_view text);
 
 void append(std::string& text, char32_t character);
+/// Like append(), with the letters themselves in place of presentation forms.
+void appendPlain(std::string& text, char32_t character);
 std::u32string decoded(std::string_view text);
 std::size_t countOf(std::string_view text);
 

@@ -1,5 +1,8 @@
 #include "Renderer.h"
 
+#include "RunPart.h"
+#include "TextPieces.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -34,25 +37,6 @@ fz_matrix pixelsOf(const PageGeometry& geometry, PixelSize size)
     const auto scaleY = static_cast<float>(size.height / shown.height);
     const fz_matrix flip = fz_make_matrix(scaleX, 0, 0, -scaleY, 0, static_cast<float>(size.height));
     return fz_concat(fz_concat(toOrigin, turn), flip);
-}
-
-using RunPage = void (*)(fz_context*, pdf_page*, fz_device*, fz_matrix, fz_cookie*);
-
-/// False when memory ran out. Any other fault leaves out what follows it in the page, as viewers do.
-bool runPart(fz_context* context, RunPage run, pdf_page* page, fz_device* device, fz_matrix matrix,
-             fz_cookie* cookie) noexcept
-{
-    bool hadMemory = true;
-    fz_var(hadMemory);
-    fz_try(context)
-    {
-        run(context, page, device, matrix, cookie);
-    }
-    fz_catch(context)
-    {
-        hadMemory = fz_caught(context) != FZ_ERROR_MEMORY;
-    }
-    return hadMemory;
 }
 
 /// Draws into white pixels that fill the area. False when memory ran out.
@@ -146,6 +130,13 @@ std::optional<RasterImage> Renderer::render(int pageIndex, double scale)
     if (!image || !drawRows(pageIndex, *size, 0, image->pixels, {}))
         return std::nullopt;
     return image;
+}
+
+std::vector<TextPiece> Renderer::textPieces(int pageIndex, const std::stop_token& stop)
+{
+    const Work work(m_document->account(), stop);
+    const PageHandle& page = pageAt(pageIndex);
+    return page ? readTextPieces(*m_document, page) : std::vector<TextPiece>();
 }
 
 std::unique_ptr<PageRenderer> openRenderer(const std::filesystem::path& file)

@@ -15,6 +15,7 @@ public:
     std::optional<RasterImage> render(int pageIndex, double scale) override;
     bool drawRows(int pageIndex, PixelSize size, int top, std::span<std::byte> pixels,
                   const std::stop_token& stop) override;
+    std::vector<TextPiece> textPieces(int pageIndex, const std::stop_token& stop) override;
 
 private:
     /// Keeps the page for the next call, since the bands of one page follow each other.

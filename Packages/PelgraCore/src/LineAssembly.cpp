@@ -1,0 +1,239 @@
+#include "PageText.h"
+
+#include "Unicode.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace Pelgra {
+
+namespace {
+
+using TextExtraction::FontRun;
+using TextExtraction::Line;
+
+/// Pieces belong to one line when their baselines and the gap between them differ by no more, in font sizes. The gap
+/// takes in wide word spaces and the room after a number, but not the one between columns.
+constexpr float largestBaselineStep = 0.35F;
+constexpr float largestOverlap = 0.5F;
+constexpr float largestGap = 2.5F;
+/// From this gap on there is a space, in font sizes; between letters of a word there is less.
+constexpr float smallestSpace = 0.15F;
+/// A soft hyphen narrower than this is not visible.
+constexpr float smallestHyphen = 0.1F;
+/// With this share of unknown characters a text layer is worth nothing.
+constexpr double unreadableShare = 0.3;
+
+bool isInvisible(char32_t code)
+{
+    return (code < 0x20 && code != U'\t') || (code >= 0x7F && code < 0xA0) || code == 0x200B
+        || (code >= 0x200E && code <= 0x200F) || (code >= 0x2028 && code <= 0x202E)
+        || (code >= 0x2060 && code <= 0x206F) || code == 0xFEFF || (code >= 0xFFF9 && code <= 0xFFFB)
+        || (code >= 0xFFFE && code <= 0xFFFF) || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF);
+}
+
+/// Symbol fonts leave their codes in a private area. These are the ones that mark list items in common text processors;
+/// meanings as in the fonts Symbol and Wingdings.
+char32_t withoutPrivateCode(char32_t code)
+{
+    switch (code) {
+    case 0xF0B7:
+    case 0xF09F:
+        return U'\u2022'; // bullet
+    case 0xF0A7:
+    case 0xF06E:
+        return U'\u25AA'; // small black square
+    case 0xF0D8:
+    case 0xF0E0:
+        return U'\u2023'; // arrowhead
+    case 0xF0A8:
+    case 0xF06F:
+    case 0xF071:
+        return U'\u25A1'; // box
+    case 0xF0FC:
+        return U'\u2713'; // tick
+    default:
+        return code;
+    }
+}
+
+/// A visual line in the making.
+struct VisualLine {
+    float directionX = 1;
+    float directionY = 0;
+    float baseline = 0;
+    bool isVertical = false;
+    float start = 0;
+    float end = 0;
+    float size = 0; ///< largest
+    std::vector<PlacedCharacter> characters;
+};
+
+struct Extent {
+    float start = 0;
+    float end = 0;
+    float size = 0;
+};
+
+Extent extentOf(const TextPiece& piece)
+{
+    Extent extent = {piece.characters.front().start, piece.characters.front().end, 0};
+    for (const PlacedCharacter& character : piece.characters) {
+        extent.start = std::min({extent.start, character.start, character.end});
+        extent.end = std::max({extent.end, character.start, character.end});
+        extent.size = std::max(extent.size, character.size);
+    }
+    return extent;
+}
+
+bool hasRightToLeft(std::span<const PlacedCharacter> characters)
+{
+    return std::ranges::any_of(characters,
+                               [](const auto& character) { return Unicode::isRightToLeft(character.code); });
+}
+
+bool continues(const VisualLine& line, const TextPiece& piece, const Extent& extent)
+{
+    const float size = std::max(line.size, extent.size);
+    const bool sameDirection = line.directionX * piece.directionX + line.directionY * piece.directionY > 0.999F
+        && line.isVertical == piece.isVertical;
+    if (!sameDirection || std::abs(piece.baseline - line.baseline) > largestBaselineStep * size)
+        return false;
+    float gap = extent.start - line.end;
+    // Right-to-left text may be drawn in the order it is read, each piece left of the one before.
+    if (gap < -largestOverlap * size && (hasRightToLeft(line.characters) || hasRightToLeft(piece.characters)))
+        gap = line.start - extent.end;
+    return gap >= -largestOverlap * size && gap <= largestGap * size;
+}
+
+/// A space in the gap between two neighbours; none where they touch or one is a space.
+void addSpaceBetween(std::vector<PlacedCharacter>& characters, const Extent& extent, const TextPiece& next,
+                     const VisualLine& line)
+{
+    const bool isLeft = extent.end <= line.start + smallestSpace * extent.size && extent.start < line.start;
+    const float from = isLeft ? extent.end : line.end;
+    const float to = isLeft ? line.start : extent.start;
+    const float size = std::max(line.size, extent.size);
+    const bool isApart = to - from >= smallestSpace * size;
+    if (isApart && !Unicode::isBlank(characters.back().code) && !Unicode::isBlank(next.characters.front().code))
+        characters.push_back({U' ', from, to, size});
+}
+
+std::vector<VisualLine> visualLinesFrom(std::span<const TextPiece> pieces)
+{
+    std::vector<VisualLine> lines;
+    for (const TextPiece& piece : pieces) {
+        if (piece.characters.empty())
+            continue;
+        const Extent extent = extentOf(piece);
+        if (lines.empty() || !continues(lines.back(), piece, extent)) {
+            lines.push_back({piece.directionX, piece.directionY, piece.baseline, piece.isVertical, extent.start,
+                             extent.end, extent.size, piece.characters});
+            continue;
+        }
+        VisualLine& line = lines.back();
+        addSpaceBetween(line.characters, extent, piece, line);
+        line.characters.insert(line.characters.end(), piece.characters.begin(), piece.characters.end());
+        line.start = std::min(line.start, extent.start);
+        line.end = std::max(line.end, extent.end);
+        // Raised and lowered characters do not carry the line with them.
+        if (extent.size >= line.size)
+            line.baseline = piece.baseline;
+        line.size = std::max(line.size, extent.size);
+    }
+    return lines;
+}
+
+bool isMostlyRightToLeft(std::span<const VisualLine> lines)
+{
+    std::size_t rightToLeft = 0;
+    std::size_t letters = 0;
+    for (const VisualLine& line : lines) {
+        for (const PlacedCharacter& character : line.characters) {
+            const bool isStrong = Unicode::isRightToLeft(character.code);
+            rightToLeft += isStrong ? 1 : 0;
+            letters += isStrong || Unicode::isLetter(character.code) ? 1 : 0;
+        }
+    }
+    return rightToLeft * 2 > letters;
+}
+
+/// At the end of a line every kind of hyphen may break a word and is written as the plain one.
+bool isLineEndHyphen(char32_t code)
+{
+    return code == Unicode::softHyphen || code == 0x2010;
+}
+
+void dropTrailingBlanks(std::vector<PlacedCharacter>& characters)
+{
+    while (!characters.empty() && Unicode::isBlank(characters.back().code))
+        characters.pop_back();
+}
+
+/// What is left for a reader: soft hyphens resolved, invisible characters gone.
+void makeReadable(std::vector<PlacedCharacter>& characters)
+{
+    std::erase_if(characters, [](const PlacedCharacter& character) { return isInvisible(character.code); });
+    dropTrailingBlanks(characters);
+    if (!characters.empty() && isLineEndHyphen(characters.back().code))
+        characters.back().code = U'-';
+    std::erase_if(characters, [](const PlacedCharacter& character) {
+        return character.code == Unicode::softHyphen
+            && std::abs(character.end - character.start) < smallestHyphen * character.size;
+    });
+    for (PlacedCharacter& character : characters) {
+        if (character.code == Unicode::softHyphen) // it takes room, so it is drawn and meant
+            character.code = U'-';
+        character.code = withoutPrivateCode(character.code);
+    }
+}
+
+Line lineFrom(std::span<const PlacedCharacter> characters)
+{
+    std::string text;
+    std::vector<FontRun> runs;
+    for (const PlacedCharacter& character : characters) {
+        Unicode::appendPlain(text, character.code);
+        if (runs.empty() || runs.back().size != static_cast<double>(character.size))
+            runs.push_back({character.size, 0});
+        runs.back().charCount += Unicode::isSpace(character.code) ? 0 : 1;
+    }
+    return TextExtraction::lineFrom(std::move(text), runs);
+}
+
+} // namespace
+
+std::vector<Line> linesFrom(std::span<const TextPiece> pieces)
+{
+    std::vector<VisualLine> visualLines = visualLinesFrom(pieces);
+    const bool pageIsRightToLeft = isMostlyRightToLeft(visualLines);
+    std::vector<Line> lines;
+    lines.reserve(visualLines.size());
+    for (VisualLine& line : visualLines) {
+        if (!line.isVertical && hasRightToLeft(line.characters))
+            line.characters = inReadingOrder(std::move(line.characters), pageIsRightToLeft);
+        makeReadable(line.characters);
+        if (!line.characters.empty())
+            lines.push_back(lineFrom(line.characters));
+    }
+    return lines;
+}
+
+bool isReadable(std::span<const Line> lines)
+{
+    std::int64_t known = 0;
+    std::int64_t unknown = 0;
+    for (const Line& line : lines) {
+        std::string_view text = line.text;
+        while (!text.empty()) {
+            const char32_t character = Unicode::takeFirst(text);
+            if (character == Unicode::replacement)
+                ++unknown;
+            else if (!Unicode::isSpace(character))
+                ++known;
+        }
+    }
+    return known > 0 && static_cast<double>(unknown) < unreadableShare * static_cast<double>(known + unknown);
+}
+
+} // namespace Pelgra

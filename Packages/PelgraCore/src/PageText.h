@@ -1,0 +1,41 @@
+#pragma once
+
+#include "PelgraCore/TextExtraction.h"
+
+#include <span>
+#include <vector>
+
+/// From the characters a page shows to its lines. The order is that of the page's contents, which keeps columns apart;
+/// within a line that holds right-to-left text, where the characters stand decides.
+namespace Pelgra {
+
+/// A character where it stands. Distances are points along the direction of its piece of text.
+struct PlacedCharacter {
+    char32_t code = 0;
+    float start = 0; ///< from the page's origin to the edge where reading begins
+    float end = 0;
+    float size = 0; ///< of the font, as it appears on the page
+};
+
+/// Characters that follow one another on one baseline.
+struct TextPiece {
+    float directionX = 1; ///< of the baseline, of unit length; y grows downwards
+    float directionY = 0;
+    float baseline = 0; ///< points from the page's origin, at right angles to the direction
+    bool isVertical = false; ///< characters below each other
+    std::vector<PlacedCharacter> characters;
+};
+
+/// The lines of a page: pieces of one visual line put together with spaces where there are gaps, right-to-left text in
+/// reading order, and only characters a reader can use.
+std::vector<TextExtraction::Line> linesFrom(std::span<const TextPiece> pieces);
+
+/// Whether the lines hold the page's text. Not when they are blank, nor when the fonts do not tell what most of the
+/// characters mean: such a page reads better from its picture.
+bool isReadable(std::span<const TextExtraction::Line> lines);
+
+/// Puts characters in the order they are read. `characters` stand in the order of the page's contents;
+/// `pageIsRightToLeft` decides for lines that begin and end in different directions.
+std::vector<PlacedCharacter> inReadingOrder(std::vector<PlacedCharacter> characters, bool pageIsRightToLeft);
+
+} // namespace Pelgra

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "PelgraCore/TextExtraction.h"
+
+#include <cstddef>
+#include <memory>
+#include <stop_token>
+#include <vector>
+
+namespace Pelgra {
+
+/// An 8-bit grey picture of a page, top row first, rows without padding.
+struct GrayPicture {
+    int width = 0;
+    int height = 0;
+    double pixelsPerInch = 300;
+    std::vector<std::byte> pixels;
+};
+
+/// Reads pages one after the other; belongs to one thread at a time and costs some 100 MB while it works.
+class PageRecognizer {
+public:
+    virtual ~PageRecognizer() = default;
+
+    /// The lines in reading order, column by column. A page standing on its side or head is turned first; the boxes
+    /// are of the page as it reads. Empty where nothing can be read. Throws JobCancelled.
+    virtual std::vector<TextExtraction::RecognizedLine> recognize(const GrayPicture& page, std::stop_token stop) = 0;
+};
+
+/// The recognisers of one document share what was found out about its language. Safe from several threads.
+class RecognitionSession {
+public:
+    virtual ~RecognitionSession() = default;
+    /// To be gone before the session.
+    virtual std::unique_ptr<PageRecognizer> makeRecognizer() = 0;
+};
+
+/// The functions of libpelgra-recognition.so.
+struct RecognitionModule {
+    /// Null where the system has data for no language at all.
+    std::unique_ptr<RecognitionSession> (*openSession)();
+};
+
+} // namespace Pelgra

@@ -1,0 +1,45 @@
+#include "Engine.h"
+
+#include <leptonica/allheaders.h>
+#include <omp.h>
+
+namespace Pelgra {
+
+namespace {
+
+EngineHandle quietEngine()
+{
+    setMsgSeverity(L_SEVERITY_NONE);
+    auto engine = std::make_unique<tesseract::TessBaseAPI>();
+    // Complaints about single pages are no business of whoever runs the program.
+    engine->SetVariable("debug_file", "/dev/null");
+    return engine;
+}
+
+} // namespace
+
+EngineHandle openEngine(const std::string& language)
+{
+    EngineHandle engine = quietEngine();
+    const auto mode = language == "osd" ? tesseract::OEM_TESSERACT_ONLY : tesseract::OEM_LSTM_ONLY;
+    if (engine->Init(nullptr, language.c_str(), mode) != 0)
+        return nullptr;
+    return engine;
+}
+
+std::vector<std::string> installedModels()
+{
+    const EngineHandle engine = quietEngine();
+    // The folder becomes known by an attempt to open a model, whether there is one or not.
+    engine->Init(nullptr, "osd", tesseract::OEM_TESSERACT_ONLY);
+    std::vector<std::string> models;
+    engine->GetAvailableLanguagesAsVector(&models);
+    return models;
+}
+
+void keepToOneThread()
+{
+    omp_set_max_active_levels(0);
+}
+
+} // namespace Pelgra

@@ -1,0 +1,207 @@
+#include "Recognizer.h"
+
+#include "PelgraCore/EngineError.h"
+#include "PelgraCore/JobControl.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include <tesseract/ocrclass.h>
+#include <tesseract/resultiterator.h>
+
+namespace Pelgra {
+
+namespace {
+
+using TextExtraction::RecognizedLine;
+
+/// What the detector reports below this is guessed: right answers on real pages began at 11.8.
+constexpr float sureOrientation = 10;
+/// Pages that stand upright came out at 85 and more, pages on their head at 30.
+constexpr int poorConfidence = 50;
+/// A page with more than this to find in it is no page of text.
+constexpr int longestRecognition = 120'000; // milliseconds
+/// Smaller pictures hold no line of text.
+constexpr int smallestSide = 16;
+constexpr std::size_t mostTrials = 3;
+constexpr std::size_t trialLines = 6;
+
+bool isStopRequested(void* token, int)
+{
+    return static_cast<const std::stop_token*>(token)->stop_requested();
+}
+
+std::string takeText(char* text)
+{
+    const std::unique_ptr<char[]> owner(text);
+    return text ? std::string(text) : std::string();
+}
+
+std::string withoutLineEnd(std::string text)
+{
+    while (!text.empty() && (text.back() == '\n' || text.back() == '\r'))
+        text.pop_back();
+    return text;
+}
+
+/// The lines of a finished recognition, their boxes as shares of the picture with the origin at the bottom left.
+std::vector<RecognizedLine> linesOf(tesseract::TessBaseAPI& engine, double width, double height)
+{
+    std::vector<RecognizedLine> lines;
+    const std::unique_ptr<tesseract::ResultIterator> results(engine.GetIterator());
+    if (!results)
+        return lines;
+    do {
+        int left = 0, top = 0, right = 0, bottom = 0;
+        if (!results->BoundingBox(tesseract::RIL_TEXTLINE, &left, &top, &right, &bottom))
+            continue;
+        std::string text = withoutLineEnd(takeText(results->GetUTF8Text(tesseract::RIL_TEXTLINE)));
+        lines.push_back({std::move(text), left / width, 1 - bottom / height, right / width, 1 - top / height});
+    } while (results->Next(tesseract::RIL_TEXTLINE));
+    return lines;
+}
+
+/// The longest lines of the page, as a sample of its text.
+std::vector<std::array<int, 4>> sampleLines(tesseract::TessBaseAPI& engine)
+{
+    std::vector<std::array<int, 4>> boxes; // left, top, width, height
+    const std::unique_ptr<tesseract::PageIterator> layout(engine.AnalyseLayout());
+    if (!layout)
+        return boxes;
+    do {
+        int left = 0, top = 0, right = 0, bottom = 0;
+        if (layout->BoundingBox(tesseract::RIL_TEXTLINE, &left, &top, &right, &bottom))
+            boxes.push_back({left, top, right - left, bottom - top});
+    } while (layout->Next(tesseract::RIL_TEXTLINE));
+    std::ranges::sort(boxes, std::greater(), [](const auto& box) { return box[2]; });
+    boxes.resize(std::min(boxes.size(), trialLines));
+    return boxes;
+}
+
+} // namespace
+
+std::vector<RecognizedLine> Recognizer::recognize(const GrayPicture& page, std::stop_token stop)
+{
+    keepToOneThread();
+    if (page.width < smallestSide || page.height < smallestSide)
+        return {};
+    const PixHandle pix = pixFrom(page);
+    if (!pix)
+        return {};
+    const Orientation orientation = orientationOf(*pix);
+    if (stop.stop_requested())
+        throw JobCancelled();
+    const PixHandle upright = turned(*pix, orientation.quarters);
+    if (!upright || !useLanguage(languageFor(*upright, orientation.script)))
+        return {};
+    return bestReading(upright, orientation, stop).lines;
+}
+
+bool Recognizer::useLanguage(const std::string& language)
+{
+    if (!m_engine || m_language != language) {
+        m_engine.reset(); // before the next one: each takes tens of megabytes
+        m_engine = openEngine(language);
+        m_language = language;
+    }
+    return m_engine != nullptr;
+}
+
+Recognizer::Orientation Recognizer::orientationOf(Pix& page)
+{
+    Orientation orientation;
+    if (!m_session.hasOrientationData())
+        return orientation;
+    if (!m_orientationEngine)
+        m_orientationEngine = openEngine("osd");
+    if (!m_orientationEngine)
+        return orientation;
+    m_orientationEngine->SetPageSegMode(tesseract::PSM_AUTO_OSD);
+    m_orientationEngine->SetImage(&page);
+    int degrees = 0;
+    float confidence = 0, scriptConfidence = 0;
+    const char* script = nullptr;
+    if (m_orientationEngine->DetectOrientationScript(&degrees, &confidence, &script, &scriptConfidence)) {
+        orientation.isSure = confidence >= sureOrientation;
+        if (orientation.isSure)
+            orientation.quarters = (4 - degrees / 90) % 4;
+        if (script)
+            orientation.script = script;
+    }
+    m_orientationEngine->Clear();
+    return orientation;
+}
+
+std::string Recognizer::languageFor(Pix& page, const std::string& script)
+{
+    return m_session.languageFor(script, [&](std::vector<std::string> candidates) {
+        candidates.resize(std::min(candidates.size(), mostTrials));
+        std::string best = candidates.front();
+        double bestConfidence = -1;
+        for (const std::string& candidate : candidates) {
+            if (candidates.size() == 1)
+                break;
+            const double confidence = trialConfidence(page, candidate);
+            if (confidence > bestConfidence) {
+                bestConfidence = confidence;
+                best = candidate;
+            }
+        }
+        return best;
+    });
+}
+
+double Recognizer::trialConfidence(Pix& page, const std::string& language)
+{
+    if (!useLanguage(language))
+        return -1;
+    m_engine->SetPageSegMode(tesseract::PSM_AUTO);
+    m_engine->SetImage(&page);
+    const std::vector<std::array<int, 4>> lines = sampleLines(*m_engine);
+    m_engine->SetPageSegMode(tesseract::PSM_SINGLE_LINE);
+    double sum = 0;
+    for (const auto& [left, top, width, height] : lines) {
+        m_engine->SetRectangle(left, top, width, height);
+        sum += m_engine->Recognize(nullptr) == 0 ? m_engine->MeanTextConf() : 0;
+    }
+    m_engine->Clear();
+    return lines.empty() ? 0 : sum / static_cast<double>(lines.size());
+}
+
+Recognizer::Reading Recognizer::bestReading(const PixHandle& page, const Orientation& orientation, std::stop_token stop)
+{
+    Reading best = read(*page, stop);
+    if (orientation.isSure || best.lines.empty() || best.confidence >= poorConfidence)
+        return best;
+    // Too little text to be sure which way is up: the right way is the one that reads best.
+    for (const int quarters : {2, 1, 3}) {
+        const PixHandle other = turned(*page, quarters);
+        Reading reading = other ? read(*other, stop) : Reading();
+        if (reading.confidence > best.confidence)
+            best = std::move(reading);
+    }
+    return best;
+}
+
+Recognizer::Reading Recognizer::read(Pix& page, std::stop_token stop)
+{
+    m_engine->SetPageSegMode(tesseract::PSM_AUTO);
+    m_engine->SetImage(&page);
+    tesseract::ETEXT_DESC monitor;
+    monitor.cancel = &isStopRequested;
+    monitor.cancel_this = &stop;
+    monitor.set_deadline_msecs(longestRecognition);
+    const bool hasFinished = m_engine->Recognize(&monitor) == 0;
+    if (stop.stop_requested())
+        throw JobCancelled();
+    Reading reading;
+    if (hasFinished) {
+        reading.confidence = m_engine->MeanTextConf();
+        reading.lines = linesOf(*m_engine, pixGetWidth(&page), pixGetHeight(&page));
+    }
+    m_engine->Clear();
+    return reading;
+}
+
+} // namespace Pelgra

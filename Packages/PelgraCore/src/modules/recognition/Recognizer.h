@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Engine.h"
+#include "PageImage.h"
+#include "Session.h"
+
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace Pelgra {
+
+/// Reads pages with the engine of one language at a time.
+class Recognizer final : public PageRecognizer {
+public:
+    explicit Recognizer(DocumentSession& session)
+        : m_session(session)
+    {
+    }
+
+    std::vector<TextExtraction::RecognizedLine> recognize(const GrayPicture& page, std::stop_token stop) override;
+
+private:
+    struct Orientation {
+        int quarters = 0; ///< to turn the page clockwise until it stands upright
+        bool isSure = false;
+        std::string script; ///< empty where unknown
+    };
+    struct Reading {
+        std::vector<TextExtraction::RecognizedLine> lines;
+        int confidence = 0; ///< mean of the words, 0 to 100
+    };
+
+    Orientation orientationOf(Pix& page);
+    std::string languageFor(Pix& page, const std::string& script);
+    double trialConfidence(Pix& page, const std::string& language);
+    Reading read(Pix& page, std::stop_token stop);
+    Reading bestReading(const PixHandle& page, const Orientation& orientation, std::stop_token stop);
+    bool useLanguage(const std::string& language);
+
+    DocumentSession& m_session;
+    EngineHandle m_orientationEngine;
+    EngineHandle m_engine;
+    std::string m_language; ///< of m_engine
+};
+
+} // namespace Pelgra

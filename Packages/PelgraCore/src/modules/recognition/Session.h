@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Languages.h"
+#include "RecognitionModule.h"
+
+#include <map>
+#include <mutex>
+#include <string>
+
+namespace Pelgra {
+
+/// What the recognisers of one document share: the installed languages and the one chosen for each script.
+class DocumentSession final : public RecognitionSession {
+public:
+    DocumentSession(std::vector<std::string> languages, bool hasOrientationData);
+
+    std::unique_ptr<PageRecognizer> makeRecognizer() override;
+
+    bool hasOrientationData() const { return m_hasOrientationData; }
+
+    /// The language for a script. At the first page of a script the trial is called with the languages to compare and
+    /// returns the best; other threads wait for it.
+    template <typename Trial>
+    std::string languageFor(const std::string& script, Trial trial)
+    {
+        const std::lock_guard lock(m_mutex);
+        std::string& chosen = m_chosen[script];
+        if (chosen.empty())
+            chosen = trial(candidateLanguages(m_languages, script));
+        return chosen;
+    }
+
+private:
+    const std::vector<std::string> m_languages;
+    const bool m_hasOrientationData;
+    std::mutex m_mutex;
+    std::map<std::string, std::string> m_chosen;
+};
+
+/// Null where no language is installed.
+std::unique_ptr<RecognitionSession> openRecognitionSession();
+
+} // namespace Pelgra

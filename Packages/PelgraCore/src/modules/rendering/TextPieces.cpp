@@ -1,0 +1,122 @@
+#include "TextPieces.h"
+
+#include "RunPart.h"
+
+#include <cmath>
+
+namespace Pelgra::Rendering {
+
+namespace {
+
+struct TextPageDeleter {
+    fz_context* context = nullptr;
+    void operator()(fz_stext_page* page) const { fz_drop_stext_page(context, page); }
+};
+using TextPageHandle = std::unique_ptr<fz_stext_page, TextPageDeleter>;
+
+/// Null where not even a part of the text can be had.
+fz_stext_page* tryReadText(fz_context* context, pdf_page* page, fz_cookie* cookie) noexcept
+{
+    fz_stext_page* text = nullptr;
+    fz_device* device = nullptr;
+    fz_var(text);
+    fz_var(device);
+    fz_try(context)
+    {
+        fz_stext_options options{};
+        options.flags = FZ_STEXT_MEDIABOX_CLIP;
+        text = fz_new_stext_page(context, pdf_bound_page(context, page));
+        device = fz_new_stext_device(context, text, &options);
+        if (runPart(context, pdf_run_page_contents, page, device, fz_identity, cookie)
+            && runPart(context, pdf_run_page_annots, page, device, fz_identity, cookie))
+            runPart(context, pdf_run_page_widgets, page, device, fz_identity, cookie);
+        fz_close_device(context, device);
+    }
+    fz_always(context)
+    {
+        fz_drop_device(context, device);
+    }
+    fz_catch(context)
+    {
+        // What was read before the fault stands.
+        return text;
+    }
+    return text;
+}
+
+float along(fz_point direction, fz_point point)
+{
+    return direction.x * point.x + direction.y * point.y;
+}
+
+/// At right angles to the direction; downwards for text that runs to the right.
+float across(fz_point direction, fz_point point)
+{
+    return direction.x * point.y - direction.y * point.x;
+}
+
+/// The height of the font on the page. The library's own figure is the mean of height and width, which makes
+/// condensed text smaller than it looks.
+float sizeOf(fz_context* context, const fz_stext_line& line, const fz_stext_char& character)
+{
+    const float em =
+        character.font ? fz_font_ascender(context, character.font) - fz_font_descender(context, character.font) : 0;
+    if (line.wmode != 0 || !(em > 0.1F))
+        return character.size;
+    const fz_point up = {character.quad.ul.x - character.quad.ll.x, character.quad.ul.y - character.quad.ll.y};
+    return std::abs(across(line.dir, up)) / em;
+}
+
+PlacedCharacter placed(fz_context* context, const fz_stext_line& line, const fz_stext_char& character)
+{
+    const fz_quad& quad = character.quad;
+    PlacedCharacter result;
+    result.code = static_cast<char32_t>(character.c);
+    result.size = sizeOf(context, line, character);
+    if (line.wmode == 0) {
+        result.start = along(line.dir, character.origin);
+        result.end = result.start + along(line.dir, quad.lr) - along(line.dir, quad.ll);
+    } else {
+        result.start = std::min(along(line.dir, quad.ul), along(line.dir, quad.ll));
+        result.end = std::max(along(line.dir, quad.ul), along(line.dir, quad.ll));
+    }
+    return result;
+}
+
+TextPiece pieceFrom(fz_context* context, const fz_stext_line& line)
+{
+    TextPiece piece;
+    piece.directionX = line.dir.x;
+    piece.directionY = line.dir.y;
+    piece.isVertical = line.wmode != 0;
+    float largest = 0;
+    for (const fz_stext_char* character = line.first_char; character; character = character->next) {
+        piece.characters.push_back(placed(context, line, *character));
+        // Raised and lowered characters are smaller than what they belong to.
+        if (piece.characters.back().size >= largest) {
+            largest = piece.characters.back().size;
+            piece.baseline = across(line.dir, character->origin);
+        }
+    }
+    return piece;
+}
+
+} // namespace
+
+std::vector<TextPiece> readTextPieces(Document& document, const PageHandle& page)
+{
+    fz_context* const context = document.context();
+    const TextPageHandle text(tryReadText(context, page.get(), document.account().cookie()), {context});
+    std::vector<TextPiece> pieces;
+    if (!text)
+        return pieces;
+    for (const fz_stext_block* block = text->first_block; block; block = block->next) {
+        if (block->type != FZ_STEXT_BLOCK_TEXT)
+            continue;
+        for (const fz_stext_line* line = block->u.t.first_line; line; line = line->next)
+            pieces.push_back(pieceFrom(context, *line));
+    }
+    return pieces;
+}
+
+} // namespace Pelgra::Rendering
