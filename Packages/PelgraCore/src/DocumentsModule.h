@@ -1,0 +1,53 @@
+#pragma once
+
+#include "ByteSink.h"
+#include "PelgraCore/JobControl.h"
+#include "PelgraCore/Models.h"
+
+#include <filesystem>
+#include <memory>
+#include <span>
+
+namespace Pelgra {
+
+/// A document put together from others, ready to be written once. Keeps its sources open until it is destroyed.
+class AssembledDocument {
+public:
+    virtual ~AssembledDocument() = default;
+
+    /// Throws what the sink throws, JobCancelled, or std::exception when a source turns out unreadable only now.
+    virtual void write(ByteSink& sink) = 0;
+};
+
+/// A document open for being taken apart. Not to be used from two threads at once; open one for each thread.
+class PageSplitter {
+public:
+    virtual ~PageSplitter() = default;
+
+    virtual int pageCount() const = 0;
+
+    /// Writes a document of that page (from 0) alone. Throws as AssembledDocument::write.
+    virtual void writePage(int pageIndex, ByteSink& sink) = 0;
+};
+
+/// Copies pages between PDF documents. Pages are never drawn anew: their content streams travel byte for byte.
+/// All functions may be called from several threads at once; they throw EngineError and JobCancelled.
+struct DocumentsModule {
+    static constexpr const char* name = "documents";
+
+    /// The pages that the page tree really holds, whatever count the file claims; 0 for what cannot be read.
+    int (*pageCount)(const std::filesystem::path& file);
+
+    /// All pages of the files in order. Throws unreadable(file) and noPages. control.progress counts pages.
+    std::unique_ptr<AssembledDocument> (*merge)(std::span<const std::filesystem::path> files,
+                                                const JobControl& control);
+
+    /// Throws unreadable(file) and pageOutOfRange(index). control.progress counts pages.
+    std::unique_ptr<AssembledDocument> (*organize)(const std::filesystem::path& file, std::span<const PageEdit> pages,
+                                                   bool uniformWidth, const JobControl& control);
+
+    /// Throws unreadable(file).
+    std::unique_ptr<PageSplitter> (*split)(const std::filesystem::path& file);
+};
+
+} // namespace Pelgra

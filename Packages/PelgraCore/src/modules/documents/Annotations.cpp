@@ -1,0 +1,69 @@
+#include "Annotations.h"
+
+#include "ScaledPage.h"
+
+namespace Pelgra::Documents {
+
+namespace {
+
+bool isDeadLink(Object annotation, LinkRewriter& links)
+{
+    return isNamed(annotation, "/Subtype", "/Link") && !links.leadsSomewhere(annotation);
+}
+
+void fillAnnotation(Input& input, const PlacedPage& page, const PlacedAnnotation& annotation, LinkRewriter& links,
+                    bool keepsStructure)
+{
+    Object source = annotation.source;
+    Object copy = annotation.copy;
+    const bool isWidget = isNamed(source, "/Subtype", "/Widget");
+    for (const auto& [key, value] : source.getDictAsMap()) {
+        const bool isFieldTree = isWidget && (key == "/Parent" || key == "/Kids");
+        if (key == "/P" || isFieldTree || (key == "/StructParent" && !keepsStructure))
+            continue;
+        if (key == "/Dest")
+            setUnlessEmpty(copy, key, links.destination(value));
+        else if (key == "/A" || key == "/PA")
+            setUnlessEmpty(copy, key, links.action(value));
+        else if (key == "/AA")
+            setUnlessEmpty(copy, key, links.actionsByEvent(value));
+        else
+            copy.replaceKey(key, input.copier.copy(value));
+    }
+    copy.replaceKey("/P", page.page);
+    if (page.transform)
+        moveAnnotation(copy, page);
+}
+
+} // namespace
+
+std::vector<PlacedAnnotation> placeAnnotations(Input& input, PlacedPage& page, LinkRewriter& links)
+{
+    std::vector<PlacedAnnotation> annotations;
+    ObjectMap& places = input.placesToFillFor(page);
+    for (const Object& annotation : itemsOf(valueOf(input.source.pages()[page.sourceIndex].object, "/Annots"))) {
+        if (!Object(annotation).isDictionary() || isDeadLink(annotation, links))
+            continue;
+        Object copy = input.copier.output().makeIndirectObject(Object::newDictionary());
+        // One that is listed twice, on two pages perhaps, is two from now on; references mean the first.
+        if (Object(annotation).isIndirect())
+            places.emplace(Object(annotation).getObjGen(), copy);
+        annotations.push_back({annotation, copy});
+    }
+    return annotations;
+}
+
+void fillAnnotations(Input& input, const PlacedPage& page, const std::vector<PlacedAnnotation>& annotations,
+                     LinkRewriter& links, bool keepsStructure)
+{
+    input.copier.setPlaces(input.placesFor(page));
+    Object list = Object::newArray();
+    for (const PlacedAnnotation& annotation : annotations) {
+        fillAnnotation(input, page, annotation, links, keepsStructure);
+        list.appendItem(annotation.copy);
+    }
+    Object owner = page.page;
+    setUnlessEmpty(owner, "/Annots", list);
+}
+
+} // namespace Pelgra::Documents

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "ObjectCopier.h"
+#include "SourceDocument.h"
+
+#include <qpdf/QPDFMatrix.hh>
+
+namespace Pelgra::Documents {
+
+/// A page of the output.
+struct PlacedPage {
+    Object page; ///< in the output
+    std::size_t sourceIndex = 0;
+    /// From the source page's user space to this page's, where the page was scaled.
+    std::optional<QPDFMatrix> transform;
+    /// Degrees clockwise that have become part of the transform.
+    int foldedRotation = 0;
+    /// What stands for the page, its annotations and fields, when it is not the first copy of its source page.
+    ObjectMap duplicatePlaces;
+    bool isDuplicate = false;
+};
+
+/// One input of the output: a source with the pages taken from it. A file given twice makes two inputs of one source,
+/// which share its copied objects but not its pages, annotations and fields.
+struct Input {
+    Input(SourceDocument& document, ObjectCopier& shared)
+        : source(document)
+        , copier(shared)
+    {
+    }
+
+    /// The first copy of a source page, else null.
+    PlacedPage* firstCopyOf(std::size_t sourceIndex);
+
+    /// The places that count for a page: its own first, then those of the input.
+    std::vector<const ObjectMap*> placesFor(const PlacedPage& page) const;
+    ObjectMap& placesToFillFor(PlacedPage& page) { return page.isDuplicate ? page.duplicatePlaces : places; }
+
+    /// Whether the pages are exactly the source's, each once and in order.
+    bool isComplete() const;
+
+    SourceDocument& source;
+    ObjectCopier& copier;
+    ObjectMap places;
+    std::vector<PlacedPage> pages; ///< in output order; never resized once links are being made
+    std::map<std::size_t, std::size_t> firstCopies; ///< source index to index in pages
+};
+
+} // namespace Pelgra::Documents

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "PageTree.h"
+
+#include <filesystem>
+#include <memory>
+
+namespace Pelgra::Documents {
+
+/// A document that pages are taken from. Never changed, so any number of outputs may be made of it.
+class SourceDocument {
+public:
+    /// Opens with the empty password and repairs a damaged cross-reference table. Throws EngineError::unreadable.
+    explicit SourceDocument(const std::filesystem::path& file);
+    SourceDocument(const SourceDocument&) = delete;
+    SourceDocument& operator=(const SourceDocument&) = delete;
+
+    const std::filesystem::path& file() const { return m_file; }
+    QPDF& document() { return *m_document; }
+    Object catalog() { return m_document->getRoot(); }
+    const std::vector<SourcePage>& pages() const { return m_pages; }
+
+    /// The first place (from 0) at which the page tree holds this page object.
+    std::optional<std::size_t> pageIndexOf(Object page) const;
+
+    /// What a named destination stands for (an array or a dictionary with /D), else null.
+    Object namedDestination(const std::string& name);
+
+private:
+    void readNamedDestinations();
+
+    std::filesystem::path m_file;
+    std::unique_ptr<QPDF> m_document;
+    std::vector<SourcePage> m_pages;
+    std::map<QPDFObjGen, std::size_t> m_pageIndexes;
+    std::optional<std::map<std::string, Object>> m_namedDestinations; ///< read when first asked for
+};
+
+} // namespace Pelgra::Documents
