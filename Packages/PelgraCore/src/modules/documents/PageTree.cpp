@@ -57,9 +57,9 @@ std::vector<SourcePage> walkPageTree(QPDF& document)
     std::set<QPDFObjGen> visited;
     std::vector<SourcePage> pending{inheriting(root, nothingInherited)};
     while (!pending.empty()) {
-        const SourcePage node = pending.back();
+        SourcePage node = pending.back();
         pending.pop_back();
-        const std::vector<Object> kids = itemsOf(valueOf(node.object, "/Kids"));
+        std::vector<Object> kids = itemsOf(valueOf(node.object, "/Kids"));
         const bool isNode = !isNamed(node.object, "/Type", "/Page") && valueOf(node.object, "/Kids").isArray();
         if (!isNode) {
             if (!isNamed(node.object, "/Type", "/Pages"))

@@ -135,7 +135,7 @@ std::vector<Object> borrowedContents(Object resources, const NameSet& names, std
             if (names.count(name) == 0)
                 continue;
             for (const Object& stream : borrowingStreamsOf(resource)) {
-                if (stream.isStream() && seen.insert(stream.getObjGen()).second)
+                if (Object(stream).isStream() && seen.insert(stream.getObjGen()).second)
                     contents.push_back(stream);
             }
         }
@@ -170,7 +170,7 @@ std::optional<NameSet> namesUsedBy(Object owner)
     if (procedures.isNull())
         return std::nullopt;
     for (const auto& [name, glyph] : procedures.getDictAsMap()) {
-        if (glyph.isStream())
+        if (Object(glyph).isStream())
             glyphs.push_back(glyph);
     }
     return namesUsedBy(glyphs, resources);
