@@ -32,6 +32,8 @@ void WorkAccount::begin(std::stop_token stop, std::function<bool()> hasResult)
 {
     m_cookie = {};
     m_callsSinceCheck = 0;
+    m_refusedSize = 0;
+    m_ranOutOfMemory = false;
     m_begin = processorSeconds();
     m_resultWasSeen = false;
     m_stop = std::move(stop);
@@ -58,35 +60,32 @@ void WorkAccount::checkTime()
         m_cookie.abort = 1;
 }
 
-bool WorkAccount::mayGrowBy(std::size_t size)
+void* WorkAccount::grow(void* block, std::size_t size)
 {
     if (m_isWorking && ++m_callsSinceCheck >= callsBetweenChecks) {
         m_callsSinceCheck = 0;
         checkTime();
     }
-    return !(m_isWorking && m_cookie.abort) && size <= memoryLimit && m_used <= memoryLimit - size;
+    if (m_refusedSize != 0 && size != m_refusedSize)
+        m_ranOutOfMemory = true;
+    const std::size_t before = malloc_usable_size(block);
+    const bool fits = size <= before || (size <= memoryLimit && m_used - before <= memoryLimit - size);
+    const bool isOver = m_isWorking && m_cookie.abort != 0;
+    void* const grown = fits && !isOver ? std::realloc(block, size) : nullptr;
+    if (grown)
+        m_used += malloc_usable_size(grown) - before;
+    m_refusedSize = grown ? 0 : size;
+    return grown;
 }
 
 void* WorkAccount::allocate(void* self, std::size_t size)
 {
-    auto& account = *static_cast<WorkAccount*>(self);
-    if (!account.mayGrowBy(size))
-        return nullptr;
-    void* const block = std::malloc(size);
-    account.m_used += malloc_usable_size(block);
-    return block;
+    return static_cast<WorkAccount*>(self)->grow(nullptr, size);
 }
 
 void* WorkAccount::reallocate(void* self, void* block, std::size_t size)
 {
-    auto& account = *static_cast<WorkAccount*>(self);
-    const std::size_t before = malloc_usable_size(block);
-    if (size > before && !account.mayGrowBy(size - before))
-        return nullptr;
-    void* const moved = std::realloc(block, size);
-    if (moved)
-        account.m_used += malloc_usable_size(moved) - before;
-    return moved;
+    return static_cast<WorkAccount*>(self)->grow(block, size);
 }
 
 void WorkAccount::release(void* self, void* block)

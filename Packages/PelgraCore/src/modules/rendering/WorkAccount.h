@@ -29,8 +29,9 @@ public:
     /// Ends the piece of work; allocation works again whatever became of it.
     void end();
 
-    /// Whether the work was cut off, by time or a stop.
-    bool isCutOff() const { return m_cookie.abort != 0; }
+    /// Whether the work was cut off by time or a stop, or lacks something that found no memory. MuPDF itself leaves out
+    /// a picture that is too large and goes on.
+    bool isCutOff() const { return m_cookie.abort != 0 || m_ranOutOfMemory || m_refusedSize != 0; }
     fz_cookie* cookie() { return &m_cookie; }
 
 private:
@@ -40,7 +41,7 @@ private:
     static void* allocate(void* self, std::size_t size);
     static void* reallocate(void* self, void* block, std::size_t size);
     static void release(void* self, void* block);
-    bool mayGrowBy(std::size_t size);
+    void* grow(void* block, std::size_t size);
     void checkTime();
 
     fz_alloc_context m_allocator{};
@@ -48,6 +49,10 @@ private:
     std::size_t m_used = 0;
     bool m_isWorking = false;
     unsigned m_callsSinceCheck = 0;
+    /// The size last refused. The library then empties its caches and asks for it again, over and over until it gives
+    /// up; what it asks for next tells whether it had to.
+    std::size_t m_refusedSize = 0;
+    bool m_ranOutOfMemory = false;
     double m_begin = 0; ///< processor time of the thread in seconds
     bool m_resultWasSeen = false;
     std::stop_token m_stop;

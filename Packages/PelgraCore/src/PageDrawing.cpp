@@ -1,0 +1,127 @@
+#include "PageDrawing.h"
+
+#include "PelgraCore/EngineError.h"
+#include "PelgraCore/JobControl.h"
+
+#include <algorithm>
+#include <future>
+#include <utility>
+
+namespace Pelgra {
+
+namespace {
+
+/// A page below this is drawn before a second thread has opened the document.
+constexpr std::size_t bytesWorthAThread = std::size_t{12} << 20;
+constexpr std::size_t bandBytes = std::size_t{64} << 20;
+/// The pictures of a page are scaled anew for each band: in bands of 64 rows a scan took 35 times as long as whole.
+constexpr int leastBandRows = 1024;
+
+void drawOrThrow(RendererPool& pool, const RendererPool::Lease& renderer, int pageIndex, PixelSize size, int top,
+                 std::span<std::byte> pixels, const std::stop_token& stop)
+{
+    if (renderer->drawRows(pageIndex, size, top, pixels, stop))
+        return;
+    if (stop.stop_requested())
+        throw JobCancelled();
+    throw EngineError::unreadable(pool.file());
+}
+
+} // namespace
+
+RendererPool::RendererPool(std::filesystem::path file, std::unique_ptr<PageRenderer> first)
+    : m_file(std::move(file))
+{
+    m_idle.push_back(std::move(first));
+}
+
+RendererPool::Lease::Lease(RendererPool& pool)
+    : m_pool(pool)
+{
+    {
+        const std::lock_guard lock(pool.m_mutex);
+        if (!pool.m_idle.empty()) {
+            m_renderer = std::move(pool.m_idle.back());
+            pool.m_idle.pop_back();
+        }
+    }
+    if (!m_renderer)
+        m_renderer = openRenderer(pool.m_file);
+}
+
+RendererPool::Lease::~Lease()
+{
+    const std::lock_guard lock(m_pool.m_mutex);
+    m_pool.m_idle.push_back(std::move(m_renderer));
+}
+
+BitmapBudget::Share::Share(BitmapBudget& budget, std::size_t bytes)
+    : m_budget(budget)
+    , m_bytes(std::min(bytes, limit))
+{
+    std::unique_lock lock(budget.m_mutex);
+    budget.m_freed.wait(lock, [&] { return budget.m_used + m_bytes <= limit; });
+    budget.m_used += m_bytes;
+}
+
+BitmapBudget::Share::~Share()
+{
+    const std::lock_guard lock(m_budget.m_mutex);
+    m_budget.m_used -= m_bytes;
+    m_budget.m_freed.notify_all();
+}
+
+PageBands::PageBands(RendererPool& pool, int pageIndex, PixelSize size, std::stop_token stop)
+    : m_pool(pool)
+    , m_renderer(pool)
+    , m_pageIndex(pageIndex)
+    , m_size(size)
+    , m_stop(std::move(stop))
+    , m_form{size.width, size.height, ColorModel::rgb, false, 8, {}}
+{
+}
+
+int PageBands::bandRows(PixelSize size)
+{
+    return std::min(size.height, std::max(leastBandRows, static_cast<int>(bandBytes / size.rowBytes())));
+}
+
+std::span<const std::byte> PageBands::row(int y)
+{
+    if (y >= m_bandTop + m_rowsInBand) {
+        m_bandTop = y;
+        m_rowsInBand = std::min(bandRows(m_size), m_size.height - y);
+        m_band.resize(m_size.rowBytes() * static_cast<std::size_t>(m_rowsInBand));
+        drawOrThrow(m_pool, m_renderer, m_pageIndex, m_size, y, m_band, m_stop);
+    }
+    return std::span(m_band).subspan(m_size.rowBytes() * static_cast<std::size_t>(y - m_bandTop), m_size.rowBytes());
+}
+
+RasterImage drawPage(RendererPool& pool, int pageIndex, PixelSize size, int threads, const std::stop_token& stop)
+{
+    std::optional<RasterImage> image = RasterImage::make(size.width, size.height, ColorModel::rgb, false, 8);
+    if (!image)
+        throw EngineError::unreadable(pool.file());
+    const int parts = size.byteCount() < bytesWorthAThread ? 1 : std::clamp(threads, 1, size.height);
+    const auto drawPart = [&](int part) {
+        const auto edge = [&](int number) {
+            return static_cast<int>(std::int64_t{size.height} * number / parts);
+        };
+        const int top = edge(part);
+        const auto rows = static_cast<std::size_t>(edge(part + 1) - top);
+        const RendererPool::Lease renderer(pool);
+        drawOrThrow(
+            pool, renderer, pageIndex, size, top,
+            std::span(image->pixels).subspan(static_cast<std::size_t>(top) * image->stride, rows * image->stride),
+            stop);
+    };
+    std::vector<std::future<void>> others;
+    for (int part = 1; part < parts; ++part)
+        others.push_back(std::async(std::launch::async, drawPart, part));
+    drawPart(0);
+    for (std::future<void>& other : others)
+        other.get();
+    return *std::move(image);
+}
+
+} // namespace Pelgra

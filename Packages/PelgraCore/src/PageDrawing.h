@@ -1,0 +1,95 @@
+#pragma once
+
+#include "RenderingModule.h"
+#include "RowSource.h"
+
+#include <condition_variable>
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <stop_token>
+#include <vector>
+
+namespace Pelgra {
+
+/// The same document opened as often as threads draw from it at once.
+class RendererPool {
+public:
+    /// Begins with one that is open already.
+    RendererPool(std::filesystem::path file, std::unique_ptr<PageRenderer> first);
+
+    /// One of the pool for as long as this lives. Throws EngineError::unreadable where the file cannot be opened again.
+    class Lease {
+    public:
+        explicit Lease(RendererPool& pool);
+        Lease(const Lease&) = delete;
+        Lease& operator=(const Lease&) = delete;
+        ~Lease();
+        PageRenderer* operator->() const { return m_renderer.get(); }
+
+    private:
+        RendererPool& m_pool;
+        std::unique_ptr<PageRenderer> m_renderer;
+    };
+
+    const std::filesystem::path& file() const { return m_file; }
+
+private:
+    std::filesystem::path m_file;
+    std::mutex m_mutex;
+    std::vector<std::unique_ptr<PageRenderer>> m_idle;
+};
+
+/// Bounds the bytes of the bitmaps that all threads hold together.
+class BitmapBudget {
+public:
+    static constexpr std::size_t limit = std::size_t{256} << 20;
+
+    /// A part of the budget. The constructor waits for it; one larger than the limit is given to it alone.
+    class Share {
+    public:
+        Share(BitmapBudget& budget, std::size_t bytes);
+        Share(const Share&) = delete;
+        Share& operator=(const Share&) = delete;
+        ~Share();
+
+    private:
+        BitmapBudget& m_budget;
+        std::size_t m_bytes;
+    };
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_freed;
+    std::size_t m_used = 0;
+};
+
+/// A page drawn in bands while it is encoded, for one too large to be held whole. row() throws
+/// EngineError::unreadable where the page cannot be drawn and JobCancelled after a requested stop.
+class PageBands final : public RowSource {
+public:
+    PageBands(RendererPool& pool, int pageIndex, PixelSize size, std::stop_token stop);
+
+    const RasterForm& form() const override { return m_form; }
+    std::span<const std::byte> row(int y) override;
+
+    /// The rows drawn at once. Each band costs a walk through the whole page, so a band is rather tall.
+    static int bandRows(PixelSize size);
+
+private:
+    RendererPool& m_pool;
+    RendererPool::Lease m_renderer;
+    int m_pageIndex;
+    PixelSize m_size;
+    std::stop_token m_stop;
+    RasterForm m_form;
+    PixelBuffer m_band;
+    int m_bandTop = 0;
+    int m_rowsInBand = 0;
+};
+
+/// The page as a whole, drawn by several threads where that helps. Throws as PageBands::row.
+RasterImage drawPage(RendererPool& pool, int pageIndex, PixelSize size, int threads, const std::stop_token& stop);
+
+} // namespace Pelgra
