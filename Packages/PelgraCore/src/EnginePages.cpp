@@ -58,8 +58,8 @@ public:
     }
 
 private:
-    /// So that two fit into the budget.
-    static constexpr std::size_t largestWholeBitmap = BitmapBudget::limit / 2;
+    /// So that several fit into the budget, and several layers of a page into what the drawing of it may take.
+    static constexpr std::size_t largestWholeBitmap = BitmapBudget::limit / 4;
 
     PixelSize pixelsOf(int pageIndex)
     {

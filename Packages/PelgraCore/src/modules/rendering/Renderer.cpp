@@ -107,10 +107,7 @@ bool Renderer::drawRows(int pageIndex, PixelSize size, int top, std::span<std::b
                         const std::stop_token& stop)
 {
     std::fill(pixels.begin(), pixels.end(), white);
-    const auto isMarked = [pixels] {
-        return std::any_of(pixels.begin(), pixels.end(), [](std::byte value) { return value != white; });
-    };
-    const Work work(m_document->account(), stop, isMarked);
+    const Work work(m_document->account(), stop, pixels);
     const PageHandle& page = pageAt(pageIndex);
     if (!page)
         return false;

@@ -1,5 +1,6 @@
 #include "WorkAccount.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <utility>
@@ -12,6 +13,7 @@ namespace {
 
 /// Looking at the clock costs as much as several small allocations.
 constexpr unsigned callsBetweenChecks = 32;
+constexpr auto white = std::byte{0xFF};
 
 /// Time the thread was really running: a busy machine takes nothing from a page's share.
 double processorSeconds()
@@ -28,7 +30,7 @@ WorkAccount::WorkAccount()
 {
 }
 
-void WorkAccount::begin(std::stop_token stop, std::function<bool()> hasResult)
+void WorkAccount::begin(std::stop_token stop, std::span<const std::byte> bitmap)
 {
     m_cookie = {};
     m_callsSinceCheck = 0;
@@ -37,7 +39,7 @@ void WorkAccount::begin(std::stop_token stop, std::function<bool()> hasResult)
     m_begin = processorSeconds();
     m_resultWasSeen = false;
     m_stop = std::move(stop);
-    m_hasResult = std::move(hasResult);
+    m_bitmap = bitmap;
     m_isWorking = true;
 }
 
@@ -45,14 +47,14 @@ void WorkAccount::end()
 {
     m_isWorking = false;
     m_stop = {};
-    m_hasResult = {};
+    m_bitmap = {};
 }
 
 void WorkAccount::checkTime()
 {
     const double spent = processorSeconds() - m_begin;
     if (!m_resultWasSeen && spent > shortLimit) {
-        m_resultWasSeen = m_hasResult && m_hasResult();
+        m_resultWasSeen = std::any_of(m_bitmap.begin(), m_bitmap.end(), [](std::byte value) { return value != white; });
         if (!m_resultWasSeen)
             m_cookie.abort = 1;
     }
@@ -69,7 +71,8 @@ void* WorkAccount::grow(void* block, std::size_t size)
     if (m_refusedSize != 0 && size != m_refusedSize)
         m_ranOutOfMemory = true;
     const std::size_t before = malloc_usable_size(block);
-    const bool fits = size <= before || (size <= memoryLimit && m_used - before <= memoryLimit - size);
+    const std::size_t limit = memoryLimit + m_bitmap.size();
+    const bool fits = size <= before || (size <= limit && m_used - before <= limit - size);
     const bool isOver = m_isWorking && m_cookie.abort != 0;
     void* const grown = fits && !isOver ? std::realloc(block, size) : nullptr;
     if (grown)

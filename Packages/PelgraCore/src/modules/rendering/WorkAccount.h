@@ -1,8 +1,9 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
+#include <span>
 #include <stop_token>
+#include <utility>
 
 #include <mupdf/fitz.h>
 
@@ -13,7 +14,8 @@ namespace Pelgra::Rendering {
 /// That stops the decoders too, which never look at the cookie.
 class WorkAccount {
 public:
-    /// Bytes MuPDF may hold at once beyond the bitmaps, which are not its own.
+    /// Bytes MuPDF may hold at once. While a page is drawn, as many as its bitmap has are added: layers are bitmaps
+    /// too.
     static constexpr std::size_t memoryLimit = std::size_t{512} << 20;
 
     WorkAccount();
@@ -24,8 +26,9 @@ public:
     const fz_alloc_context* allocator() const { return &m_allocator; }
 
     /// Begins a piece of work on the calling thread. It ends itself when the stop is requested, after longLimit
-    /// seconds of the thread's processor time, or after shortLimit seconds where `hasResult` then says no.
-    void begin(std::stop_token stop, std::function<bool()> hasResult = {});
+    /// seconds of the thread's processor time, or after shortLimit seconds where nothing but white is drawn by then.
+    /// The bitmap, not the library's own, may be empty.
+    void begin(std::stop_token stop, std::span<const std::byte> bitmap);
     /// Ends the piece of work; allocation works again whatever became of it.
     void end();
 
@@ -56,16 +59,16 @@ private:
     double m_begin = 0; ///< processor time of the thread in seconds
     bool m_resultWasSeen = false;
     std::stop_token m_stop;
-    std::function<bool()> m_hasResult;
+    std::span<const std::byte> m_bitmap;
 };
 
 /// Holds a piece of work open.
 class Work {
 public:
-    explicit Work(WorkAccount& account, std::stop_token stop = {}, std::function<bool()> hasResult = {})
+    explicit Work(WorkAccount& account, std::stop_token stop = {}, std::span<const std::byte> bitmap = {})
         : m_account(account)
     {
-        m_account.begin(std::move(stop), std::move(hasResult));
+        m_account.begin(std::move(stop), bitmap);
     }
     Work(const Work&) = delete;
     Work& operator=(const Work&) = delete;
