@@ -57,12 +57,6 @@ std::vector<Field> fieldsAt(std::span<const std::byte> exif, std::size_t offset,
     return fields;
 }
 
-std::span<const std::byte> valueOf(const Field& field, std::span<const std::byte> exif, std::endian order)
-{
-    const std::size_t size = field.count * sizeOfType(field.type);
-    return size <= 4 ? std::span(field.value).first(size) : exif.subspan(read32(field.value, 0, order), size);
-}
-
 void setField(std::vector<Field>& fields, Field field)
 {
     std::erase_if(fields, [&](const Field& other) { return other.tag == field.tag; });
@@ -187,6 +181,12 @@ bool hasResolution(std::span<const std::byte> exif, const MainDirectory& directo
 }
 
 } // namespace
+
+std::span<const std::byte> valueOf(const Field& field, std::span<const std::byte> exif, std::endian order)
+{
+    const std::size_t size = field.count * sizeOfType(field.type);
+    return size <= 4 ? std::span(field.value).first(size) : exif.subspan(read32(field.value, 0, order), size);
+}
 
 std::optional<MainDirectory> mainDirectory(std::span<const std::byte> exif)
 {

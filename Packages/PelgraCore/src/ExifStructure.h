@@ -30,6 +30,9 @@ struct MainDirectory {
 /// The first directory; none where the bytes are no TIFF structure.
 std::optional<MainDirectory> mainDirectory(std::span<const std::byte> exif);
 
+/// The bytes of a field of mainDirectory(exif).
+std::span<const std::byte> valueOf(const Field& field, std::span<const std::byte> exif, std::endian order);
+
 /// The structure with this resolution, in dots per inch, in its first directory; a new one where there was none.
 Bytes withResolution(std::span<const std::byte> exif, double dpiWidth, double dpiHeight);
 

@@ -1,6 +1,7 @@
 #include "HeifPixels.h"
 
 #include "Decoders.h"
+#include "StraightAlpha.h"
 
 #include <algorithm>
 #include <array>
@@ -204,25 +205,6 @@ void convertAlpha(const Plane& plane, RasterImage& out)
     }
 }
 
-template <typename Out>
-void unpremultiply(RasterImage& image)
-{
-    const auto colors = static_cast<std::size_t>(image.componentCount() - 1);
-    const std::uint32_t maximum = sizeof(Out) == 1 ? 255 : 65535;
-    for (int y = 0; y < image.height; ++y) {
-        std::byte* pixel = image.row(y).data();
-        for (int x = 0; x < image.width; ++x, pixel += (colors + 1) * sizeof(Out)) {
-            std::array<Out, 4> values{};
-            std::memcpy(values.data(), pixel, (colors + 1) * sizeof(Out));
-            const std::uint64_t alpha = values[colors];
-            for (std::size_t index = 0; index < colors && alpha > 0; ++index)
-                values[index] = static_cast<Out>(
-                    std::min<std::uint64_t>((values[index] * std::uint64_t{maximum} + alpha / 2) / alpha, maximum));
-            std::memcpy(pixel, values.data(), colors * sizeof(Out));
-        }
-    }
-}
-
 /// Rows are independent of one another, so every core takes a band.
 void convertInBands(const Conversion& conversion, void (*convert)(const Conversion&, int, int))
 {
@@ -308,7 +290,7 @@ RasterImage pixelsOf(const heif_image& image, bool isPremultiplied)
             (alpha.depth > 8 ? convertAlpha<std::uint16_t, std::uint8_t>
                              : convertAlpha<std::uint8_t, std::uint8_t>)(alpha, *out);
         if (isPremultiplied)
-            isDeep ? unpremultiply<std::uint16_t>(*out) : unpremultiply<std::uint8_t>(*out);
+            makeAlphaStraight(*out);
     }
     return std::move(*out);
 }
