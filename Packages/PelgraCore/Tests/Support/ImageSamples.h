@@ -42,8 +42,8 @@ int largestDifference(const std::vector<int>& left, const std::vector<int>& righ
 int largestDifference(const RasterImage& left, const RasterImage& right);
 
 struct ExifSampleOptions {
-    std::optional<unsigned> orientation;
-    std::optional<std::pair<unsigned, unsigned>> resolution; ///< across and down, in whole dots
+    std::optional<unsigned> orientation = {};
+    std::optional<std::pair<unsigned, unsigned>> resolution = {}; ///< across and down, in whole dots
     unsigned resolutionUnit = 2; ///< 1 none, 2 inch, 3 centimetre
     bool withThumbnail = false; ///< a second directory with a preview's tags and bytes
     bool withStructure = false; ///< tags of the old file's storage: width, compression, strips, samples
@@ -67,9 +67,9 @@ struct JpegSampleOptions {
     int quality = 95;
     bool progressive = false;
     /// JFIF density unit (0 none, 1 inch, 2 centimetre) and values; no JFIF header at all where absent.
-    std::optional<std::array<unsigned, 3>> density;
-    std::optional<unsigned> orientation; ///< adds an EXIF block of its own unless exif is given
-    Bytes exif, iptc, xmp, iccProfile;
+    std::optional<std::array<unsigned, 3>> density = {};
+    std::optional<unsigned> orientation = {}; ///< adds an EXIF block of its own unless exif is given
+    Bytes exif = {}, iptc = {}, xmp = {}, iccProfile = {};
     bool adobeMarker = true; ///< for CMYK: stored inverted as every Adobe program does
     bool chromaSubsampling = false;
 };
@@ -80,8 +80,8 @@ Bytes jpegSample(const RasterImage& image, const JpegSampleOptions& options = {}
 struct PngSampleOptions {
     bool interlaced = false;
     /// Pixels per unit across and down, and the unit (0 unknown, 1 metre).
-    std::optional<std::array<std::uint32_t, 3>> density;
-    Bytes exif, xmp, iccProfile;
+    std::optional<std::array<std::uint32_t, 3>> density = {};
+    Bytes exif = {}, xmp = {}, iccProfile = {};
 };
 
 /// Grey or RGB, with or without alpha, in 8 or 16 bits.
@@ -90,8 +90,8 @@ Bytes pngSample(const RasterImage& image, const PngSampleOptions& options = {});
 /// Palette and low-depth PNGs, from indexes or grey levels, one byte for each pixel.
 struct PngIndexedOptions {
     int bits = 8; ///< 1, 2, 4 or 8
-    std::vector<std::array<std::uint8_t, 4>> palette; ///< red, green, blue, alpha; empty for grey
-    std::optional<int> transparentGray;
+    std::vector<std::array<std::uint8_t, 4>> palette = {}; ///< red, green, blue, alpha; empty for grey
+    std::optional<int> transparentGray = {};
     bool interlaced = false;
 };
 Bytes indexedPngSample(int width, int height, const std::vector<std::uint8_t>& values,
