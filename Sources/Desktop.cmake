@@ -40,3 +40,5 @@ if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/App/main.cpp)
     target_link_libraries(pelgra-desktop PRIVATE PelgraApp PelgraCompilerSettings PelgraQtSettings)
     install(TARGETS pelgra-desktop RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
+
+add_subdirectory(${CMAKE_SOURCE_DIR}/data ${CMAKE_BINARY_DIR}/data)
