@@ -3,6 +3,11 @@
 find_package(Qt6 6.4 REQUIRED COMPONENTS Gui Widgets Svg DBus Network)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-xfixes xcb-xkb xcb-xinput xcb-shape xcb-keysyms)
 pkg_check_modules(CANBERRA REQUIRED IMPORTED_TARGET libcanberra)
+find_package(OpenSSL REQUIRED)
+
+# Updates are set up per build: without a real key the updater never starts.
+set(PELGRA_UPDATE_FEED "" CACHE STRING "Address (https) of the appcast of new versions")
+set(PELGRA_UPDATE_PUBLIC_KEY "REPLACE_WITH_PUBLIC_KEY" CACHE STRING "Base64 of the Ed25519 key that signs the appcast")
 
 # Files named here need no QObject, no screen and no event loop; tools/check-layering.py holds them to it.
 set(logic Drag/DragSessionMachine.cpp Wheel/WheelPetal.cpp Wheel/WheelLayout.cpp ToolWindows/Reordering.cpp
@@ -31,7 +36,9 @@ if(application)
     set_target_properties(PelgraApp PROPERTIES AUTOMOC ON AUTORCC ON)
     target_include_directories(PelgraApp PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
     target_link_libraries(PelgraApp PUBLIC PelgraLogic Qt6::Widgets Qt6::Svg Qt6::DBus Qt6::Network
-        PRIVATE PkgConfig::XCB PkgConfig::CANBERRA PelgraCompilerSettings PelgraQtSettings)
+        PRIVATE PkgConfig::XCB PkgConfig::CANBERRA OpenSSL::Crypto PelgraCompilerSettings PelgraQtSettings)
+    set_property(SOURCE App/SparkleUpdater.cpp PROPERTY COMPILE_DEFINITIONS
+        PELGRA_UPDATE_FEED="${PELGRA_UPDATE_FEED}" PELGRA_UPDATE_PUBLIC_KEY="${PELGRA_UPDATE_PUBLIC_KEY}")
     add_dependencies(PelgraApp PelgraCoreModules)
 endif()
 

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "App/UpdateClient.h"
+#include "App/Updater.h"
+
+#include <QTimer>
+#include <QVariant>
+
+#include <memory>
+#include <optional>
+
+namespace Pelgra {
+
+/// Checks for new versions over a signed appcast. In a build without a real signing key it exists but never starts. It
+/// only tells: where a newer version is, or that the system's package manager brings it.
+class SparkleUpdater final : public UpdaterManaging {
+    Q_OBJECT
+
+public:
+    /// Over this build's key and feed.
+    explicit SparkleUpdater(QObject* parent = nullptr);
+    ~SparkleUpdater() override;
+
+    /// Whether this build carries a usable signing key.
+    static bool isConfigured();
+
+    /// The rule behind it, for a value of the build's key SUPublicEDKey: a text that is not empty and no placeholder.
+    static bool isConfigured(const QVariant& publicKey);
+
+    bool automaticallyChecksForUpdates() const override { return m_automaticallyChecksForUpdates; }
+    void setAutomaticallyChecksForUpdates(bool checks) override;
+    bool canCheckForUpdates() const override;
+    void checkForUpdates() override;
+
+private:
+    void checkQuietly();
+    void tellFound(const UpdateFeed::Release& release);
+    void tell(const QString& message, const QString& details);
+
+    std::unique_ptr<UpdateClient> m_client; ///< null: not configured
+    QTimer m_schedule;
+    bool m_automaticallyChecksForUpdates = false;
+    bool m_userAsked = false;
+};
+
+} // namespace Pelgra
