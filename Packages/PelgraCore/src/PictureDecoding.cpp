@@ -1,0 +1,116 @@
+#include "PictureDecoding.h"
+
+#include "backends/BmpDecoder.h"
+#include "backends/ColorConversion.h"
+#include "backends/GifDecoder.h"
+#include "backends/JpegDecoder.h"
+#include "backends/PngDecoder.h"
+#include "backends/WebpDecoder.h"
+#include "FileBytes.h"
+#include "HeifModule.h"
+#include "ModuleLoader.h"
+#include "PelgraCore/EngineError.h"
+#include "PelgraCore/FileFormat.h"
+#include "SvgModule.h"
+#include "TiffModule.h"
+
+#include <algorithm>
+#include <exception>
+#include <optional>
+#include <string_view>
+
+namespace Pelgra {
+
+namespace {
+
+using namespace std::string_view_literals;
+
+/// What the first bytes tell. HEIC and AVIF are one to the decoder, so that their brands need not be told apart.
+std::optional<FileFormat> formatOfContent(std::span<const std::byte> file)
+{
+    const std::string_view text(reinterpret_cast<const char*>(file.data()), std::min<std::size_t>(file.size(), 4096));
+    if (text.starts_with("\xFF\xD8\xFF"sv))
+        return FileFormat::jpg;
+    if (text.starts_with("\x89PNG\r\n\x1A\n"sv))
+        return FileFormat::png;
+    if (text.starts_with("GIF87a"sv) || text.starts_with("GIF89a"sv))
+        return FileFormat::gif;
+    if (text.starts_with("RIFF"sv) && text.substr(0, 12).ends_with("WEBP"sv))
+        return FileFormat::webp;
+    if (text.starts_with("II*\0"sv) || text.starts_with("MM\0*"sv) || text.starts_with("II+\0"sv)
+        || text.starts_with("MM\0+"sv))
+        return FileFormat::tiff;
+    if (text.substr(0, 8).ends_with("ftyp"sv))
+        return FileFormat::heic;
+    if (text.starts_with("BM"sv))
+        return FileFormat::bmp;
+    if (text.find("<svg"sv) != std::string_view::npos)
+        return FileFormat::svg;
+    return std::nullopt;
+}
+
+DecodedImage drawing(std::span<const std::byte> file)
+{
+    constexpr double drawnAt = 144; // two pixels to a point
+    DecodedImage decoded;
+    decoded.image = module<SvgModule>("svg").render(file);
+    decoded.dpiX = decoded.dpiY = drawnAt;
+    return decoded;
+}
+
+DecodedImage decode(FileFormat format, std::span<const std::byte> file, int index)
+{
+    switch (format) {
+    case FileFormat::jpg:
+        return decodeJpeg(file);
+    case FileFormat::png:
+        return decodePng(file);
+    case FileFormat::webp:
+        return decodeWebp(file);
+    case FileFormat::heic:
+    case FileFormat::avif:
+        return module<HeifModule>("heif").decode(file, index);
+    case FileFormat::tiff:
+        return module<TiffModule>("tiff").decode(file, index);
+    case FileFormat::bmp:
+        return decodeBmp(file);
+    case FileFormat::svg:
+        return drawing(file);
+    case FileFormat::gif:
+        return decodeGif(file);
+    case FileFormat::pdf:
+    case FileFormat::txt:
+    case FileFormat::md:
+        break;
+    }
+    throw DecodeError("no picture");
+}
+
+/// The first bytes decide; where they say nothing, for a drawing with a long preamble, say, the name does.
+FileFormat formatOf(const std::filesystem::path& file, std::span<const std::byte> content)
+{
+    if (const std::optional<FileFormat> format = formatOfContent(content))
+        return *format;
+    if (const std::optional<FileFormat> format = FileFormat::detect(file))
+        return *format;
+    throw DecodeError("an unknown format");
+}
+
+} // namespace
+
+DecodedImage decodePicture(const std::filesystem::path& file, int index)
+{
+    try {
+        const Bytes content = readFile(file);
+        DecodedImage decoded = decode(formatOf(file, content), content, index);
+        if (!profileFits(decoded.image.iccProfile, decoded.image.model))
+            decoded.image.iccProfile.clear();
+        return decoded;
+    } catch (const EngineError&) {
+        throw;
+    } catch (const std::exception&) {
+        throw EngineError::unreadable(file);
+    }
+}
+
+} // namespace Pelgra
