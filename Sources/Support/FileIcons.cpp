@@ -60,7 +60,7 @@ QImage sheetOfPaper(const QString& extension, int pixels)
     font.setWeight(QFont::Bold);
     painter.setFont(font);
     painter.setPen(QColor(90, 98, 112));
-    painter.drawText(QRectF(14, 30, 36, 20), Qt::AlignCenter, extension);
+    painter.drawText(QRectF(14, 24, 36, 18), Qt::AlignCenter, extension);
     return image;
 }
 

@@ -58,14 +58,16 @@ QImage readShared(const QString& name, const QByteArray& address, const QByteArr
     if (QFileInfo(name).size() > sharedByteLimit)
         return {};
     QImageReader reader(name, "png");
-    if (reader.text(QStringLiteral("Thumb::MTime")).toLatin1() != modified)
-        return {};
-    const QByteArray stated = reader.text(QStringLiteral("Thumb::URI")).toUtf8();
-    if (!stated.isEmpty() && stated != address)
-        return {};
     if (reader.size().width() > 1024 || reader.size().height() > 1024)
         return {};
-    return reader.read();
+    // The reader itself stumbles over keys with colons (Qt 6.4); the picture has them right.
+    QImage picture = reader.read();
+    if (picture.text(QStringLiteral("Thumb::MTime")).toLatin1() != modified)
+        return {};
+    const QByteArray stated = picture.text(QStringLiteral("Thumb::URI")).toUtf8();
+    if (!stated.isEmpty() && stated != address)
+        return {};
+    return picture;
 }
 
 } // namespace

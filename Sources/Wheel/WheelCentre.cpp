@@ -46,18 +46,19 @@ std::vector<Card> cards(const WheelContent& content, QPointF center)
         if (picture.width() > 0 && picture.height() > 0)
             pictures.push_back(&picture);
     }
-    // The cards look out of the capsule's upper edge, like papers out of a pocket.
-    constexpr double lift = 27;
     std::vector<Card> result;
+    const auto add = [&](const QImage& picture, double frame, QPointF shift, double degrees) {
+        const QRectF box = cardBox(picture, frame);
+        // Cards look out of the capsule's upper edge, like papers out of a pocket; lower ones are pulled out further.
+        const double lift = 27 + (64 - box.height()) / 4;
+        const QPointF middle = center + shift - QPointF(0, lift);
+        result.push_back({&picture, box, QTransform::fromTranslate(middle.x(), middle.y()).rotate(degrees)});
+    };
     if (pictures.size() == 1) {
-        const QTransform place = QTransform::fromTranslate(center.x(), center.y() - lift);
-        result.push_back({pictures[0], cardBox(*pictures[0], 64), place});
+        add(*pictures[0], 64, {0, 0}, 0);
     } else if (pictures.size() > 1) {
-        const auto turned = [&](double dx, double dy, double degrees) {
-            return QTransform::fromTranslate(center.x() + dx, center.y() - lift + dy).rotate(degrees);
-        };
-        result.push_back({pictures[1], cardBox(*pictures[1], 58), turned(11, -2, 9)});
-        result.push_back({pictures[0], cardBox(*pictures[0], 58), turned(-10, 1, -6)});
+        add(*pictures[1], 58, {11, -2}, 9);
+        add(*pictures[0], 58, {-10, 1}, -6);
     }
     return result;
 }
@@ -111,8 +112,10 @@ void paintCapsule(QPainter& painter, const Capsule& capsule)
 {
     constexpr double radius = 18;
     SoftShadow{gray(0, 0.12), {0, 1}, 6}.paint(painter, capsule.box, radius);
-    // The frost that the ring has too: whatever lies below must not spell into the text.
-    painter.fillPath(roundedRect(capsule.box, radius), QColor::fromRgbF(0.93F, 0.94F, 0.95F, 0.8F));
+    // A rim and the frost that the ring has too: it stands out on white, and whatever lies below does not spell into
+    // the text.
+    painter.fillPath(roundedRect(capsule.box.adjusted(-0.75, -0.75, 0.75, 0.75), radius + 0.75), gray(0.3, 0.16));
+    painter.fillPath(roundedRect(capsule.box, radius), QColor::fromRgbF(0.93F, 0.94F, 0.95F, 0.93F));
     painter.setBrush(gray(1, 0.72));
     painter.setPen(QPen(gray(1, 0.8), 0.75));
     painter.drawRoundedRect(capsule.box, radius, radius);

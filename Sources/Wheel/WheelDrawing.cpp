@@ -37,7 +37,7 @@ QColor withAlpha(QColor color, double alpha)
 /// they stand apart on a white one. Where nothing shines through it is the whole background.
 QColor frost(bool isCompositing)
 {
-    return QColor::fromRgbF(0.80F, 0.82F, 0.85F, isCompositing ? 0.8F : 1.0F);
+    return QColor::fromRgbF(0.80F, 0.82F, 0.85F, isCompositing ? 0.86F : 1.0F);
 }
 
 /// A soft shadow outside the ring and, fainter, in its hole; it ends at the edge of the view.
@@ -223,8 +223,9 @@ void paintBackdrop(QPainter& painter, const WheelContent& content, const QRectF&
         }
         painter.fillPath(activePath(content, bounds), frost(true));
     } else {
-        // The window's shape cuts this down to what the wheel covers.
+        // The window's shape cuts this down to what the wheel covers. Its hard edge looks meant with a line along it.
         painter.fillRect(bounds, frost(false));
+        painter.strokePath(activePath(content, bounds), QPen(QColor(140, 146, 158), 3));
     }
 }
 
