@@ -82,6 +82,33 @@ Bytes exifStructure(const Bytes& block)
     return {rest.begin(), rest.end()};
 }
 
+/// Pictures pieced together from grey tiles come out of the library in colour; a grey profile tells them.
+void takeBackToGray(RasterImage& image)
+{
+    RasterImage gray =
+        *RasterImage::make(image.width, image.height, ColorModel::gray, image.hasAlpha, image.bitsPerComponent);
+    const std::size_t sampleBytes = static_cast<std::size_t>(image.bitsPerComponent) / 8;
+    const std::size_t from = image.bytesPerPixel();
+    const std::size_t to = gray.bytesPerPixel();
+    for (int y = 0; y < image.height; ++y) {
+        const std::byte* pixel = image.row(y).data();
+        std::byte* out = gray.row(y).data();
+        for (int x = 0; x < image.width; ++x, pixel += from, out += to) {
+            std::copy_n(pixel + sampleBytes, sampleBytes, out);
+            if (image.hasAlpha)
+                std::copy_n(pixel + from - sampleBytes, sampleBytes, out + sampleBytes);
+        }
+    }
+    gray.iccProfile = std::move(image.iccProfile);
+    image = std::move(gray);
+}
+
+bool isGrayProfile(const Bytes& profile)
+{
+    constexpr std::size_t colorSpaceOffset = 16;
+    return profile.size() >= 128 && std::memcmp(profile.data() + colorSpaceOffset, "GRAY", 4) == 0;
+}
+
 } // namespace
 
 DecodedImage decodeHeif(std::span<const std::byte> file, int index)
@@ -104,6 +131,8 @@ DecodedImage decodeHeif(std::span<const std::byte> file, int index)
         decoded.image = pixelsOf(*image, heif_image_handle_is_premultiplied_alpha(handle.get()) != 0);
     }
     decoded.image.iccProfile = profileOf(*handle, decoded.image.model);
+    if (decoded.image.model == ColorModel::rgb && isGrayProfile(decoded.image.iccProfile))
+        takeBackToGray(decoded.image);
     decoded.exif = exifStructure(metadataBlock(*handle, "Exif"));
     decoded.xmp = metadataBlock(*handle, "mime", "application/rdf+xml");
     decoded.iptc = metadataBlock(*handle, "iptc");
