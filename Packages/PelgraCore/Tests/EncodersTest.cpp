@@ -1,28 +1,19 @@
 #include "Encoders.h"
+#include "backends/BmpDecoder.h"
+#include "backends/JpegDecoder.h"
+#include "backends/PngDecoder.h"
 #include "OrderedBytes.h"
 #include "PelgraCore/EngineError.h"
+#include "Support/ImageSamples.h"
 #include "Support/MemorySink.h"
 
 #include <QTest>
 
 #include <cstring>
-#include <map>
 
 using namespace Pelgra;
 
 namespace {
-
-/// A picture with a different value in every component.
-RasterImage gradient(int width, int height, ColorModel model, bool alpha, int bits)
-{
-    RasterImage image = *RasterImage::make(width, height, model, alpha, bits);
-    std::uint32_t value = 7;
-    for (std::size_t index = 0; index < image.pixels.size(); ++index) {
-        value = value * 1664525 + 1013904223;
-        image.pixels[index] = static_cast<std::byte>(index / 5 + (value >> 30));
-    }
-    return image;
-}
 
 /// The rows of a picture without the picture, as of a page that is being drawn.
 class StreamedRows final : public RowSource {
@@ -52,6 +43,26 @@ Bytes encoded(FileFormat format, const RasterImage& image, const EncodePropertie
     return sink.bytes();
 }
 
+void addFormRows()
+{
+    QTest::addColumn<int>("model");
+    QTest::addColumn<bool>("alpha");
+    QTest::addColumn<int>("bits");
+    for (const ColorModel model : {ColorModel::gray, ColorModel::rgb}) {
+        for (const bool alpha : {false, true}) {
+            for (const int bits : {8, 16})
+                QTest::addRow("%s%s %d", model == ColorModel::gray ? "grey" : "rgb", alpha ? " alpha" : "", bits)
+                    << static_cast<int>(model) << alpha << bits;
+        }
+    }
+}
+
+bool contains(const Bytes& bytes, std::string_view text)
+{
+    const auto wanted = std::as_bytes(std::span(text));
+    return std::search(bytes.begin(), bytes.end(), wanted.begin(), wanted.end()) != bytes.end();
+}
+
 } // namespace
 
 class EncodersTest : public QObject {
@@ -69,7 +80,7 @@ private Q_SLOTS:
     {
         QFETCH(int, format);
         const auto target = static_cast<FileFormat::Case>(format);
-        const RasterImage image = gradient(61, 47, ColorModel::rgb, false, 8);
+        const RasterImage image = rampPicture(61, 47, ColorModel::rgb, false, 8);
         const std::size_t size = encoded(target, image).size();
         for (std::size_t capacity = 0; capacity < size; capacity += 1 + capacity / 2) {
             ImageRows rows(image);
@@ -81,10 +92,128 @@ private Q_SLOTS:
         QVERIFY_EXCEPTION_THROWN(encodeImage(target, rows, {}, sink), StorageError);
     }
 
+    void pngKeepsEveryPixelAndBlock_data() { addFormRows(); }
+    void pngKeepsEveryPixelAndBlock()
+    {
+        QFETCH(int, model);
+        QFETCH(bool, alpha);
+        QFETCH(int, bits);
+        EncodeProperties properties;
+        properties.dpiWidth = 300;
+        properties.dpiHeight = 150;
+        properties.threads = 2;
+        properties.metadata = {exifSample(), iptcSample(), xmpSample()};
+        // Noise goes through the fast compressor in parts, flat colours through the thorough one as a whole.
+        for (RasterImage image : {rampPicture(700, 900, static_cast<ColorModel>(model), alpha, bits),
+                                  testPicture(701, 603, static_cast<ColorModel>(model), alpha, bits)}) {
+            if (image.model == ColorModel::rgb)
+                image.iccProfile = wideRgbProfile();
+            StreamedRows streamed(image);
+            MemorySink sink;
+            encodeImage(FileFormat::png, streamed, properties, sink);
+            for (const Bytes& file : {encoded(FileFormat::png, image, properties), sink.bytes()}) {
+                const DecodedImage result = decodePng(file);
+                QCOMPARE(largestDifference(result.image, image), 0);
+                QCOMPARE(result.image.iccProfile, image.iccProfile);
+                QVERIFY(std::abs(*result.dpiX - 300) < 0.02); // whole dots to the metre
+                QVERIFY(std::abs(*result.dpiY - 150) < 0.02);
+                QVERIFY(contains(result.exif, "Lens 50"));
+                QCOMPARE(result.iptc, properties.metadata.iptc);
+                QCOMPARE(result.xmp, properties.metadata.auxiliaryXmp);
+            }
+        }
+    }
+
+    void drawnContentShrinksFarMoreThanNoise()
+    {
+        const RasterImage drawn = testPicture(1000, 1000);
+        QVERIFY(encoded(FileFormat::png, drawn).size() * 300 < drawn.pixels.size());
+        QVERIFY(encoded(FileFormat::tiff, drawn).size() * 100 < drawn.pixels.size());
+    }
+
+    void jpegKeepsTheLookAndBlocks_data()
+    {
+        QTest::addColumn<int>("model");
+        QTest::addColumn<int>("bits");
+        QTest::newRow("grey") << static_cast<int>(ColorModel::gray) << 8;
+        QTest::newRow("grey 16") << static_cast<int>(ColorModel::gray) << 16;
+        QTest::newRow("rgb") << static_cast<int>(ColorModel::rgb) << 8;
+        QTest::newRow("rgb 16") << static_cast<int>(ColorModel::rgb) << 16;
+    }
+    void jpegKeepsTheLookAndBlocks()
+    {
+        QFETCH(int, model);
+        QFETCH(int, bits);
+        const auto colors = static_cast<ColorModel>(model);
+        RasterImage image = testPicture(70, 50, colors, false, bits);
+        EncodeProperties properties;
+        properties.dpiWidth = 118 * 2.54; // a whole number of dots to the centimetre only
+        properties.dpiHeight = 118 * 2.54;
+        properties.metadata = {exifSample(), iptcSample(), xmpSample()};
+        if (colors == ColorModel::rgb)
+            image.iccProfile = wideRgbProfile();
+        image.iccProfile.resize(image.iccProfile.empty() ? 0 : 150000); // more than a segment holds
+        const DecodedImage result = decodeJpeg(encoded(FileFormat::jpg, image, properties));
+        QCOMPARE(result.image.model, colors);
+        for (const Quadrant quadrant :
+             {Quadrant::topLeft, Quadrant::topRight, Quadrant::bottomLeft, Quadrant::bottomRight})
+            QVERIFY(
+                largestDifference(componentsIn(result.image, quadrant), quadrantComponents(colors, false, 8, quadrant))
+                < 8);
+        QVERIFY(std::abs(*result.dpiX - 299.72) < 0.01);
+        QCOMPARE(result.image.iccProfile, image.iccProfile);
+        QVERIFY(contains(result.exif, "Lens 50"));
+        QCOMPARE(result.iptc, properties.metadata.iptc);
+        QCOMPARE(result.xmp, properties.metadata.auxiliaryXmp);
+    }
+
+    void jpegQualityIsClamped()
+    {
+        const RasterImage image = rampPicture(200, 150);
+        const auto sizeAt = [&](double quality) {
+            EncodeProperties properties;
+            properties.quality = quality;
+            return encoded(FileFormat::jpg, image, properties).size();
+        };
+        QVERIFY(sizeAt(0) < sizeAt(0.5) && sizeAt(0.5) < sizeAt(0.9) && sizeAt(0.9) < sizeAt(1));
+        QCOMPARE(sizeAt(-0.2), sizeAt(0));
+        QCOMPARE(sizeAt(1.5), sizeAt(1));
+    }
+
+    void jpegDropsWhatNoSegmentHolds()
+    {
+        EncodeProperties properties;
+        properties.metadata.exif = exifSample();
+        properties.metadata.iptc = Bytes(70000);
+        const DecodedImage result = decodeJpeg(encoded(FileFormat::jpg, rampPicture(20, 20), properties));
+        QVERIFY(result.iptc.empty());
+        QVERIFY(contains(result.exif, "Lens 50"));
+    }
+
+    void bitmapsKeepEveryPixel_data() { addFormRows(); }
+    void bitmapsKeepEveryPixel()
+    {
+        QFETCH(int, model);
+        QFETCH(bool, alpha);
+        QFETCH(int, bits);
+        if (bits == 16)
+            return; // rounding is probed below
+        const RasterImage image = rampPicture(61, 47, static_cast<ColorModel>(model), alpha, bits);
+        const DecodedImage result = decodeBmp(encoded(FileFormat::bmp, image));
+        for (int y = 0; y < image.height; y += 9) {
+            for (int x = 0; x < image.width; x += 7) {
+                std::vector<int> wanted = componentsAt(image, x, y);
+                if (result.image.model != image.model)
+                    wanted.insert(wanted.begin(), 2, wanted.front());
+                QCOMPARE(componentsAt(result.image, x, y), wanted);
+            }
+        }
+    }
+
     void threadsAndStreamingDoNotChangeTheBytes()
     {
         // Large enough for several parts.
-        const RasterImage image = gradient(1500, 900, ColorModel::rgb, true, 8);
+        const RasterImage image = rampPicture(1500, 900, ColorModel::rgb, true, 8);
         EncodeProperties two;
         two.threads = 3;
         QCOMPARE(encoded(FileFormat::png, image, two), encoded(FileFormat::png, image));
@@ -113,7 +242,7 @@ private Q_SLOTS:
         QFETCH(bool, alpha);
         QFETCH(unsigned, headerSize);
         QFETCH(unsigned, bitsPerPixel);
-        const RasterImage image = gradient(5, 3, static_cast<ColorModel>(model), alpha, 16);
+        const RasterImage image = rampPicture(5, 3, static_cast<ColorModel>(model), alpha, 16);
         EncodeProperties properties;
         properties.dpiWidth = 300;
         properties.dpiHeight = 150;
@@ -137,7 +266,7 @@ private Q_SLOTS:
 
     void unsupportedTargetsAreNamed()
     {
-        const RasterImage image = gradient(4, 4, ColorModel::rgb, false, 8);
+        const RasterImage image = rampPicture(4, 4, ColorModel::rgb, false, 8);
         try {
             encoded(FileFormat::gif, image);
             QFAIL("nothing was thrown");
@@ -160,7 +289,7 @@ private Q_SLOTS:
         private:
             ImageRows m_rows;
         };
-        const RasterImage image = gradient(40, 40, ColorModel::rgb, false, 8);
+        const RasterImage image = rampPicture(40, 40, ColorModel::rgb, false, 8);
         for (const FileFormat format :
              {FileFormat::jpg, FileFormat::png, FileFormat::tiff, FileFormat::bmp, FileFormat::heic}) {
             BrokenRows rows(image);

@@ -162,6 +162,8 @@ private Q_SLOTS:
                 QVERIFY(largestDifference(componentsIn(decoded.image, quadrant), wanted) <= tolerance);
             }
             QCOMPARE(decoded.image.iccProfile, image.iccProfile);
+            QCOMPARE(decoded.dpiX, 300.0);
+            QVERIFY(std::abs(*decoded.dpiY - 299.72) < 0.001);
             QVERIFY(contains(decoded.exif, "Lens 50") && contains(decoded.exif, "Pelgra"));
             QCOMPARE(decoded.iptc, properties.metadata.iptc);
             QVERIFY(contains(decoded.xmp, "Lens 50"));

@@ -1,5 +1,6 @@
 #include "HeifDecoder.h"
 
+#include "ExifFields.h"
 #include "HeifHandles.h"
 #include "HeifPixels.h"
 #include "HeifProfile.h"
@@ -134,6 +135,10 @@ DecodedImage decodeHeif(std::span<const std::byte> file, int index)
     if (decoded.image.model == ColorModel::rgb && isGrayProfile(decoded.image.iccProfile))
         takeBackToGray(decoded.image);
     decoded.exif = exifStructure(metadataBlock(*handle, "Exif"));
+    // The format has no resolution of its own.
+    const ExifFields fields = readExifFields(decoded.exif);
+    decoded.dpiX = fields.dpiX;
+    decoded.dpiY = fields.dpiY;
     decoded.xmp = metadataBlock(*handle, "mime", "application/rdf+xml");
     decoded.iptc = metadataBlock(*handle, "iptc");
     return decoded;
