@@ -387,7 +387,7 @@ void PDFRenderingTest::endsOnNestedInput_data()
             all += part;
         return all;
     };
-    constexpr int deep = 300'000;
+    constexpr int deep = 100'000;
     QTest::newRow("arrays in the contents") << withContents(repeated("[", deep));
     QTest::newRow("dictionaries in the contents") << withContents(repeated("/A << ", deep));
     QTest::newRow("saved states") << withContents(repeated("q ", deep));
@@ -416,7 +416,7 @@ void PDFRenderingTest::endsOnNestedInput_data()
         PDFBuilder builder;
         SamplePage page;
         page.contents = "/Form Do";
-        constexpr int forms = 20'000;
+        constexpr int forms = 4'000;
         int inner = builder.addStream("0 0 9 9 re f", "/Type /XObject /Subtype /Form /BBox [0 0 9 9]");
         for (int count = 0; count < forms; ++count)
             inner = builder.addStream("/Form Do",
@@ -429,7 +429,7 @@ void PDFRenderingTest::endsOnNestedInput_data()
     {
         PDFBuilder builder;
         builder.addPage({});
-        constexpr int branches = 100'000;
+        constexpr int branches = 30'000;
         int inner = builder.pageObject(0);
         for (int count = 0; count < branches; ++count)
             inner = builder.add("<< /Type /Pages /Count 1 /Kids [" + reference(inner) + "] >>");
