@@ -345,6 +345,14 @@ void PDFRenderingTest::repairsCrossReferences()
     QVERIFY(wrongOffset && isNear(pixelAt(*wrongOffset, 5, 5), red));
     const auto cutOff = open(content.substr(0, start))->render(0, 0.1);
     QVERIFY(cutOff && isNear(pixelAt(*cutOff, 5, 5), red));
+    std::string shortTable = documentWith({page});
+    shortTable.replace(shortTable.find("xref\n0 "), 8, "xref\n0 2"); // hides all but the catalogue
+    const auto hidden = open(shortTable)->render(0, 0.1);
+    QVERIFY(hidden && isNear(pixelAt(*hidden, 5, 5), red));
+    std::string lostRoot = documentWith({page});
+    lostRoot.replace(lostRoot.find("/Root 1"), 7, "/Root 9");
+    const auto found = open(lostRoot)->render(0, 0.1);
+    QVERIFY(found && isNear(pixelAt(*found, 5, 5), red));
 }
 
 void PDFRenderingTest::refusesWhatIsNoDocument()

@@ -151,13 +151,50 @@ int settleOnce(fz_context* context, pdf_document* document) noexcept
     return count;
 }
 
+/// Rebuilds the cross references of a document whose pages cannot be found with those it has, and looks for a catalogue
+/// where the trailer leads to none.
+void rebuild(fz_context* context, pdf_document* document) noexcept
+{
+    pdf_obj* object = nullptr;
+    fz_var(object);
+    fz_try(context)
+    {
+        if (!pdf_was_repaired(context, document))
+            pdf_repair_xref(context, document);
+        pdf_obj* const trailer = pdf_trailer(context, document);
+        const int end =
+            pdf_is_dict(context, pdf_dict_get(context, trailer, PDF_NAME(Root))) ? 0 : pdf_xref_len(context, document);
+        for (int number = 1; number < end; ++number) {
+            object = pdf_new_indirect(context, document, number, 0);
+            if (pdf_name_eq(context, pdf_dict_get(context, object, PDF_NAME(Type)), PDF_NAME(Catalog)))
+                pdf_dict_put(context, trailer, PDF_NAME(Root), object);
+            pdf_drop_obj(context, object);
+            object = nullptr;
+        }
+    }
+    fz_always(context)
+    {
+        pdf_drop_obj(context, object);
+    }
+    fz_catch(context)
+    {
+        // The walk tells what was gained.
+    }
+}
+
 } // namespace
 
 int settlePageTree(fz_context* context, pdf_document* document) noexcept
 {
-    const int count = settleOnce(context, document);
-    // A fault met on the way makes the library rebuild the cross references; the walk then starts again.
-    return count >= 0 ? count : settleOnce(context, document);
+    int count = settleOnce(context, document);
+    // A fault met on the way makes the library rebuild the cross references by itself; the walk then starts again.
+    if (count < 0)
+        count = settleOnce(context, document);
+    if (count <= 0) {
+        rebuild(context, document);
+        count = settleOnce(context, document);
+    }
+    return count;
 }
 
 } // namespace Pelgra::Rendering
