@@ -187,6 +187,257 @@ private Q_SLOTS:
         QCOMPARE(duplicated.at(copy, "/Kids", 0, "/P"), duplicated.page(2));
     }
 
+    void fontsOfFormsDoNotCollide()
+    {
+        // The other form calls a different font by the same name.
+        TemporaryFolder folder;
+        std::string other = formDocument();
+        other.replace(other.find("/BaseFont /Helvetica"), 20, "/BaseFont /Courier  ");
+        const InspectedPDF document(merged({folder.write("a.pdf", formDocument()), folder.write("b.pdf", other)}));
+        const QJsonValue form = document.at(document.catalog(), "/AcroForm");
+        QCOMPARE(document.at(form, "/DR", "/Font", "/Helv", "/BaseFont").toString(), QStringLiteral("/Helvetica"));
+        QCOMPARE(document.at(form, "/DR", "/Font", "/Helv_2", "/BaseFont").toString(), QStringLiteral("/Courier"));
+        QCOMPARE(document.at(form, "/Fields", 2, "/DA").toString(), QStringLiteral("u:/Helv_2 12 Tf 0 g"));
+    }
+
+    void hiddenLayersStayHidden()
+    {
+        TemporaryFolder folder;
+        const Path plain = folder.write("plain.pdf", plainDocument(1));
+        for (const bool isBase : {false, true}) {
+            PDFBuilder builder;
+            const int hidden = builder.add("<< /Type /OCG /Name (Hidden) >>");
+            const int shown = builder.add("<< /Type /OCG /Name (Shown) >>");
+            const std::string both = reference(hidden) + " " + reference(shown);
+            builder.addPage({"/OC /Layer BDC EMC", "[0 0 612 792]", "",
+                             "/Properties << /Layer " + reference(hidden) + " /Other " + reference(shown) + " >>"});
+            const std::string state =
+                isBase ? "/BaseState /OFF /ON [" + reference(shown) + "]" : "/OFF [" + reference(hidden) + "]";
+            builder.addToCatalog("/OCProperties << /OCGs [" + both + "] /D << /Order [" + both + "] " + state
+                                 + " >> >>");
+            const Path file = folder.write("layers.pdf", builder.build());
+            const InspectedPDF document(merged({plain, file}));
+            const QJsonValue properties = document.at(document.catalog(), "/OCProperties");
+            QCOMPARE(document.at(properties, "/OCGs").toArray().size(), 2);
+            const QJsonArray off = document.at(properties, "/D", "/OFF").toArray();
+            QCOMPARE(off.size(), 1);
+            QCOMPARE(document.at(off.at(0), "/Name").toString(), QStringLiteral("u:Hidden"));
+            QCOMPARE(document.at(document.page(1), "/Resources", "/Properties").toObject().value("/Layer"), off.at(0));
+            // A part that does not use a layer does not list it either.
+            const InspectedPDF part(organised(merged({file, plain}), edits({1})));
+            QVERIFY(!part.catalog().toObject().contains("/OCProperties"));
+        }
+    }
+
+    void attachmentsKeepTheirContentUnderUniqueNames()
+    {
+        TemporaryFolder folder;
+        const auto attached = [&](const char* name, const std::string& content) {
+            PDFBuilder builder;
+            builder.addPage({});
+            const int file = builder.addStream(content, "/Type /EmbeddedFile");
+            const int specification =
+                builder.add("<< /Type /Filespec /F (data.txt) /UF (data.txt) /EF << /F " + reference(file) + " >> >>");
+            builder.addToCatalog("/Names << /EmbeddedFiles << /Names [(data.txt) " + reference(specification)
+                                 + "] >> >>");
+            return folder.write(name, builder.build());
+        };
+        const Path first = attached("a.pdf", "first");
+        const InspectedPDF document(merged({first, attached("b.pdf", "second"), first}));
+        const QJsonArray names = document.at(document.catalog(), "/Names", "/EmbeddedFiles", "/Names").toArray();
+        QCOMPARE(names.size(), 4); // the same file given twice brings its attachment once
+        QSet<QString> shown;
+        for (const int place : {1, 3})
+            shown.insert(document.at(names.at(place), "/UF").toString());
+        QCOMPARE(shown, QSet<QString>({"u:data.txt", "u:data 2.txt"}));
+    }
+
+    void pageLabelsFollowTheirPages()
+    {
+        TemporaryFolder folder;
+        PDFBuilder builder;
+        for (int index = 0; index < 4; ++index)
+            builder.addPage({});
+        builder.addToCatalog("/PageLabels << /Nums [0 << /S /r >> 2 << /S /D /P (A-) /St 5 >>] >>");
+        const Path file = folder.write("labels.pdf", builder.build());
+        const auto labels = [](const InspectedPDF& document) {
+            const QJsonValue numbers = document.at(document.catalog(), "/PageLabels", "/Nums");
+            return QString::fromUtf8(QJsonDocument(numbers.toArray()).toJson(QJsonDocument::Compact));
+        };
+        QCOMPARE(labels(InspectedPDF(organised(file, edits({3, 0, 1, 0})))),
+                 QStringLiteral(R"([0,{"/P":"u:A-","/S":"/D","/St":6},1,{"/S":"/r"},3,{"/S":"/r"}])"));
+        QCOMPARE(labels(InspectedPDF(merged({folder.write("plain.pdf", plainDocument(2)), file}))),
+                 QStringLiteral(R"([0,{"/S":"/D"},2,{"/S":"/r"},4,{"/P":"u:A-","/S":"/D","/St":5}])"));
+    }
+
+    void nothingSharedIsCopiedTwice()
+    {
+        TemporaryFolder folder;
+        constexpr int pageCount = 30;
+        PDFBuilder builder;
+        std::string images;
+        for (int index = 0; index < pageCount; ++index) {
+            std::string noise(20000, '\0');
+            unsigned state = static_cast<unsigned>(index) * 7919 + 1;
+            for (char& byte : noise)
+                byte = static_cast<char>((state = state * 1664525 + 1013904223) >> 24);
+            images += "/I" + std::to_string(index) + " "
+                + reference(builder.addStream(noise,
+                                              "/Type /XObject /Subtype /Image /Width 200 /Height 100 "
+                                              "/BitsPerComponent 8 /ColorSpace /DeviceGray"))
+                + " ";
+        }
+        const int shared = builder.add("<< " + images + ">>");
+        for (int index = 0; index < pageCount; ++index)
+            builder.addPage({"q 200 0 0 100 72 500 cm /I" + std::to_string(index) + " Do Q", "[0 0 612 792]", "",
+                             "/XObject " + reference(shared)});
+        const Path file = folder.write("images.pdf", builder.build());
+        const auto size = static_cast<double>(std::filesystem::file_size(file));
+        QVERIFY(static_cast<double>(std::filesystem::file_size(merged({file, file}))) < 1.1 * size);
+
+        double total = 0;
+        const Path pages = Engine::splitPDF(file).outputs.front();
+        for (const auto& page : std::filesystem::directory_iterator(pages))
+            total += static_cast<double>(page.file_size());
+        QVERIFY2(total < 1.3 * size, qPrintable(QString::number(total / size)));
+        const InspectedPDF last(pages / "images 30.pdf");
+        QCOMPARE(last.at(last.page(0), "/Resources", "/XObject").toObject().keys(), QStringList{"/I29"});
+    }
+
+    void rotationsSnapToQuarterTurns()
+    {
+        TemporaryFolder folder;
+        const Path file = folder.write("a.pdf", plainDocument(1, "/Rotate 44"));
+        const InspectedPDF document(organised(file, {PageEdit(0, 0), PageEdit(0, -90), PageEdit(0, 450)}));
+        QCOMPARE(document.page(0).toObject().value("/Rotate").toInt(), 0);
+        QCOMPARE(document.page(1).toObject().value("/Rotate").toInt(), 270); // 44 - 90 = -46
+        QCOMPARE(document.page(2).toObject().value("/Rotate").toInt(), 90);
+    }
+
+    void scaledPagesKeepLinksAndFieldsInPlace()
+    {
+        // The wide page is turned by 90 degrees and cropped to 400 × 600 points: 600 wide as displayed, the other 300.
+        TemporaryFolder folder;
+        PDFBuilder builder;
+        const int link = builder.reserve();
+        builder.addPage({filledRectangle(100, 100, 50, 20, 1, 0, 0), "[0 0 1000 1000]",
+                         "/CropBox [100 100 500 700] /Rotate 90 /Annots [" + reference(link) + "]", ""});
+        builder.addPage({"", "[0 0 300 500]", "", ""});
+        builder.set(link,
+                    "<< /Subtype /Link /Rect [100 100 150 120] /QuadPoints [100 120 150 120 100 100 150 100]"
+                    " /Dest ["
+                        + reference(builder.pageObject(0)) + " /XYZ 100 700 null] >>");
+        const Path file = folder.write("wide.pdf", builder.build());
+        const InspectedPDF document(organised(file, edits({0, 1}), true));
+        const QJsonValue page = document.page(0);
+        QCOMPARE(document.at(page, "/MediaBox").toArray(), QJsonArray({0, 0, 300, 200}));
+        QVERIFY(!page.toObject().contains("/Rotate") && !page.toObject().contains("/CropBox"));
+        // (x, y) lies at ((y - 100) / 2, (500 - x) / 2).
+        QCOMPARE(document.at(page, "/Annots", 0, "/Rect").toArray(), QJsonArray({0, 175, 10, 200}));
+        QCOMPARE(document.at(page, "/Annots", 0, "/Dest").toArray().at(2).toDouble(), 300.0);
+        QCOMPARE(document.at(page, "/Annots", 0, "/Dest").toArray().at(3).toDouble(), 200.0);
+        QCOMPARE(document.at(page, "/Resources", "/XObject", "/Page", "/BBox").toArray(),
+                 QJsonArray({100, 100, 500, 700}));
+        QCOMPARE(document.at(document.page(1), "/MediaBox").toArray(), QJsonArray({0, 0, 300, 500}));
+    }
+
+    void hostileTreesEnd()
+    {
+        TemporaryFolder folder;
+        PDFBuilder builder;
+        const int page = builder.addPage({});
+        const int entry = builder.reserve();
+        builder.set(entry,
+                    "<< /Title (Round) /Next " + reference(entry) + " /First " + reference(entry) + " /Dest ["
+                        + reference(page) + " /Fit] >>");
+        const int names = builder.reserve();
+        builder.set(names, "<< /Kids [" + reference(names) + " " + reference(names) + "] >>");
+        const int field = builder.reserve();
+        builder.set(field, "<< /T (f) /FT /Tx /Parent " + reference(field) + " /Kids [" + reference(field) + "] >>");
+        builder.addToCatalog("/Outlines << /First " + reference(entry) + " >> /Names << /Dests " + reference(names)
+                             + " /EmbeddedFiles " + reference(names) + " >> /PageLabels " + reference(names)
+                             + " /AcroForm << /Fields [" + reference(field) + "] >>");
+        builder.set(2, "<< /Type /Pages /Count 1410065407 /Kids [2 0 R " + reference(page) + " 2 0 R] >>");
+        const Path file = folder.write("round.pdf", builder.build());
+        QCOMPARE(module<DocumentsModule>(DocumentsModule::name).pageCount(file), 1);
+        const InspectedPDF document(merged({file}));
+        QCOMPARE(document.pageCount(), 1);
+        QCOMPARE(document.outline(), QStringLiteral("Round>0"));
+    }
+
+    void deepPageTreesEnd()
+    {
+        TemporaryFolder folder;
+        PDFBuilder builder;
+        const int page = builder.addPage({});
+        int node = page;
+        for (int depth = 0; depth < 20000; ++depth)
+            node = builder.add("<< /Type /Pages /Count 1 /Kids [" + reference(node) + "] >>");
+        builder.set(2, "<< /Type /Pages /Count 1 /Kids [" + reference(node) + "] >>");
+        QCOMPARE(InspectedPDF(merged({folder.write("deep.pdf", builder.build())})).pageCount(), 1);
+    }
+
+    void onlyTheEmptyPasswordOpens()
+    {
+        TemporaryFolder folder;
+        const Path plain = folder.write("plain.pdf", linkedDocument("Secret"));
+        const auto encrypted = [&](const char* name, const char* password) {
+            const Path file = folder / name;
+            const QStringList arguments{"--encrypt", password, "owner", "256", "--", plain.c_str(), file.c_str()};
+            if (QProcess::execute("qpdf", arguments) != 0)
+                throw std::runtime_error("qpdf cannot encrypt");
+            return file;
+        };
+        const InspectedPDF document(merged({encrypted("open.pdf", "")}));
+        QVERIFY(!document.trailer().contains("/Encrypt"));
+        QCOMPARE(document.at(document.trailer(), "/Info", "/Title").toString(), QStringLiteral("u:Secret"));
+        const Path locked = encrypted("locked.pdf", "user");
+        QVERIFY(failureOf([&] { Engine::splitPDF(locked); }) == EngineError::Cause(EngineError::Unreadable{locked}));
+        QCOMPARE(module<DocumentsModule>(DocumentsModule::name).pageCount(locked), 0);
+    }
+
+    void aFileWithoutTrailerIsRepaired()
+    {
+        TemporaryFolder folder;
+        std::string content = plainDocument(2);
+        content.resize(content.rfind("xref\n0"));
+        QCOMPARE(InspectedPDF(merged({folder.write("cut.pdf", content)})).pageCount(), 2);
+    }
+
+    void aFullDiskIsNoticed()
+    {
+        TemporaryFolder folder;
+        const std::vector<Path> files{folder.write("a.pdf", plainDocument(20))};
+        const DocumentsModule& documents = module<DocumentsModule>(DocumentsModule::name);
+        for (const std::size_t capacity : {std::size_t{0}, std::size_t{500}, std::size_t{1500}}) {
+            MemorySink sink(capacity);
+            QVERIFY_EXCEPTION_THROWN(documents.merge(files, {})->write(sink), StorageError);
+            MemorySink pageSink(std::min(capacity, std::size_t{100}));
+            QVERIFY_EXCEPTION_THROWN(documents.split(files.front())->writePage(0, pageSink), StorageError);
+        }
+        MemorySink sink;
+        documents.merge(files, {})->write(sink);
+        QVERIFY(sink.bytes().size() > 1500);
+    }
+
+    void aStopLeavesNothingBehind()
+    {
+        TemporaryFolder folder;
+        const Path file = folder.write("a.pdf", plainDocument(40));
+        std::stop_source stop;
+        std::vector<int> totals;
+        JobControl control;
+        control.stop = stop.get_token();
+        control.progress = [&](int, int total) {
+            totals.push_back(total);
+            stop.request_stop();
+        };
+        QVERIFY_EXCEPTION_THROWN(Engine::mergePDFs(std::vector<Path>{file, file}, control), JobCancelled);
+        QCOMPARE(totals, std::vector<int>{80});
+        QVERIFY_EXCEPTION_THROWN(Engine::splitPDF(file, control), JobCancelled);
+        QCOMPARE(folder.names(), std::vector<std::string>{"a.pdf"});
+    }
+
     void errorsNameTheirCause()
     {
         TemporaryFolder folder;

@@ -68,7 +68,7 @@ void Assembly::fillPage(Input& input, PlacedPage& page, const PageRequest& reque
     for (const auto& [key, value] : entries.getDictAsMap())
         page.page.replaceKey(key, value);
     page.page.replaceKey("/Type", Object::newName("/Page"));
-    page.page.replaceKey("/Resources", resourcesFor(input, source));
+    page.page.replaceKey("/Resources", resourcesFor(input, page.sourceIndex));
     const bool hasMediaBox = rectangleOf(source.mediaBox).has_value();
     page.page.replaceKey("/MediaBox", hasMediaBox ? input.copier.copy(source.mediaBox) : arrayOf({0, 0, 612, 792}));
     setUnlessEmpty(page.page, "/CropBox", input.copier.copy(source.cropBox));
@@ -82,13 +82,14 @@ void Assembly::fillPage(Input& input, PlacedPage& page, const PageRequest& reque
         setUnlessEmpty(page.page, "/Contents", input.copier.copy(valueOf(source.object, "/Contents")));
 }
 
-Object Assembly::resourcesFor(Input& input, const SourcePage& source)
+Object Assembly::resourcesFor(Input& input, std::size_t sourceIndex)
 {
+    const SourcePage& source = input.source.pages()[sourceIndex];
     Object resources = source.resources;
     if (!resources.isDictionary())
         return Object::newDictionary();
     const bool isShared = !resources.isIndirect() && valueOf(source.object, "/Resources").isNull();
-    if (input.copier.prunesResources()) {
+    if (input.copier.prunesResources() && input.source.mayListUnusedResources(sourceIndex)) {
         const std::vector<Object> contents = contentStreamsOf(valueOf(source.object, "/Contents"));
         return input.copier.copyResources(resources, namesUsedBy(contents, resources));
     }

@@ -36,7 +36,7 @@ public:
 
 private:
     void fillPage(Input& input, PlacedPage& page, const PageRequest& request);
-    Object resourcesFor(Input& input, const SourcePage& source);
+    Object resourcesFor(Input& input, std::size_t sourceIndex);
     void scale(Input& input, PlacedPage& page, const PageRequest& request);
     void connectPages(bool keepsStructure);
     void listPages();

@@ -1,6 +1,7 @@
 #include "Catalog.h"
 
 #include "Layers.h"
+#include "Metadata.h"
 #include "NamedObjects.h"
 #include "Outlines.h"
 #include "PageLabels.h"
@@ -99,6 +100,7 @@ void fillCatalog(QPDF& output, const Inputs& inputs, const CatalogOptions& optio
     addNames(catalog, inputs, options);
     addViewing(catalog, first, inputs, options);
     addInformation(output, first, inputs.size() == 1);
+    setUnlessEmpty(catalog, "/Metadata", copyMetadata(first.copier, valueOf(first.source.catalog(), "/Metadata")));
     setUnlessEmpty(catalog, "/OCProperties", combinedLayers(inputs));
 }
 

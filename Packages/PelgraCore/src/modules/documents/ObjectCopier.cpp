@@ -24,6 +24,14 @@ bool needsPlace(Object object)
     return object.hasKey("/FT") || (object.hasKey("/T") && object.hasKey("/Kids")); // a form field
 }
 
+/// Whether resources may serve others too, and so hold what their owner does not use.
+bool mayBeShared(Object resources)
+{
+    return resources.isDictionary()
+        && (resources.isIndirect() || valueOf(resources, "/XObject").isIndirect()
+            || valueOf(resources, "/Font").isIndirect());
+}
+
 } // namespace
 
 /// Hands the raw data of source streams to the writer of the output, decrypted but not decoded.
@@ -165,7 +173,7 @@ void ObjectCopier::fillDictionary(Object source, Object copy)
     for (const auto& [key, value] : sourceDictionary.getDictAsMap()) {
         if (isStream && key == "/Length")
             continue;
-        if (m_prunesResources && key == "/Resources" && Object(value).isDictionary())
+        if (m_prunesResources && key == "/Resources" && mayBeShared(value))
             dictionary.replaceKey(key, convertResources(value, namesUsedBy(source)));
         else
             dictionary.replaceKey(key, convert(value));

@@ -7,25 +7,55 @@
 
 #include <qpdf/QPDFExc.hh>
 
+#include <algorithm>
 #include <cstdio>
+#include <span>
+#include <string_view>
 
 namespace Pelgra::Documents {
 
+namespace {
+
+/// Files up to this size are read into memory at once.
+constexpr std::uintmax_t memoryLimit = std::uintmax_t{64} << 20;
+/// More resources of one kind than a page normally uses.
+constexpr std::size_t manyResources = 24;
+
+/// The resource dictionary and those of its categories that are heavy enough to matter.
+std::vector<Object> resourceDictionaries(Object resources)
+{
+    return {resources, dictionaryOf(resources, "/XObject"), dictionaryOf(resources, "/Font"),
+            dictionaryOf(resources, "/Pattern"), dictionaryOf(resources, "/Shading")};
+}
+
+/// "12 0" of the last object that says it is the catalogue, else empty.
+std::string catalogNumberIn(std::string_view bytes)
+{
+    for (std::size_t at = bytes.rfind("/Catalog"); at != std::string_view::npos && at > 0;
+         at = bytes.rfind("/Catalog", at - 1)) {
+        const std::size_t keyword = bytes.rfind(" obj", at);
+        if (keyword == std::string_view::npos)
+            return {};
+        const std::size_t start = bytes.find_last_not_of("0123456789 ", keyword) + 1;
+        std::string number(bytes.substr(start, keyword - start));
+        const std::size_t first = number.find_first_not_of(' ');
+        if (first != std::string::npos && number.find(' ', first) != std::string::npos && number.size() < 24)
+            return number;
+    }
+    return {};
+}
+
+} // namespace
+
 SourceDocument::SourceDocument(const std::filesystem::path& file)
     : m_file(file)
-    , m_document(std::make_unique<QPDF>())
 {
-    UniqueDescriptor descriptor(openRegularFile(file));
-    if (!descriptor)
-        throw EngineError::unreadable(file);
-    FILE* const stream = fdopen(descriptor.get(), "rb");
-    if (!stream)
-        throw EngineError::unreadable(file);
-    descriptor.release();
     try {
-        m_document->setSuppressWarnings(true);
-        m_document->processFile(file.c_str(), stream, true, ""); // closes the stream, also on failure
-        m_pages = walkPageTree(*m_document);
+        open(file);
+    } catch (const QPDFExc& error) {
+        if (error.getErrorCode() == qpdf_e_password)
+            throw EngineError::unreadable(file);
+        openWithoutTrailer();
     } catch (const std::exception&) {
         throw EngineError::unreadable(file);
     }
@@ -33,6 +63,70 @@ SourceDocument::SourceDocument(const std::filesystem::path& file)
         if (m_pages[index].object.isIndirect())
             m_pageIndexes.emplace(m_pages[index].object.getObjGen(), index);
     }
+}
+
+void SourceDocument::open(const std::filesystem::path& file)
+{
+    std::error_code error;
+    if (std::filesystem::file_size(file, error) <= memoryLimit && !error) {
+        // qpdf seeks and reads a few bytes at a time, which costs a call of the system each on an open file.
+        m_bytes = readFile(file);
+        openBytes();
+        return;
+    }
+    UniqueDescriptor descriptor(openRegularFile(file));
+    FILE* const stream = descriptor ? fdopen(descriptor.get(), "rb") : nullptr;
+    if (!stream)
+        throw EngineError::unreadable(file);
+    descriptor.release();
+    m_document = std::make_unique<QPDF>();
+    m_document->setSuppressWarnings(true);
+    m_document->processFile(file.c_str(), stream, true, ""); // closes the stream, also on failure
+    m_pages = walkPageTree(*m_document);
+}
+
+void SourceDocument::openBytes()
+{
+    m_document = std::make_unique<QPDF>();
+    m_document->setSuppressWarnings(true);
+    m_document->processMemoryFile(m_file.c_str(), reinterpret_cast<const char*>(m_bytes.data()), m_bytes.size(), "");
+    m_pages = walkPageTree(*m_document);
+}
+
+void SourceDocument::openWithoutTrailer()
+{
+    const std::string catalog = catalogNumberIn({reinterpret_cast<const char*>(m_bytes.data()), m_bytes.size()});
+    if (catalog.empty())
+        throw EngineError::unreadable(m_file);
+    const std::string trailer = "\ntrailer\n<< /Root " + catalog + " R >>\nstartxref\n0\n%%EOF\n";
+    const auto bytes = std::as_bytes(std::span(trailer));
+    m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
+    try {
+        openBytes();
+    } catch (const std::exception&) {
+        throw EngineError::unreadable(m_file);
+    }
+}
+
+bool SourceDocument::mayListUnusedResources(std::size_t pageIndex)
+{
+    if (!m_resourceUsers) {
+        m_resourceUsers.emplace();
+        for (const SourcePage& page : m_pages) {
+            for (const Object& dictionary : resourceDictionaries(page.resources)) {
+                if (dictionary.isIndirect())
+                    ++(*m_resourceUsers)[dictionary.getObjGen()];
+            }
+        }
+    }
+    const SourcePage& page = m_pages[pageIndex];
+    if (valueOf(page.object, "/Resources").isNull())
+        return true; // inherited
+    const std::vector<Object> dictionaries = resourceDictionaries(page.resources);
+    return std::any_of(dictionaries.begin(), dictionaries.end(), [&](Object dictionary) {
+        const bool isLong = dictionary.isDictionary() && dictionary.getKeys().size() > manyResources;
+        return isLong || (dictionary.isIndirect() && (*m_resourceUsers)[dictionary.getObjGen()] > 1);
+    });
 }
 
 std::optional<std::size_t> SourceDocument::pageIndexOf(Object page) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PageTree.h"
+#include "PelgraCore/ImageLoading.h"
 
 #include <filesystem>
 #include <memory>
@@ -20,6 +21,9 @@ public:
     Object catalog() { return m_document->getRoot(); }
     const std::vector<SourcePage>& pages() const { return m_pages; }
 
+    /// Whether a page lists resources that are not its alone, or so many that it hardly uses all of them.
+    bool mayListUnusedResources(std::size_t pageIndex);
+
     /// The first place (from 0) at which the page tree holds this page object.
     std::optional<std::size_t> pageIndexOf(Object page) const;
 
@@ -27,12 +31,19 @@ public:
     Object namedDestination(const std::string& name);
 
 private:
+    void open(const std::filesystem::path& file);
+    void openBytes();
+    /// Opens a file that has lost its trailer by the catalogue object that stands in it.
+    void openWithoutTrailer();
     void readNamedDestinations();
 
     std::filesystem::path m_file;
+    Bytes m_bytes; ///< what the document reads from, if it was read into memory
     std::unique_ptr<QPDF> m_document;
     std::vector<SourcePage> m_pages;
     std::map<QPDFObjGen, std::size_t> m_pageIndexes;
+    /// How many pages list an object as resources; counted when first needed.
+    std::optional<std::map<QPDFObjGen, int>> m_resourceUsers;
     std::optional<std::map<std::string, Object>> m_namedDestinations; ///< read when first asked for
 };
 
