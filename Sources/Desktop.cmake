@@ -42,7 +42,10 @@ if(application)
     add_dependencies(PelgraApp PelgraCoreModules)
 endif()
 
-if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/App/main.cpp)
+# The program calls every part of the core; it can be linked once all of them are in the tree.
+set(core_sources ${CMAKE_SOURCE_DIR}/Packages/PelgraCore/src)
+if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/App/main.cpp AND EXISTS ${core_sources}/EngineBatch.cpp
+        AND EXISTS ${core_sources}/EngineDocuments.cpp AND EXISTS ${core_sources}/Thumbnails.cpp)
     add_executable(pelgra-desktop App/main.cpp)
     target_link_libraries(pelgra-desktop PRIVATE PelgraApp PelgraCompilerSettings PelgraQtSettings)
     install(TARGETS pelgra-desktop RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

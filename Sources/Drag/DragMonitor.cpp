@@ -34,6 +34,7 @@ void DragMonitor::start()
         tick();
     };
     m_timer.start();
+    tick(); // the baseline is now, however late the first timeout comes
     qCInfo(dragLog, "Drag monitor started");
 }
 

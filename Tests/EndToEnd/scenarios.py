@@ -19,6 +19,7 @@ from desktop import GTK_PYTHON, Desktop, Failure, wait_for
 
 GROUND = (760, 430)  # nothing but the root window
 RADIUS = 94  # the middle of the ring
+MAGIC = {b".png": b"\x89PNG", b".jpg": b"\xff\xd8\xff"}
 SCENARIOS = []
 
 
@@ -65,6 +66,10 @@ class Scene:
             wait_for(lambda: self.names() == wanted, "the files", timeout)
         except Failure:
             raise Failure(f"{self.names()} where {wanted} should be") from None
+        for name in wanted:
+            with open(os.path.join(os.fsencode(self.folder), name), "rb") as file:
+                if not file.read(8).startswith(MAGIC[name[-4:]]):
+                    raise Failure(f"{name} holds something else")
 
     def begin_drag(self, kind, content, point=GROUND, expect_session=True, **options):
         """Drags out of a new source to a point, with the button left down."""
@@ -73,13 +78,14 @@ class Scene:
         if expect_session:
             self.app.wait_for("Drag session started", self.since)
 
-    def pick_up(self, point=GROUND):
+    def pick_up(self, point=GROUND, begun=None, timeout=5):
         # A source acts on the press only once the pointer's entry has reached it; asking again until it drags waits for
         # just that.
         mark = self.source.mark()
+        begun = begun or (lambda: self.source.says("begin", mark))
         x, y = self.source.point
 
-        def begun():
+        def drags():
             self.display.button(False)
             self.display.move(x, y)
             self.display.button(True)
@@ -87,10 +93,10 @@ class Scene:
                 self.display.move(x + 4 * step, y + 2 * step)
                 time.sleep(0.01)
             try:
-                return wait_for(lambda: self.source.says("begin", mark), "the drag", 0.5)
+                return wait_for(begun, "the drag", 0.5)
             except Failure:
                 return False
-        wait_for(begun, "the source to drag", 5)
+        wait_for(drags, "the source to drag", timeout)
         self.glide(point)
 
     def glide(self, point, steps=6):
@@ -116,6 +122,20 @@ class Scene:
         angle = 2 * math.pi * index / count
         return x + 150 + RADIUS * math.sin(angle), y + 150 - RADIUS * math.cos(angle)
 
+    def point_at(self, index, count):
+        """Moves onto a petal and stays until it is highlighted."""
+        point = self.petal(index, count)
+        x, y = self.display.position(self.window)
+        inside = [(int(point[0] - x), int(point[1] - y) + 26)]  # clear of the label
+        before = wait_for(lambda: self.brightness(inside), "the wheel's painting")
+        self.glide(point)
+        wait_for(lambda: abs(self.brightness(inside) - before) > 10, "the highlight")
+        # The source learns a moment later that its drop would be welcome.
+        self.glide(point, 4)
+
+    def brightness(self, points):
+        return sum(colour >> shift & 0xFF for colour in self.display.pixels(self.window, points) for shift in (0, 8, 16))
+
     def release(self):
         self.display.button(False)
 
@@ -133,7 +153,7 @@ class Scene:
 def drop_on_first_petal(scene, kind, files, key_held=False, **options):
     scene.begin_drag(kind, b"".join(address(file) for file in files), **options)
     scene.open_wheel(hold=key_held)
-    scene.glide(scene.petal(0, 5))
+    scene.point_at(0, 5)
     scene.release()
     scene.app.wait_for(f"Dropped {len(files)} file(s) on JPG", scene.since)
 
@@ -220,7 +240,7 @@ def odd_lists_keep_the_files_alone(scene):
     if not scene.app.says("started with 3 file(s)", scene.since):
         raise Failure("other than three files were found")
     scene.open_wheel()
-    scene.glide(scene.petal(0, 5))
+    scene.point_at(0, 5)
     scene.release()
     scene.app.wait_for("Dropped 3 file(s) on JPG", scene.since)
     scene.expect_files("b c%41#.png", "b c%41#.jpg", b"odd \xff\xfe.png", b"odd \xff\xfe.jpg", "link.png", "link.jpg")
@@ -266,7 +286,7 @@ for source_kind in ("qt6", "gtk3", "gtk4"):
         scene.begin_drag(kind, address(scene.picture()))
         scene.open_wheel()
         point = scene.petal(0, 5)
-        scene.glide(point)
+        scene.point_at(0, 5)
         scene.tap("Escape")
         scene.app.wait_for("Drag cancelled with the button still down", scene.since)
         wait_for(lambda: not scene.desktop.wheel(), "the wheel to vanish")
@@ -306,7 +326,7 @@ def hung_source_costs_its_own_session_only(scene):
 def slow_source_is_waited_for(scene):
     scene.begin_drag("gtk3", address(scene.picture()), delay=0.7)
     scene.open_wheel()
-    scene.glide(scene.petal(0, 5))
+    scene.point_at(0, 5)
     scene.release()
     scene.expect_end()
     scene.app.wait_for("Dropped 1 file(s) on JPG", scene.since)
@@ -371,6 +391,50 @@ def moved_modifiers_are_found(scene):
     finally:
         subprocess.run(["xmodmap", "-e", "remove mod3 = Super_L", "-e", "add mod4 = Super_L"],
                        env=scene.desktop.environment, check=True)
+
+
+# Where the first file of a folder stands in a window of the file manager: over its picture or its name, with or without
+# the bar that warns the administrator.
+FIRST_FILE = {"thunar": (215, 150), "pcmanfm-qt": (205, 128)}
+
+for manager in FIRST_FILE:
+    def out_of(scene, command=manager):
+        """One file with Shift tapped, then all of them with Shift held, out of a real file manager."""
+        scene.picture("a photo.png")
+        scene.picture(b"b \xc5\xbelu\xc5\xa5.png")
+        scene.source = scene.desktop.run(command, [command, scene.folder])
+        window = wait_for(lambda: scene.display.named(scene.folder.name), f"the window of {command}", 30)
+        x, y = scene.display.position(window)
+        scene.source.point = (x + FIRST_FILE[command][0], y + FIRST_FILE[command][1])
+        outside = (1180, 650)
+        scene.pick_up(outside, begun=lambda: scene.app.says("started with 1 file(s)", scene.since), timeout=20)
+        scene.open_wheel()
+        scene.point_at(0, 5)
+        scene.release()
+        scene.expect_files("a photo.png", "a photo.jpg", b"b \xc5\xbelu\xc5\xa5.png")
+        scene.expect_end()
+
+        os.remove(scene.folder / "a photo.jpg")
+        scene.since = scene.app.mark()
+        wait_for(lambda: scene.display.focus() != scene.display.root, "a focused window")
+
+        def both_dragged():
+            scene.release()
+            for key, down in (("Control_L", True), ("a", True), ("a", False), ("Control_L", False)):
+                scene.display.key(key, down)
+            scene.pick_up(outside, begun=lambda: scene.app.says("Drag session started", scene.since), timeout=20)
+            if scene.app.says("started with 2 file(s)", scene.since):
+                return True
+            scene.release()
+            scene.since = scene.app.mark()
+            return False
+        wait_for(both_dragged, "a drag of both files", 30)
+        scene.open_wheel(hold=True)
+        scene.point_at(0, 5)
+        scene.release()
+        scene.expect_files("a photo.png", "a photo.jpg", b"b \xc5\xbelu\xc5\xa5.png", b"b \xc5\xbelu\xc5\xa5.jpg")
+    out_of.__name__ = f"out_of_{manager}"
+    slow(out_of)
 
 
 def missing_tools():

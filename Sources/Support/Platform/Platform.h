@@ -3,6 +3,7 @@
 #include "Support/Platform/DragSource.h"
 #include "Support/Platform/WheelSurface.h"
 
+#include <functional>
 #include <memory>
 
 namespace Pelgra {
@@ -21,6 +22,12 @@ public:
 
     virtual DragSource& dragSource() = 0;
     virtual WheelSurface& wheelSurface() = 0;
+
+    /// Whether the window system itself offers a tray for icons (trays on the session bus are found there).
+    virtual bool hasTray() const = 0;
+
+    /// hasTray() may have changed.
+    std::function<void()> onTrayChanged;
 };
 
 } // namespace Pelgra

@@ -32,6 +32,7 @@ class NullPlatform final : public Platform {
 public:
     DragSource& dragSource() override { return m_dragSource; }
     WheelSurface& wheelSurface() override { return m_wheelSurface; }
+    bool hasTray() const override { return false; }
 
 private:
     NullDragSource m_dragSource;

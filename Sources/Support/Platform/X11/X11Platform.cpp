@@ -1,8 +1,16 @@
 #include "Support/Platform/X11/X11Platform.h"
 
+#include <xcb/xfixes.h>
+
 #include <QGuiApplication>
 
 namespace Pelgra {
+
+namespace {
+
+constexpr std::uint8_t eventTypeMask = 0x7f;
+
+} // namespace
 
 std::unique_ptr<X11Platform> X11Platform::create()
 {
@@ -30,7 +38,31 @@ X11Platform::X11Platform(std::unique_ptr<XcbConnection> connection, xcb_connecti
     m_wheelSurface.drain = [this] {
         drainAndTell();
     };
+    watchTray();
     connect(&m_notifier, &QSocketNotifier::activated, this, &X11Platform::drainAndTell);
+}
+
+bool X11Platform::hasTray() const
+{
+    return m_connection->selectionOwner(m_connection->atoms().trayManager) != XCB_WINDOW_NONE;
+}
+
+void X11Platform::watchTray()
+{
+    if (!m_connection->extensions().hasFixes)
+        return;
+    xcb_xfixes_select_selection_input(m_connection->get(), m_connection->root(), m_connection->atoms().trayManager,
+                                      XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER);
+    m_connection->flush();
+}
+
+bool X11Platform::isTrayChange(const xcb_generic_event_t& event) const
+{
+    const XcbExtensions& extensions = m_connection->extensions();
+    return extensions.hasFixes
+        && (event.response_type & eventTypeMask) == extensions.fixesFirstEvent + unsigned{XCB_XFIXES_SELECTION_NOTIFY}
+    && reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event).selection
+        == m_connection->atoms().trayManager;
 }
 
 void X11Platform::drain()
@@ -41,6 +73,8 @@ void X11Platform::drain()
     while (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(m_connection->get())}) {
         m_dragSource.handle(*event);
         m_wheelSurface.handle(*event);
+        if (isTrayChange(*event) && onTrayChanged)
+            onTrayChanged();
     }
     m_isDraining = false;
     if (xcb_connection_has_error(m_connection->get()) != 0)

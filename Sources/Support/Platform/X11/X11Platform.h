@@ -22,11 +22,14 @@ public:
 
     DragSource& dragSource() override { return m_dragSource; }
     WheelSurface& wheelSurface() override { return m_wheelSurface; }
+    bool hasTray() const override;
 
 private:
     X11Platform(std::unique_ptr<XcbConnection> connection, xcb_connection_t* toolkitConnection);
     void drain();
     void drainAndTell();
+    void watchTray();
+    bool isTrayChange(const xcb_generic_event_t& event) const;
 
     std::unique_ptr<XcbConnection> m_connection;
     X11DragSource m_dragSource;

@@ -1,0 +1,48 @@
+#include "App/LaunchArguments.h"
+
+#include <stdexcept>
+#include <string_view>
+
+namespace Pelgra {
+
+namespace {
+
+WheelKind kindNamed(std::string_view name)
+{
+    if (name == "convert")
+        return WheelKind::convert;
+    if (name == "tools")
+        return WheelKind::tools;
+    throw std::invalid_argument("The kind of a wheel is convert or tools.");
+}
+
+} // namespace
+
+LaunchArguments LaunchArguments::parse(std::span<const std::string> words)
+{
+    constexpr std::string_view kindOption = "--kind";
+    constexpr std::string_view kindAssignment = "--kind=";
+    LaunchArguments result;
+    if (!words.empty() && words.front() == "wheel")
+        words = words.subspan(1);
+    bool onlyFiles = false;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const std::string_view word = words[i];
+        if (onlyFiles || !word.starts_with('-') || word == "-") {
+            result.files.push_back(std::filesystem::absolute(word));
+        } else if (word == "--") {
+            onlyFiles = true;
+        } else if (word.starts_with(kindAssignment)) {
+            result.kind = kindNamed(word.substr(kindAssignment.size()));
+        } else if (word == kindOption) {
+            result.kind = kindNamed(i + 1 < words.size() ? std::string_view(words[++i]) : std::string_view());
+        } else if (word.starts_with("--")) {
+            throw std::invalid_argument("There is no option " + words[i] + ".");
+        } else {
+            ++i; // a pair of a setting and its value
+        }
+    }
+    return result;
+}
+
+} // namespace Pelgra

@@ -1,0 +1,47 @@
+#include "App/LaunchArguments.h"
+
+#include <QTest>
+
+#include <stdexcept>
+
+using namespace Pelgra;
+
+class LaunchArgumentsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void tellsFilesFromKindAndSettings_data()
+    {
+        QTest::addColumn<std::vector<std::string>>("words");
+        QTest::addColumn<WheelKind>("kind");
+        QTest::addColumn<std::vector<std::string>>("files");
+        using Words = std::vector<std::string>;
+        QTest::newRow("nothing") << Words{} << WheelKind::convert << Words{};
+        QTest::newRow("settings only") << Words{"-convertKey", "control"} << WheelKind::convert << Words{};
+        QTest::newRow("wheel") << Words{"wheel", "--kind", "tools", "/a.pdf", "/b"} << WheelKind::tools
+                               << Words{"/a.pdf", "/b"};
+        QTest::newRow("without the word") << Words{"--kind=tools", "/a"} << WheelKind::tools << Words{"/a"};
+        QTest::newRow("a file of that name") << Words{"wheel", "/wheel"} << WheelKind::convert << Words{"/wheel"};
+        QTest::newRow("dashes after two dashes") << Words{"--", "/-a", "--kind"} << WheelKind::convert
+                                                 << Words{"/-a", (std::filesystem::current_path() / "--kind").string()};
+        QTest::newRow("bytes") << Words{"/odd\xFF"} << WheelKind::convert << Words{"/odd\xFF"};
+    }
+
+    void tellsFilesFromKindAndSettings()
+    {
+        QFETCH(std::vector<std::string>, words);
+        const LaunchArguments arguments = LaunchArguments::parse(words);
+        QTEST(arguments.kind, "kind");
+        QTEST(std::vector<std::string>(arguments.files.begin(), arguments.files.end()), "files");
+    }
+
+    void refusesWhatMakesNoSense()
+    {
+        using Words = std::vector<std::string>;
+        for (const Words& words : {Words{"--kind", "other", "/a"}, Words{"--kind"}, Words{"--unknown", "/a"}})
+            QVERIFY_EXCEPTION_THROWN(LaunchArguments::parse(words), std::invalid_argument);
+    }
+};
+
+QTEST_GUILESS_MAIN(LaunchArgumentsTest)
+#include "LaunchArgumentsTest.moc"
