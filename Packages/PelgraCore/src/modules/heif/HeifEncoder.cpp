@@ -2,6 +2,7 @@
 
 #include "ExifStructure.h"
 #include "HeifHandles.h"
+#include "IptcAsXmp.h"
 #include "MetadataBlocks.h"
 #include "SampleDepth.h"
 
@@ -226,9 +227,10 @@ void addMetadata(heif_context& context, const heif_image_handle& handle, const E
         const Bytes exif = ExifStructure::withResolution(metadata.exif, properties.dpiWidth, properties.dpiHeight);
         check(heif_context_add_exif_metadata(&context, &handle, exif.data(), sizeOf(exif)));
     }
-    if (!metadata.auxiliaryXmp.empty())
-        check(heif_context_add_XMP_metadata(&context, &handle, metadata.auxiliaryXmp.data(),
-                                            sizeOf(metadata.auxiliaryXmp)));
+    // Other programs look for the texts of IPTC in XMP; the records themselves follow for those who know their item.
+    const Bytes xmp = xmpWithIptc(metadata.auxiliaryXmp, metadata.iptc);
+    if (!xmp.empty())
+        check(heif_context_add_XMP_metadata(&context, &handle, xmp.data(), sizeOf(xmp)));
     if (!metadata.iptc.empty())
         check(heif_context_add_generic_metadata(&context, &handle, metadata.iptc.data(), sizeOf(metadata.iptc), "iptc",
                                                 nullptr));
