@@ -1,9 +1,9 @@
-#include "ExifFields.h"
 #include "MetadataModule.h"
 #include "ModuleLoader.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/ImageLoading.h"
 #include "PictureDecoding.h"
+#include "PicturePlacement.h"
 
 #include <exception>
 #include <utility>
@@ -11,23 +11,6 @@
 namespace Pelgra {
 
 namespace {
-
-constexpr double defaultResolution = 72;
-
-bool isTransposed(unsigned orientation)
-{
-    return orientation >= 5 && orientation <= 8;
-}
-
-void setResolution(const DecodedImage& decoded, LoadedImage& loaded)
-{
-    const double dpiX = decoded.dpiX && isUsableResolution(*decoded.dpiX) ? *decoded.dpiX : defaultResolution;
-    const double dpiY = decoded.dpiY && isUsableResolution(*decoded.dpiY) ? *decoded.dpiY : dpiX;
-    loaded.dpiWidth = dpiX;
-    loaded.dpiHeight = dpiY;
-    if (isTransposed(loaded.orientation))
-        std::swap(loaded.dpiWidth, loaded.dpiHeight);
-}
 
 /// A picture whose metadata cannot be carried is still a picture.
 ImageMetadata filteredMetadata(const DecodedImage& decoded, const LoadedImage& loaded)
@@ -56,8 +39,10 @@ LoadedImage ImageLoader::load(const std::filesystem::path& file)
     try {
         LoadedImage loaded;
         loaded.image = std::make_shared<const RasterImage>(std::move(decoded.image));
-        loaded.orientation = decoded.orientation >= 1 && decoded.orientation <= 8 ? decoded.orientation : 1;
-        setResolution(decoded, loaded);
+        const PicturePlacement placement = placementOf(decoded);
+        loaded.orientation = placement.orientation;
+        loaded.dpiWidth = placement.dpiWidth;
+        loaded.dpiHeight = placement.dpiHeight;
         loaded.metadata = filteredMetadata(decoded, loaded);
         return loaded;
     } catch (const std::exception&) {

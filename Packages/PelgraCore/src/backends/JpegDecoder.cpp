@@ -181,9 +181,7 @@ RasterImage decodePixels(Decompression& decompression)
     return std::move(*image);
 }
 
-} // namespace
-
-DecodedImage decodeJpeg(std::span<const std::byte> file)
+DecodedImage read(std::span<const std::byte> file, bool withPixels)
 {
     Decompression decompression;
     prepare(decompression);
@@ -191,7 +189,8 @@ DecodedImage decodeJpeg(std::span<const std::byte> file)
         throw DecodeError("JPEG: no header");
 
     DecodedImage decoded;
-    decoded.image = decodePixels(decompression);
+    if (withPixels)
+        decoded.image = decodePixels(decompression);
     JpegMarkers markers = readJpegMarkers(file);
     const ExifFields exif = readExifFields(markers.exif);
     decoded.orientation = exif.orientation;
@@ -201,6 +200,18 @@ DecodedImage decodeJpeg(std::span<const std::byte> file)
     decoded.iptc = std::move(markers.iptc);
     decoded.xmp.assign(markers.xmp.begin(), markers.xmp.end());
     return decoded;
+}
+
+} // namespace
+
+DecodedImage decodeJpeg(std::span<const std::byte> file)
+{
+    return read(file, true);
+}
+
+DecodedImage describeJpeg(std::span<const std::byte> file)
+{
+    return read(file, false);
 }
 
 } // namespace Pelgra

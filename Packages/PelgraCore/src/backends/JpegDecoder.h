@@ -11,4 +11,7 @@ namespace Pelgra {
 /// one without any row throws DecodeError, as does everything else that cannot be read.
 DecodedImage decodeJpeg(std::span<const std::byte> file);
 
+/// Everything decodeJpeg() gives but the pixels: the picture has a profile only. Throws DecodeError.
+DecodedImage describeJpeg(std::span<const std::byte> file);
+
 } // namespace Pelgra

@@ -144,10 +144,9 @@ RasterImage decodeWithLibrary(std::span<const std::byte> file)
 
 } // namespace
 
-DecodedImage decodePng(std::span<const std::byte> file)
+DecodedImage describePng(std::span<const std::byte> file)
 {
     DecodedImage decoded;
-    decoded.image = decodeWithLibrary(file);
     PngProperties properties = readPngProperties(file);
     const ExifFields exif = readExifFields(properties.exif);
     decoded.orientation = exif.orientation;
@@ -158,6 +157,15 @@ DecodedImage decodePng(std::span<const std::byte> file)
     decoded.exif = std::move(properties.exif);
     decoded.iptc = std::move(properties.iptc);
     decoded.xmp = std::move(properties.xmp);
+    return decoded;
+}
+
+DecodedImage decodePng(std::span<const std::byte> file)
+{
+    RasterImage pixels = decodeWithLibrary(file);
+    DecodedImage decoded = describePng(file);
+    pixels.iccProfile = std::move(decoded.image.iccProfile);
+    decoded.image = std::move(pixels);
     return decoded;
 }
 

@@ -12,4 +12,7 @@ namespace Pelgra {
 /// alpha by nothing; one without any row throws DecodeError, as does everything else that cannot be read.
 DecodedImage decodePng(std::span<const std::byte> file);
 
+/// Everything decodePng() gives but the pixels: the picture has a profile only.
+DecodedImage describePng(std::span<const std::byte> file);
+
 } // namespace Pelgra
