@@ -64,6 +64,45 @@ bool isUnknownCall(int error)
     return error == EINVAL || error == ENOSYS || error == ENOTSUP;
 }
 
+/// Where neither renaming nor linking can refuse to replace (exFAT): an empty file made under the name reserves it, and
+/// is replaced by the finished one.
+int renameOntoReservedName(const std::filesystem::path& from, const std::filesystem::path& to)
+{
+    const UniqueDescriptor reserved(open(to.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, fileMode));
+    if (!reserved)
+        return errno;
+    if (rename(from.c_str(), to.c_str()) == 0)
+        return 0;
+    const int error = errno;
+    unlink(to.c_str());
+    return error;
+}
+
+/// Gives a file that has a temporary name its final one, with whatever the file system offers; 0 or an error number.
+int renameFile(const std::filesystem::path& from, const std::filesystem::path& to)
+{
+    const int error = renameWithoutReplacing(from, to);
+    if (!isUnknownCall(error))
+        return error;
+    if (link(from.c_str(), to.c_str()) == 0) {
+        unlink(from.c_str());
+        return 0;
+    }
+    return errno == EEXIST ? EEXIST : renameOntoReservedName(from, to);
+}
+
+/// Gives a file without any name its final one; 0 or an error number.
+int linkUnnamedFile(int descriptor, const std::filesystem::path& to)
+{
+    const std::string self = "/proc/self/fd/" + std::to_string(descriptor);
+    if (linkat(AT_FDCWD, self.c_str(), AT_FDCWD, to.c_str(), AT_SYMLINK_FOLLOW) == 0)
+        return 0;
+    // Without /proc there is this call, which not everyone may use.
+    if (errno == ENOENT && linkat(descriptor, "", AT_FDCWD, to.c_str(), AT_EMPTY_PATH) == 0)
+        return 0;
+    return errno;
+}
+
 bool flushToDevice(int descriptor)
 {
     while (fsync(descriptor) != 0) {
@@ -164,22 +203,11 @@ std::filesystem::path OutputFile::publish(std::string_view baseName, std::string
 
 int OutputFile::tryPublish(const std::filesystem::path& target)
 {
-    if (m_temporaryName.empty()) {
-        const std::string self = "/proc/self/fd/" + std::to_string(m_descriptor.get());
-        if (linkat(AT_FDCWD, self.c_str(), AT_FDCWD, target.c_str(), AT_SYMLINK_FOLLOW) != 0)
-            return errno;
-    } else {
-        int error = renameWithoutReplacing(m_temporaryName, target);
-        if (isUnknownCall(error)) {
-            // A link refuses to replace as well; the temporary name then goes.
-            error = link(m_temporaryName.c_str(), target.c_str()) == 0 ? 0 : errno;
-            if (error == 0)
-                unlink(m_temporaryName.c_str());
-        }
-        if (error != 0)
-            return error;
-        m_temporaryName.clear();
-    }
+    const int error =
+        m_temporaryName.empty() ? linkUnnamedFile(m_descriptor.get(), target) : renameFile(m_temporaryName, target);
+    if (error != 0)
+        return error;
+    m_temporaryName.clear();
     // The content is safe on the device, yet a file system may still report a late failure here.
     if (close(m_descriptor.release()) != 0 && errno != EINTR) {
         unlink(target.c_str());
@@ -218,7 +246,11 @@ std::filesystem::path OutputFolder::publish(std::string_view baseName)
             // An empty folder made under the name reserves it, and a folder may be renamed onto an empty one.
             if (mkdir(candidate.c_str(), folderMode) != 0)
                 return errno;
-            return rename(m_hidden.c_str(), candidate.c_str()) == 0 ? 0 : errno;
+            if (rename(m_hidden.c_str(), candidate.c_str()) == 0)
+                return 0;
+            const int failure = errno;
+            rmdir(candidate.c_str());
+            return failure;
         });
     m_hidden.clear();
     syncFolder(m_parent);

@@ -1,0 +1,50 @@
+#include "EngineImages.h"
+
+#include "Encoders.h"
+#include "OrderedPipeline.h"
+#include "PelgraCore/Engine.h"
+#include "PelgraCore/EngineError.h"
+#include "RowSource.h"
+
+#include <utility>
+
+namespace Pelgra {
+
+LoadedImage loadImage(const std::filesystem::path& file)
+{
+    try {
+        return ImageLoader::load(file);
+    } catch (const EngineError&) {
+        throw;
+    } catch (const std::exception&) {
+        throw EngineError::unreadable(file);
+    }
+}
+
+PreparedOutput prepareImage(const std::filesystem::path& file, FileFormat format, const ConversionOptions& options,
+                            int threads, const std::stop_token& stop)
+{
+    LoadedImage loaded = loadImage(file);
+    const SharedImage upright = loaded.upright(format == FileFormat::jpg);
+    loaded.image.reset(); // the stored pixels are needed no more
+    if (!format.imageIOType())
+        throw EngineError::unsupported(format);
+
+    EncodeProperties properties;
+    properties.dpiWidth = loaded.dpiWidth;
+    properties.dpiHeight = loaded.dpiHeight;
+    properties.quality = format == FileFormat::heic ? options.heicQuality : options.jpegQuality;
+    properties.metadata = std::move(loaded.metadata);
+    properties.threads = threads;
+    return PreparedOutput(file, {}, format.pathExtension(), stop, [&](ByteSink& sink) {
+        ImageRows rows(*upright);
+        encodeImage(format, rows, properties, sink);
+    });
+}
+
+JobResult Engine::imageToImage(const std::filesystem::path& file, FileFormat format, const ConversionOptions& options)
+{
+    return publishAlone(prepareImage(file, format, options, workerCount(), {}));
+}
+
+} // namespace Pelgra

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "OutputJob.h"
+#include "PelgraCore/FileFormat.h"
+#include "PelgraCore/ImageLoading.h"
+#include "PelgraCore/Models.h"
+
+#include <filesystem>
+#include <span>
+#include <stop_token>
+
+/// The parts of image conversions that come before an output has a name, so that a batch can do them ahead of their
+/// turn. All safe to call from several threads, each keeping the given number of threads busy at most.
+namespace Pelgra {
+
+/// ImageLoader::load(), with everything it may throw turned into EngineError::unreadable.
+LoadedImage loadImage(const std::filesystem::path& file);
+
+/// The file encoded in another raster format. Throws EngineError and JobCancelled.
+PreparedOutput prepareImage(const std::filesystem::path& file, FileFormat format, const ConversionOptions& options,
+                            int threads, const std::stop_token& stop);
+
+/// A PDF with a page for each image, named after the first. Throws EngineError and JobCancelled.
+PreparedOutput prepareImagePDF(std::span<const std::filesystem::path> images, int threads, const JobControl& control);
+
+} // namespace Pelgra
