@@ -2,10 +2,15 @@
 
 #include "CommandLine/DesktopProgram.h"
 #include "CommandLine/HelpText.h"
+#include "CommandLine/Interruption.h"
 #include "CommandLine/Json.h"
 #include "PelgraCore/Catalog.h"
+#include "PelgraCore/Engine.h"
+#include "PelgraCore/EngineError.h"
 #include "PelgraCore/Version.h"
 
+#include <filesystem>
+#include <optional>
 #include <string>
 
 namespace Pelgra {
@@ -61,6 +66,95 @@ void printTargets(const Invocation& invocation, Console& console)
         console.print(offerLine("convert", formats, true) + offerLine("tools", tools, false));
 }
 
+/// The file an error is about: the one it names, else the input whose turn it was.
+std::optional<std::filesystem::path> fileOf(const EngineError& error, const std::filesystem::path* input)
+{
+    if (const auto file = error.file())
+        return file;
+    return input ? std::optional(*input) : std::nullopt;
+}
+
+/// The file a command was at after so many results; null where all files were taken together.
+const std::filesystem::path* inputInTurn(const Invocation& invocation, std::size_t done)
+{
+    switch (invocation.command) {
+    case Command::create:
+        for (const auto& file : invocation.files) {
+            const auto format = FileFormat::detect(file);
+            if (!format || !format->isImage())
+                return &file;
+        }
+        return nullptr;
+    case Command::convert:
+    case Command::split:
+    case Command::organize:
+        return done < invocation.files.size() ? &invocation.files[done] : nullptr;
+    case Command::merge:
+    case Command::help:
+    case Command::version:
+    case Command::targets:
+    case Command::wheel:
+        break;
+    }
+    return nullptr;
+}
+
+/// A batch tells of its results by itself, as they come.
+void printed(const JobResult& result, const JobControl& control)
+{
+    control.published(result);
+}
+
+/// Runs the engine's part of a command.
+void runEngine(const Invocation& invocation, const JobControl& control)
+{
+    const std::vector<std::filesystem::path>& files = invocation.files;
+    switch (invocation.command) {
+    case Command::convert:
+        Engine::convertAll(files, *invocation.target, invocation.options, control);
+        break;
+    case Command::create:
+        return printed(Engine::createPDF(files, control), control);
+    case Command::merge:
+        return printed(Engine::mergePDFs(files, control), control);
+    case Command::split:
+        return printed(Engine::splitPDF(files.front(), control), control);
+    case Command::organize:
+        return printed(Engine::organizePDF(files.front(), invocation.pages, invocation.uniformWidth, control), control);
+    case Command::help:
+    case Command::version:
+    case Command::targets:
+    case Command::wheel:
+        break;
+    }
+}
+
+int runJob(const Invocation& invocation, Console& console)
+{
+    const Interruption interruption;
+    std::size_t done = 0;
+    JobControl control;
+    control.stop = interruption.token();
+    control.progress = [&](int units, int total) {
+        console.showProgress(units, total);
+    };
+    control.published = [&](const JobResult& result) {
+        console.printResult(result);
+        ++done;
+    };
+    try {
+        runEngine(invocation, control);
+    } catch (const JobCancelled&) {
+        console.clearProgress();
+        return interruption.exitStatus();
+    } catch (const EngineError& error) {
+        console.printError(error, fileOf(error, inputInTurn(invocation, done)));
+        return exitFailed;
+    }
+    console.clearProgress();
+    return console.succeeded() ? exitDone : exitFailed;
+}
+
 } // namespace
 
 int runCommand(const Invocation& invocation, Console& console)
@@ -84,8 +178,7 @@ int runCommand(const Invocation& invocation, Console& console)
     case Command::merge:
     case Command::split:
     case Command::organize:
-        console.printMessage("This command is not available yet.");
-        return exitFailed;
+        return runJob(invocation, console);
     }
     return console.succeeded() ? exitDone : exitFailed;
 }

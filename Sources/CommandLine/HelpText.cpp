@@ -9,6 +9,9 @@ std::string_view helpText()
 Usage:
   pelgra convert --to FORMAT [OPTION]... FILE...   convert each file
   pelgra create FILE...                            one PDF with a page for each image
+  pelgra merge FILE...                             one PDF of all PDFs
+  pelgra split FILE                                a folder with a PDF for each page
+  pelgra organize --pages LIST [OPTION]... FILE    a PDF of the listed pages
   pelgra targets FILE...                           the conversions and tools the files allow
   pelgra wheel                                     start the desktop program
 
@@ -18,6 +21,10 @@ Options of convert:
   --jpeg-quality NUMBER   0 to 1, as it is 0.9
   --heic-quality NUMBER   0 to 1, as it is 0.9
   --dpi NUMBER            dots per inch at which pages become images, as it is 300
+
+Options of organize:
+  --pages LIST            pages and ranges, such as 3,1-2,5-4,1:90 (page 1 turned clockwise)
+  --uniform-width         scale wider pages down to the narrowest
 
 Options of every command:
   --json                  print one JSON object for each result

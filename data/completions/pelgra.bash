@@ -4,21 +4,22 @@ _pelgra()
     local cur=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command= word
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         case $word in
-            convert | create | targets | wheel) command=$word; break ;;
+            convert | create | merge | split | organize | targets | wheel) command=$word; break ;;
             --) break ;;
         esac
     done
     COMPREPLY=()
     case $previous in
         --to) COMPREPLY=($(compgen -W "jpg png heic tiff bmp pdf txt md" -- "$cur")); return ;;
-        --jpeg-quality | --heic-quality | --dpi) return ;;
+        --jpeg-quality | --heic-quality | --dpi | --pages) return ;;
     esac
     if [[ $cur == -* ]]; then
         local options="--json --help --version"
         [[ $command == convert ]] && options+=" --to --jpeg-quality --heic-quality --dpi"
+        [[ $command == organize ]] && options+=" --pages --uniform-width"
         COMPREPLY=($(compgen -W "$options" -- "$cur"))
     elif [[ -z $command ]]; then
-        COMPREPLY=($(compgen -W "convert create targets wheel" -- "$cur"))
+        COMPREPLY=($(compgen -W "convert create merge split organize targets wheel" -- "$cur"))
     else
         local IFS=$'\n'
         compopt -o filenames
