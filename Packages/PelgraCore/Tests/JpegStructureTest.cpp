@@ -71,12 +71,12 @@ private Q_SLOTS:
     void endsWithTheFirstPicture()
     {
         Bytes file = fullSample();
-        const auto alone = readJpegStructure(file);
+        const Bytes alone = joined(readJpegStructure(file).value());
         const Bytes second = fullSample();
         file.insert(file.end(), second.begin(), second.end());
         const auto both = readJpegStructure(file);
-        QVERIFY(alone && both);
-        QCOMPARE(joined(*both), joined(*alone));
+        QVERIFY(both);
+        QVERIFY(joined(*both) == alone);
     }
 
     void acceptsEveryOrdinaryCoding_data()
