@@ -26,6 +26,7 @@ struct Decompression {
     jpeg_error_mgr errors{};
     jpeg_progress_mgr progress{};
     std::jmp_buf escape;
+    bool endsBeforeFirstRow = false;
 
     Decompression() = default;
     Decompression(const Decompression&) = delete;
@@ -38,7 +39,7 @@ struct Decompression {
     std::longjmp(static_cast<Decompression*>(info->client_data)->escape, 1);
 }
 
-/// Data that ends before the first row of blocks is complete holds no picture.
+/// Where the data ends before the first row of blocks is complete, nothing is gained by decoding on.
 void takeMessage(j_common_ptr common, int level)
 {
     if (level >= 0)
@@ -46,8 +47,10 @@ void takeMessage(j_common_ptr common, int level)
     ++common->err->num_warnings;
     const auto* const info = reinterpret_cast<j_decompress_ptr>(common);
     const bool dataEnded = common->err->msg_code == JWRN_HIT_MARKER;
-    if (dataEnded && common->is_decompressor && info->input_scan_number <= 1 && info->input_iMCU_row == 0)
+    if (dataEnded && info->input_scan_number <= 1 && info->input_iMCU_row == 0) {
+        static_cast<Decompression*>(common->client_data)->endsBeforeFirstRow = true;
         leave(common);
+    }
 }
 
 /// A few bytes can ask for hundreds of passes over a large picture. Photographs need about ten.
@@ -167,11 +170,10 @@ RasterImage decodePixels(Decompression& decompression)
         RasterImage::make(static_cast<int>(info.image_width), static_cast<int>(info.image_height), model, false, 8);
     if (!image)
         throw DecodeError("JPEG: too large");
-    if (!start(decompression))
-        throw DecodeError("JPEG: no picture data");
     auto* const pixels = reinterpret_cast<unsigned char*>(image->pixels.data());
-    const int rows = readRows(decompression, pixels, image->stride);
-    if (rows == 0)
+    const int rows = start(decompression) ? readRows(decompression, pixels, image->stride) : 0;
+    // A picture whose scan has begun counts as there, as it does for every common reader.
+    if (rows == 0 && !decompression.endsBeforeFirstRow)
         throw DecodeError("JPEG: no rows");
     std::fill(image->pixels.begin() + static_cast<std::ptrdiff_t>(static_cast<std::size_t>(rows) * image->stride),
               image->pixels.end(), std::byte{0x80});

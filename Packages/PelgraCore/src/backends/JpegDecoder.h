@@ -7,8 +7,8 @@
 
 namespace Pelgra {
 
-/// Decodes a JPEG to 8-bit grey, RGB or CMYK. A file cut off after its first rows is completed by the decoder's grey;
-/// one without any row throws DecodeError, as does everything else that cannot be read.
+/// Decodes a JPEG to 8-bit grey, RGB or CMYK. A file cut off anywhere behind the beginning of its first scan is
+/// completed by grey. Throws DecodeError for everything else that cannot be read.
 DecodedImage decodeJpeg(std::span<const std::byte> file);
 
 /// Everything decodeJpeg() gives but the pixels: the picture has a profile only. Throws DecodeError.

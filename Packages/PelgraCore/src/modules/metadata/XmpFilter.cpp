@@ -1,0 +1,69 @@
+#include "XmpFilter.h"
+
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include <exiv2/exiv2.hpp>
+
+namespace Pelgra {
+
+namespace {
+
+constexpr std::string_view auxiliaryNamespace = "http://ns.adobe.com/exif/1.0/aux/";
+
+/// The parser walks the elements recursively, so that their depth must be bounded beforehand. Markup that is no XML is
+/// left to the parser.
+bool isNestedTooDeeply(std::string_view packet)
+{
+    constexpr int depthLimit = 100;
+    int depth = 0;
+    for (std::size_t place = packet.find('<'); place != std::string_view::npos; place = packet.find('<', place + 1)) {
+        const char next = place + 1 < packet.size() ? packet[place + 1] : '\0';
+        if (next == '?' || next == '!')
+            continue;
+        if (next == '/') {
+            --depth;
+            continue;
+        }
+        const std::size_t end = packet.find('>', place);
+        if (end != std::string_view::npos && packet[end - 1] == '/')
+            continue;
+        if (++depth > depthLimit)
+            return true;
+    }
+    return false;
+}
+
+/// The toolkit behind the parser keeps tables that all threads share.
+std::mutex& toolkitMutex()
+{
+    static std::mutex mutex;
+    return mutex;
+}
+
+} // namespace
+
+Bytes auxiliaryXmp(std::span<const std::byte> packet)
+{
+    const std::string text(reinterpret_cast<const char*>(packet.data()), packet.size());
+    if (text.find(auxiliaryNamespace) == std::string::npos || isNestedTooDeeply(text))
+        return {};
+    const std::scoped_lock lock(toolkitMutex());
+    if (!Exiv2::XmpParser::initialize())
+        return {};
+    Exiv2::XmpData data;
+    if (Exiv2::XmpParser::decode(data, text) != 0)
+        return {};
+    for (auto datum = data.begin(); datum != data.end();)
+        datum = datum->groupName() == "aux" ? std::next(datum) : data.erase(datum);
+    if (data.empty())
+        return {};
+    std::string filtered;
+    if (Exiv2::XmpParser::encode(filtered, data, Exiv2::XmpParser::useCompactFormat, 0) != 0)
+        return {};
+    const auto bytes = std::as_bytes(std::span(filtered));
+    return {bytes.begin(), bytes.end()};
+}
+
+} // namespace Pelgra
