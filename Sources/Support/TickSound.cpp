@@ -79,8 +79,10 @@ public:
 
     void play()
     {
+        if (m_context == nullptr || m_failures == mostFailures)
+            return;
         ca_context_cancel(m_context.get(), tickId);
-        while (m_context && m_event < events.size() && !start(events[m_event]))
+        while (m_event < events.size() && !start(events[m_event]))
             ++m_event;
     }
 
@@ -99,10 +101,16 @@ private:
         ca_proplist_sets(created, CA_PROP_CANBERRA_VOLUME, "-10");
         if (!m_settings.theme.isEmpty())
             ca_proplist_sets(created, CA_PROP_CANBERRA_XDG_THEME_NAME, m_settings.theme.constData());
-        return ca_context_play_full(m_context.get(), tickId, created, nullptr, nullptr) != CA_ERROR_NOTFOUND;
+        const int outcome = ca_context_play_full(m_context.get(), tickId, created, nullptr, nullptr);
+        if (outcome == CA_ERROR_NOTFOUND)
+            return false;
+        m_failures = outcome == CA_SUCCESS ? 0 : m_failures + 1;
+        return true;
     }
 
     static constexpr std::uint32_t tickId = 1;
+    /// A machine without sound fails each time, and some sound libraries complain on standard error each time.
+    static constexpr int mostFailures = 3;
     /// Names of the Sound Naming Specification, the most fitting first; the last is a short pluck that nearly every
     /// theme has.
     static constexpr std::array<const char*, 3> events{"button-pressed", "item-selected", "audio-volume-change"};
@@ -110,6 +118,7 @@ private:
     SoundSettings m_settings;
     std::unique_ptr<ca_context, ContextDeleter> m_context;
     std::size_t m_event = 0;
+    int m_failures = 0; ///< in a row
 };
 
 } // namespace

@@ -7,11 +7,15 @@
 #include "Support/Logging.h"
 #include "Support/Paths.h"
 #include "Support/ThumbnailLoader.h"
+#include "Wheel/WheelDrawing.h"
 
 #include <QCursor>
 #include <QGuiApplication>
+#include <QPainter>
 #include <QScreen>
+#include <QTimer>
 
+#include <algorithm>
 #include <utility>
 
 namespace Pelgra {
@@ -66,6 +70,27 @@ WheelController::WheelController(WheelSurface& surface, QObject* parent)
             hide();
     };
     FileIcons::warmUp();
+    QTimer::singleShot(0, this, &WheelController::rehearse);
+}
+
+void WheelController::rehearse()
+{
+    WheelContent content;
+    for (FileTool tool : FileTool::allCases())
+        content.petals.push_back(WheelPetal::tool(tool));
+    content.petals.push_back(WheelPetal::format(FileFormat::pdf));
+    content.layout = WheelLayout::forPetalCount(static_cast<int>(content.petals.size()));
+    content.summary = QStringLiteral("1 byte");
+    content.thumbnails = {FileIcons::iconFor("a.pdf", thumbnailPixels())};
+    const double scale = m_panel->devicePixelRatioF();
+    QImage picture(m_panel->size() * scale, QImage::Format_ARGB32_Premultiplied);
+    picture.setDevicePixelRatio(scale);
+    for (std::optional<int> highlighted : {std::optional<int>(), std::optional<int>(0)}) {
+        content.highlightedIndex = highlighted;
+        QPainter painter(&picture);
+        WheelDrawing::paintBackdrop(painter, content, m_panel->rect());
+        WheelDrawing::paintWheel(painter, content, m_panel->rect(), m_panel->rect());
+    }
 }
 
 void WheelController::show(WheelKind kind, std::vector<std::filesystem::path> urls, QPoint point, bool interactive)

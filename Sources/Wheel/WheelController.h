@@ -54,6 +54,8 @@ public:
     std::function<QPoint()> pointer;
 
 private:
+    /// Paints a wheel that nobody sees: the first one would wait for fonts, symbols and shadows otherwise.
+    void rehearse();
     void configureView();
     void loadCentre();
     void loadThumbnail(std::size_t index);
