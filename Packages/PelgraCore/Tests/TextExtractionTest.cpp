@@ -301,6 +301,32 @@ private Q_SLOTS:
         QCOMPARE(QByteArray::fromStdString(pageTextFrom(paragraphs)), expected);
     }
 
+    void putsBulletsOfScansBack_data()
+    {
+        QTest::addColumn<Texts>("lines");
+        QTest::addColumn<QByteArray>("expected");
+        QTest::newRow("cent sign") << Texts{"¢ One"} << QByteArray("• One");
+        QTest::newRow("price") << Texts{"¢50 each", "5 ¢ each"} << QByteArray("¢50 each\n5 ¢ each");
+        QTest::newRow("others below it") << Texts{"¢ One", "e Two", "© Three"} << QByteArray("• One\n• Two\n• Three");
+        QTest::newRow("below a true one") << Texts{"• One", "e Two"} << QByteArray("• One\n• Two");
+        QTest::newRow("without it") << Texts{"e un altro", "© 2024 Somebody"}
+                                    << QByteArray("e un altro\n© 2024 Somebody");
+        QTest::newRow("words") << Texts{"¢ One", "each", "on"} << QByteArray("• One\neach\non");
+    }
+    void putsBulletsOfScansBack()
+    {
+        QFETCH(Texts, lines);
+        QFETCH(QByteArray, expected);
+        std::vector<RecognizedLine> recognized;
+        for (const std::string& text : lines)
+            recognized.push_back(scanLine(text.c_str(), 0.9));
+        const std::vector<RecognizedParagraph> paragraphs = paragraphsFrom(withBulletsRestored(recognized));
+        QCOMPARE(QByteArray::fromStdString(pageTextFrom(paragraphs)), expected);
+        RecognizedLine indented = scanLine("e Two", 0.88);
+        indented.minX = 0.2;
+        QCOMPARE(withBulletsRestored({scanLine("¢ One", 0.9), indented}).back().text, std::string("e Two"));
+    }
+
     void makesBlocksOfScans()
     {
         const std::vector<RecognizedParagraph> paragraphs = {

@@ -2,6 +2,7 @@
 #include "Unicode.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace Pelgra::TextExtraction {
 
@@ -18,6 +19,25 @@ double medianHeightOf(std::span<const RecognizedLine> lines)
     const auto middle = heights.begin() + static_cast<std::ptrdiff_t>(heights.size() / 2);
     std::ranges::nth_element(heights, middle);
     return *middle;
+}
+
+/// What stands for a bullet at the start of a line. A cent sign is never followed by a blank there; the others are
+/// words or signs of their own and need a sure bullet above or below, as far from the left.
+constexpr char32_t sureBullet = U'\u00A2';
+constexpr std::u32string_view likelyBullets = U"\u00A9\u00AE\u00AB\u00BBeoO0@";
+constexpr double sameMargin = 0.01;
+
+/// The sign before the first blank, if it is a single one; else 0.
+char32_t loneSignOf(std::string_view text)
+{
+    const char32_t sign = text.empty() ? U'\0' : Unicode::takeFirst(text);
+    return Unicode::isBlank(Unicode::firstOf(text)) ? sign : U'\0';
+}
+
+bool isSureBullet(const RecognizedLine& line)
+{
+    const char32_t sign = loneSignOf(line.text);
+    return sign == sureBullet || (sign != 0 && bulletBody(line.text));
 }
 
 /// Collects the lines of one item or paragraph.
@@ -56,6 +76,26 @@ private:
 };
 
 } // namespace
+
+std::vector<RecognizedLine> withBulletsRestored(std::vector<RecognizedLine> lines)
+{
+    std::vector<double> margins;
+    for (const RecognizedLine& line : lines) {
+        if (isSureBullet(line))
+            margins.push_back(line.minX);
+    }
+    for (RecognizedLine& line : lines) {
+        const char32_t sign = loneSignOf(line.text);
+        const bool standsBelowOne =
+            std::ranges::any_of(margins, [&line](double margin) { return std::abs(margin - line.minX) < sameMargin; });
+        if (sign == sureBullet || (standsBelowOne && likelyBullets.find(sign) != std::u32string_view::npos)) {
+            std::string_view rest = line.text;
+            Unicode::takeFirst(rest);
+            line.text = "\u2022" + std::string(rest);
+        }
+    }
+    return lines;
+}
 
 std::vector<RecognizedParagraph> paragraphsFrom(std::span<const RecognizedLine> lines)
 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "PelgraCore/JobControl.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -8,10 +10,6 @@
 #include <string_view>
 #include <variant>
 #include <vector>
-
-namespace Pelgra {
-struct JobControl;
-}
 
 /// A document's text as plain text or Markdown: from the text layer of a page or, where a page has none, from
 /// recognition of its picture. Apart from the two functions of a whole document everything here is plain text
@@ -80,6 +78,10 @@ std::string render(std::span<const Block> blocks);
 /// Without blanks at the ends of lines and without line breaks at either end of the whole.
 std::string trimTrailingWhitespace(std::string_view text);
 
+/// Recognisers know no bullets and take them for the nearest sign: "¢ First item". Where that is plain, the bullet is
+/// put back.
+std::vector<RecognizedLine> withBulletsRestored(std::vector<RecognizedLine> lines);
+
 /// Puts recognised lines together by their distance; a line above its predecessor begins a new column and paragraph.
 std::vector<RecognizedParagraph> paragraphsFrom(std::span<const RecognizedLine> lines);
 
@@ -93,7 +95,7 @@ std::string pageTextFrom(std::span<const RecognizedParagraph> paragraphs);
 
 /// The text of a whole document. Page breaks are form feeds in plain text and leave no mark in Markdown. Throw
 /// EngineError::unreadable and noPages; a page that cannot be read is empty.
-std::string plainTextOf(const std::filesystem::path& document, const JobControl& control);
-std::string markdownOf(const std::filesystem::path& document, const JobControl& control);
+std::string plainTextOf(const std::filesystem::path& document, const JobControl& control = {});
+std::string markdownOf(const std::filesystem::path& document, const JobControl& control = {});
 
 } // namespace Pelgra::TextExtraction

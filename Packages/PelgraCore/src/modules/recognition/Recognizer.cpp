@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <optional>
 
 #include <tesseract/ocrclass.h>
 #include <tesseract/resultiterator.h>
@@ -45,6 +46,35 @@ std::string withoutLineEnd(std::string text)
     return text;
 }
 
+/// Extent of a line in pixels from the top.
+struct Extent {
+    int left = 0;
+    double top = 0;
+    int right = 0;
+    double bottom = 0;
+};
+
+/// The ink of a line widened to the height of its letters, so that distances between lines do not depend on which
+/// letters happen to stand in them. None past the end of the text.
+std::optional<Extent> extentOf(const tesseract::PageIterator& line)
+{
+    Extent extent;
+    int top = 0, bottom = 0;
+    if (!line.BoundingBox(tesseract::RIL_TEXTLINE, &extent.left, &top, &extent.right, &bottom))
+        return std::nullopt;
+    extent.top = top;
+    extent.bottom = bottom;
+    int startX = 0, startY = 0, endX = 0, endY = 0;
+    float height = 0, descent = 0, ascent = 0;
+    line.RowAttributes(&height, &descent, &ascent); // the descent is negative
+    if (line.Baseline(tesseract::RIL_TEXTLINE, &startX, &startY, &endX, &endY) && height > 0 && descent <= 0) {
+        const double baseline = (startY + endY) / 2.0;
+        extent.top = std::min(extent.top, baseline - static_cast<double>(height + descent));
+        extent.bottom = std::max(extent.bottom, baseline - static_cast<double>(descent));
+    }
+    return extent;
+}
+
 /// The lines of a finished recognition, their boxes as shares of the picture with the origin at the bottom left.
 std::vector<RecognizedLine> linesOf(tesseract::TessBaseAPI& engine, double width, double height)
 {
@@ -53,11 +83,12 @@ std::vector<RecognizedLine> linesOf(tesseract::TessBaseAPI& engine, double width
     if (!results)
         return lines;
     do {
-        int left = 0, top = 0, right = 0, bottom = 0;
-        if (!results->BoundingBox(tesseract::RIL_TEXTLINE, &left, &top, &right, &bottom))
+        const std::optional<Extent> extent = extentOf(*results);
+        if (!extent)
             continue;
         std::string text = withoutLineEnd(takeText(results->GetUTF8Text(tesseract::RIL_TEXTLINE)));
-        lines.push_back({std::move(text), left / width, 1 - bottom / height, right / width, 1 - top / height});
+        lines.push_back({std::move(text), extent->left / width, 1 - extent->bottom / height, extent->right / width,
+                         1 - extent->top / height});
     } while (results->Next(tesseract::RIL_TEXTLINE));
     return lines;
 }

@@ -1,0 +1,164 @@
+#include "DocumentText.h"
+
+#include "OrderedPipeline.h"
+#include "PageReader.h"
+#include "PelgraCore/EngineError.h"
+#include "PelgraCore/TextExtraction.h"
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace Pelgra {
+
+namespace {
+
+using TextExtraction::Block;
+using TextExtraction::Bullet;
+
+/// Pages that may be read ahead of the one that is written next, for each worker.
+constexpr std::size_t pagesAhead = 16;
+
+/// Readers that no worker uses at the moment; each has the document open for itself.
+class ReaderPool {
+public:
+    ReaderPool(const std::filesystem::path& file, DocumentRecognition& recognition)
+        : m_file(file)
+        , m_recognition(recognition)
+    {
+    }
+
+    std::unique_ptr<PageReader> take()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            if (!m_idle.empty()) {
+                std::unique_ptr<PageReader> reader = std::move(m_idle.back());
+                m_idle.pop_back();
+                return reader;
+            }
+        }
+        return std::make_unique<PageReader>(openRenderer(m_file), m_recognition);
+    }
+
+    void giveBack(std::unique_ptr<PageReader> reader)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_idle.push_back(std::move(reader));
+    }
+
+private:
+    const std::filesystem::path m_file;
+    DocumentRecognition& m_recognition;
+    std::mutex m_mutex;
+    std::vector<std::unique_ptr<PageReader>> m_idle;
+};
+
+/// A page in the form it is written in.
+struct PageOutput {
+    std::string text;
+    bool beginsWithBullet = false;
+    bool endsWithBullet = false;
+};
+
+PageOutput plainOutput(const PageContent& content)
+{
+    PageOutput output;
+    output.text = content.lines.empty() ? TextExtraction::pageTextFrom(content.paragraphs)
+                                        : TextExtraction::pageTextFrom(content.lines);
+    return output;
+}
+
+PageOutput markdownOutput(const PageContent& content)
+{
+    const std::vector<Block> blocks = content.lines.empty() ? TextExtraction::blocksFromOCR(content.paragraphs)
+                                                            : TextExtraction::blocksFrom(content.lines);
+    if (blocks.empty())
+        return {};
+    PageOutput output{TextExtraction::render(blocks), std::holds_alternative<Bullet>(blocks.front()),
+                      std::holds_alternative<Bullet>(blocks.back())};
+    output.text.pop_back(); // the line feed at the end belongs to the document
+    return output;
+}
+
+/// Puts the pages together as one text, without keeping them.
+class DocumentWriter {
+public:
+    DocumentWriter(TextForm form, const std::function<void(std::string_view)>& put)
+        : m_form(form)
+        , m_put(put)
+    {
+    }
+
+    void add(const PageOutput& page)
+    {
+        if (m_form == TextForm::plain) {
+            put(m_hasPages ? "\n\f\n" : "");
+            put(page.text);
+            m_hasPages = true;
+        } else if (!page.text.empty()) {
+            const bool isTight = m_endsWithBullet && page.beginsWithBullet;
+            put(!m_hasPages ? "" : isTight ? "\n" : "\n\n");
+            put(page.text);
+            m_hasPages = true;
+            m_endsWithBullet = page.endsWithBullet;
+        }
+    }
+
+    void finish() { put(m_hasPages ? "\n" : ""); }
+
+private:
+    void put(std::string_view text)
+    {
+        if (!text.empty())
+            m_put(text);
+    }
+
+    const TextForm m_form;
+    const std::function<void(std::string_view)>& m_put;
+    bool m_hasPages = false;
+    bool m_endsWithBullet = false;
+};
+
+std::string languageWarning(const std::filesystem::path& document)
+{
+    return "“" + document.filename().string()
+        + "” has pages without text. To have them read, install language data for Tesseract, such as the package "
+          "tesseract-ocr-eng.";
+}
+
+} // namespace
+
+void readDocumentText(const std::filesystem::path& document, TextForm form, const JobControl& control,
+                      const std::function<void(std::string_view)>& put)
+{
+    DocumentRecognition recognition;
+    ReaderPool readers(document, recognition);
+    std::unique_ptr<PageReader> first = readers.take();
+    const int pageCount = first->pageCount();
+    if (pageCount < 1)
+        throw EngineError::noPages();
+    readers.giveBack(std::move(first));
+
+    DocumentWriter writer(form, put);
+    const auto prepare = [&](std::size_t index) {
+        std::unique_ptr<PageReader> reader = readers.take();
+        const PageContent content = reader->read(static_cast<int>(index), control.stop);
+        readers.giveBack(std::move(reader));
+        return form == TextForm::plain ? plainOutput(content) : markdownOutput(content);
+    };
+    const auto take = [&](std::size_t index, const PageOutput& page) {
+        writer.add(page);
+        if (control.progress)
+            control.progress(static_cast<int>(index) + 1, pageCount);
+    };
+    const int workers = workerCount();
+    OrderedPipeline<PageOutput> pipeline(static_cast<std::size_t>(pageCount), workers,
+                                         pagesAhead * static_cast<std::size_t>(workers), control.stop);
+    pipeline.run(prepare, take);
+    writer.finish();
+    if (recognition.lacksLanguages() && control.warning)
+        control.warning(languageWarning(document));
+}
+
+} // namespace Pelgra

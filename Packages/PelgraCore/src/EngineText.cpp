@@ -1,0 +1,41 @@
+#include "PelgraCore/Engine.h"
+
+#include "DocumentText.h"
+#include "OutputJob.h"
+#include "PelgraCore/EngineError.h"
+#include "PelgraCore/TextExtraction.h"
+
+namespace Pelgra {
+
+namespace {
+
+std::string textOf(const std::filesystem::path& document, TextForm form, const JobControl& control)
+{
+    std::string text;
+    readDocumentText(document, form, control, [&text](std::string_view piece) { text += piece; });
+    return text;
+}
+
+} // namespace
+
+std::string TextExtraction::plainTextOf(const std::filesystem::path& document, const JobControl& control)
+{
+    return textOf(document, TextForm::plain, control);
+}
+
+std::string TextExtraction::markdownOf(const std::filesystem::path& document, const JobControl& control)
+{
+    return textOf(document, TextForm::markdown, control);
+}
+
+JobResult Engine::pdfToText(const std::filesystem::path& file, bool markdown, const JobControl& control)
+{
+    const FileFormat target = markdown ? FileFormat::md : FileFormat::txt;
+    const auto write = [&](ByteSink& sink) {
+        readDocumentText(file, markdown ? TextForm::markdown : TextForm::plain, control,
+                         [&sink](std::string_view text) { sink.write(std::as_bytes(std::span(text))); });
+    };
+    return publishAlone(PreparedOutput(file, {}, target.pathExtension(), control.stop, write));
+}
+
+} // namespace Pelgra

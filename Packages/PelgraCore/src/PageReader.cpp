@@ -1,0 +1,157 @@
+#include "PageReader.h"
+
+#include "ModuleLoader.h"
+#include "PageText.h"
+#include "PelgraCore/EngineError.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include <unistd.h>
+
+namespace Pelgra {
+
+namespace {
+
+using TextExtraction::RecognizedLine;
+using TextExtraction::RecognizedParagraph;
+
+/// Scans are drawn at 300 dots per inch, what recognition is made for, but no larger than an A3 page at that; 81
+/// million pixels took the recogniser 900 MB.
+constexpr double pixelsPerInch = 300;
+constexpr double pointsPerInch = 72;
+constexpr double mostPixels = 24e6;
+/// What drawing and recognising a page of that size takes, in bytes.
+constexpr double memoryPerPage = 400e6;
+constexpr std::ptrdiff_t mostPagesAtOnce = 64;
+
+/// Pages whose recognition together leaves three quarters of the machine's memory alone.
+std::ptrdiff_t pagesThatFitMemory()
+{
+    const double memory = static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
+    return std::clamp(static_cast<std::ptrdiff_t>(memory / 4 / memoryPerPage), std::ptrdiff_t{1}, mostPagesAtOnce);
+}
+
+/// Luma of ITU-R BT.601 in 8-bit fractions.
+void toGray(std::span<const std::byte> rgb, std::span<std::byte> gray)
+{
+    const auto* in = reinterpret_cast<const unsigned char*>(rgb.data());
+    for (std::byte& value : gray) {
+        value = static_cast<std::byte>((77U * in[0] + 150U * in[1] + 29U * in[2] + 128U) >> 8);
+        in += 3;
+    }
+}
+
+/// Less difference between the darkest and the lightest pixel shows nothing that could be read.
+constexpr int smallestContrast = 16;
+
+bool isBlank(const GrayPicture& picture)
+{
+    const auto [darkest, lightest] = std::ranges::minmax_element(picture.pixels);
+    return picture.pixels.empty()
+        || std::to_integer<int>(*lightest) - std::to_integer<int>(*darkest) < smallestContrast;
+}
+
+class Permit {
+public:
+    explicit Permit(std::counting_semaphore<>& semaphore)
+        : m_semaphore(semaphore)
+    {
+        m_semaphore.acquire();
+    }
+    Permit(const Permit&) = delete;
+    Permit& operator=(const Permit&) = delete;
+    ~Permit() { m_semaphore.release(); }
+
+private:
+    std::counting_semaphore<>& m_semaphore;
+};
+
+} // namespace
+
+DocumentRecognition::DocumentRecognition()
+    : m_pagesAtOnce(pagesThatFitMemory())
+{
+}
+
+RecognitionSession* DocumentRecognition::session()
+{
+    std::call_once(m_opening, [this] {
+        try {
+            m_session = module<RecognitionModule>("recognition").openSession();
+        } catch (const std::exception&) {
+            // Without the module it is as if no language was installed.
+        }
+    });
+    return m_session.get();
+}
+
+std::vector<RecognizedLine> DocumentRecognition::read(std::unique_ptr<PageRecognizer>& recognizer,
+                                                      const GrayPicture& picture, const std::stop_token& stop)
+{
+    if (!recognizer && session())
+        recognizer = session()->makeRecognizer();
+    if (recognizer)
+        return recognizer->recognize(picture, stop);
+    m_lacksLanguages = true;
+    return {};
+}
+
+PageReader::PageReader(std::unique_ptr<PageRenderer> document, DocumentRecognition& recognition)
+    : m_document(std::move(document))
+    , m_recognition(recognition)
+{
+}
+
+PageContent PageReader::read(int pageIndex, const std::stop_token& stop)
+{
+    PageContent content;
+    try {
+        content.lines = linesFrom(m_document->textPieces(pageIndex, stop));
+        if (!isReadable(content.lines)) {
+            content.paragraphs = recognize(pageIndex, stop);
+            // A text layer of mostly unknown characters is still better than nothing.
+            if (!content.paragraphs.empty())
+                content.lines.clear();
+        }
+    } catch (const JobCancelled&) {
+        throw;
+    } catch (const std::exception&) {
+        content = {};
+    }
+    return content;
+}
+
+std::vector<RecognizedParagraph> PageReader::recognize(int pageIndex, const std::stop_token& stop)
+{
+    const Permit permit(m_recognition.pagesAtOnce());
+    const std::optional<GrayPicture> picture = pictureOf(pageIndex, stop);
+    if (!picture || isBlank(*picture))
+        return {};
+    return TextExtraction::paragraphsFrom(
+        TextExtraction::withBulletsRestored(m_recognition.read(m_recognizer, *picture, stop)));
+}
+
+std::optional<GrayPicture> PageReader::pictureOf(int pageIndex, const std::stop_token& stop)
+{
+    const PageSize page = m_document->displayedSize(pageIndex);
+    double scale = pixelsPerInch / pointsPerInch;
+    const double pixels = page.width * page.height * scale * scale;
+    if (pixels > mostPixels)
+        scale *= std::sqrt(mostPixels / pixels);
+    const std::optional<PixelSize> size = pixelSizeFor(page, scale);
+    if (!size)
+        return std::nullopt;
+    std::vector<std::byte> rgb(size->byteCount());
+    if (!m_document->drawRows(pageIndex, *size, 0, rgb, stop))
+        return std::nullopt;
+    GrayPicture picture;
+    picture.width = size->width;
+    picture.height = size->height;
+    picture.pixelsPerInch = scale * pointsPerInch;
+    picture.pixels.resize(rgb.size() / 3);
+    toGray(rgb, picture.pixels);
+    return picture;
+}
+
+} // namespace Pelgra

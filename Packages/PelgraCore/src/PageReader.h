@@ -1,0 +1,68 @@
+#pragma once
+
+#include "PelgraCore/TextExtraction.h"
+#include "RecognitionModule.h"
+#include "RenderingModule.h"
+
+#include <atomic>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <semaphore>
+#include <stop_token>
+#include <vector>
+
+namespace Pelgra {
+
+/// Character recognition for one document, begun when the first page needs it. Safe from several threads.
+class DocumentRecognition {
+public:
+    DocumentRecognition();
+
+    /// Reads a picture with the recogniser, which is made when it is null. Empty without language data.
+    std::vector<TextExtraction::RecognizedLine> read(std::unique_ptr<PageRecognizer>& recognizer,
+                                                     const GrayPicture& picture, const std::stop_token& stop);
+
+    /// Waits until there is memory for one more page to be drawn and recognised.
+    std::counting_semaphore<>& pagesAtOnce() { return m_pagesAtOnce; }
+
+    /// Whether a page could not be read because no language is installed.
+    bool lacksLanguages() const { return m_lacksLanguages; }
+
+private:
+    RecognitionSession* session();
+
+    std::once_flag m_opening;
+    std::unique_ptr<RecognitionSession> m_session;
+    std::atomic<bool> m_lacksLanguages = false;
+    std::counting_semaphore<> m_pagesAtOnce;
+};
+
+/// What a page says: lines of its text layer or, of a page without one, paragraphs read from its picture.
+struct PageContent {
+    std::vector<TextExtraction::Line> lines;
+    std::vector<TextExtraction::RecognizedParagraph> paragraphs;
+};
+
+/// Reads pages of a document, one at a time.
+class PageReader {
+public:
+    /// The recognition must outlive the reader.
+    PageReader(std::unique_ptr<PageRenderer> document, DocumentRecognition& recognition);
+
+    int pageCount() const { return m_document->pageCount(); }
+
+    /// Empty where the page cannot be read. Throws JobCancelled.
+    PageContent read(int pageIndex, const std::stop_token& stop);
+
+private:
+    std::optional<GrayPicture> pictureOf(int pageIndex, const std::stop_token& stop);
+    std::vector<TextExtraction::RecognizedParagraph> recognize(int pageIndex, const std::stop_token& stop);
+
+    std::unique_ptr<PageRenderer> m_document;
+    DocumentRecognition& m_recognition;
+    std::unique_ptr<PageRecognizer> m_recognizer;
+};
+
+} // namespace Pelgra
