@@ -242,11 +242,15 @@ void PngWriter::writeInParts(std::optional<Strategy> strategy)
         writeChunk("IDAT", part.bytes);
     });
     std::shared_ptr<const RowStripe> before;
-    for (int y = 0; y < m_form.height; y += m_stripeRows) {
+    Strategy way = strategy.value_or(Strategy());
+    for (int y = 0, part = 0; y < m_form.height; y += m_stripeRows, ++part) {
         const std::shared_ptr<const RowStripe> stripe = stripeAt(y, before.get());
         const bool last = y + stripe->count() == m_form.height;
-        jobs.add([this, stripe, last, strategy] {
-            const Strategy way = strategy ? *strategy : chooseStrategy(m_form, *stripe);
+        // What is yet to come cannot be looked at, so the choice is made anew from time to time.
+        constexpr int partsToAChoice = 8;
+        if (!strategy && part % partsToAChoice == 0)
+            way = chooseStrategy(m_form, *stripe);
+        jobs.add([this, stripe, last, way] {
             const PixelBuffer bytes = filtered(m_form, *stripe, way.filter);
             return CompressedPart{Deflate::part(bytes, last, way.effort), Deflate::adler32(bytes), bytes.size()};
         });
