@@ -341,6 +341,45 @@ private Q_SLOTS:
         QCOMPARE(document.at(document.page(1), "/MediaBox").toArray(), QJsonArray({0, 0, 300, 500}));
     }
 
+    void tagsFollowTheirPages()
+    {
+        // A section with a paragraph on each of two pages and an empty cell.
+        TemporaryFolder folder;
+        PDFBuilder builder;
+        for (int index = 0; index < 2; ++index)
+            builder.addPage(
+                {"/P << /MCID 0 >> BDC EMC", "[0 0 612 792]", "/StructParents " + std::to_string(index), ""});
+        const int root = builder.reserve();
+        const int section = builder.reserve();
+        const int paragraphs[] = {builder.reserve(), builder.reserve()};
+        const int cell = builder.add("<< /S /TD /P " + reference(section) + " >>");
+        for (int index = 0; index < 2; ++index)
+            builder.set(paragraphs[index],
+                        "<< /Type /StructElem /S /P /P " + reference(section) + " /Pg "
+                            + reference(builder.pageObject(index)) + " /K 0 >>");
+        builder.set(section,
+                    "<< /S /Sect /P " + reference(root) + " /K [" + reference(paragraphs[0]) + " "
+                        + reference(paragraphs[1]) + " " + reference(cell) + "] >>");
+        builder.set(root,
+                    "<< /Type /StructTreeRoot /K " + reference(section) + " /ParentTree << /Nums [0 ["
+                        + reference(paragraphs[0]) + "] 1 [" + reference(paragraphs[1]) + "]] >> >>");
+        builder.addToCatalog("/MarkInfo << /Marked true >> /StructTreeRoot " + reference(root));
+        const Path file = folder.write("tagged.pdf", builder.build());
+
+        const InspectedPDF twice(merged({file, file}));
+        const QJsonValue tree = twice.at(twice.catalog(), "/StructTreeRoot");
+        QCOMPARE(twice.at(tree, "/K").toArray().size(), 2);
+        QCOMPARE(twice.at(twice.page(3), "/StructParents").toInt(), 3);
+        const QJsonValue paragraph = twice.at(tree, "/K", 1, "/K", 1);
+        QCOMPARE(twice.at(paragraph, "/Pg"), twice.page(3));
+        QCOMPARE(twice.at(tree, "/ParentTree", "/Nums", 7, 0), paragraph);
+
+        const InspectedPDF part(organised(file, edits({1})));
+        const QJsonValue kept = part.at(part.catalog(), "/StructTreeRoot", "/K", 0);
+        QCOMPARE(part.at(kept, "/K").toArray().size(), 2); // the paragraph of the page, and the cell
+        QCOMPARE(part.at(kept, "/K", 0, "/Pg"), part.page(0));
+    }
+
     void hostileTreesEnd()
     {
         TemporaryFolder folder;

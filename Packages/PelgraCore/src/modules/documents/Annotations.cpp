@@ -11,15 +11,14 @@ bool isDeadLink(Object annotation, LinkRewriter& links)
     return isNamed(annotation, "/Subtype", "/Link") && !links.leadsSomewhere(annotation);
 }
 
-void fillAnnotation(Input& input, const PlacedPage& page, const PlacedAnnotation& annotation, LinkRewriter& links,
-                    bool keepsStructure)
+void fillAnnotation(Input& input, const PlacedPage& page, const PlacedAnnotation& annotation, LinkRewriter& links)
 {
     Object source = annotation.source;
     Object copy = annotation.copy;
     const bool isWidget = isNamed(source, "/Subtype", "/Widget");
     for (const auto& [key, value] : source.getDictAsMap()) {
         const bool isFieldTree = isWidget && (key == "/Parent" || key == "/Kids");
-        if (key == "/P" || isFieldTree || (key == "/StructParent" && !keepsStructure))
+        if (key == "/P" || isFieldTree)
             continue;
         if (key == "/Dest")
             setUnlessEmpty(copy, key, links.destination(value));
@@ -27,6 +26,8 @@ void fillAnnotation(Input& input, const PlacedPage& page, const PlacedAnnotation
             setUnlessEmpty(copy, key, links.action(value));
         else if (key == "/AA")
             setUnlessEmpty(copy, key, links.actionsByEvent(value));
+        else if (key == "/StructParent")
+            setUnlessEmpty(copy, key, input.structureKey(page, value));
         else
             copy.replaceKey(key, input.copier.copy(value));
     }
@@ -54,12 +55,12 @@ std::vector<PlacedAnnotation> placeAnnotations(Input& input, PlacedPage& page, L
 }
 
 void fillAnnotations(Input& input, const PlacedPage& page, const std::vector<PlacedAnnotation>& annotations,
-                     LinkRewriter& links, bool keepsStructure)
+                     LinkRewriter& links)
 {
     input.copier.setPlaces(input.placesFor(page));
     Object list = Object::newArray();
     for (const PlacedAnnotation& annotation : annotations) {
-        fillAnnotation(input, page, annotation, links, keepsStructure);
+        fillAnnotation(input, page, annotation, links);
         list.appendItem(annotation.copy);
     }
     Object owner = page.page;

@@ -16,6 +16,6 @@ std::vector<PlacedAnnotation> placeAnnotations(Input& input, PlacedPage& page, L
 
 /// Copies what the annotations say and lists them on their page. Form fields are connected elsewhere.
 void fillAnnotations(Input& input, const PlacedPage& page, const std::vector<PlacedAnnotation>& annotations,
-                     LinkRewriter& links, bool keepsStructure);
+                     LinkRewriter& links);
 
 } // namespace Pelgra::Documents

@@ -4,6 +4,7 @@
 #include "PageContent.h"
 #include "ScaledPage.h"
 #include "SinkPipeline.h"
+#include "StructureTree.h"
 
 #include <qpdf/QPDFWriter.hh>
 
@@ -31,9 +32,19 @@ Assembly::Assembly(Kind kind)
 Input& Assembly::addInput(SourceDocument& source)
 {
     std::unique_ptr<ObjectCopier>& copier = m_copiers[&source];
-    if (!copier)
+    const bool isNew = !copier;
+    if (isNew)
         copier = std::make_unique<ObjectCopier>(m_output);
-    return *m_inputs.emplace_back(std::make_unique<Input>(source, *copier));
+    Input& input = *m_inputs.emplace_back(std::make_unique<Input>(source, *copier));
+    // To find out what of the structure belongs to a page takes all of it, which is too slow to do for every page.
+    const std::optional<long long> keys = m_kind == Kind::whole ? structureKeyCount(source) : std::nullopt;
+    if (keys) {
+        input.structureOffset = m_nextStructureKey;
+        m_nextStructureKey += *keys;
+        if (isNew)
+            copier->setStructureOffset(input.structureOffset);
+    }
+    return input;
 }
 
 void Assembly::addPages(Input& input, const std::vector<PageRequest>& requests, const std::function<void()>& pageDone)
@@ -106,10 +117,9 @@ void Assembly::scale(Input& input, PlacedPage& page, const PageRequest& request)
     Object form = contentAsOneStream(input.copier, valueOf(source.object, "/Contents"));
     scalePage(page, form, source.box(), request.rotation.value_or(snappedRotation(source.rotation())), request.scale,
               m_output);
-    m_hasScaledPages = true;
 }
 
-void Assembly::connectPages(bool keepsStructure)
+void Assembly::connectPages()
 {
     struct Connection {
         Input* input;
@@ -128,12 +138,11 @@ void Assembly::connectPages(bool keepsStructure)
     }
     for (const Connection& connection : connections) {
         LinkRewriter links(*connection.input, m_inputs);
-        fillAnnotations(*connection.input, *connection.page, connection.annotations, links, keepsStructure);
+        fillAnnotations(*connection.input, *connection.page, connection.annotations, links);
         Object source = connection.input->source.pages()[connection.page->sourceIndex].object;
         setUnlessEmpty(connection.page->page, "/AA", links.actionsByEvent(valueOf(source, "/AA")));
-        if (keepsStructure)
-            setUnlessEmpty(connection.page->page, "/StructParents",
-                           connection.input->copier.copy(valueOf(source, "/StructParents")));
+        setUnlessEmpty(connection.page->page, "/StructParents",
+                       connection.input->structureKey(*connection.page, valueOf(source, "/StructParents")));
     }
 }
 
@@ -154,11 +163,10 @@ void Assembly::listPages()
 void Assembly::finish()
 {
     const bool isWhole = m_inputs.size() == 1 && m_inputs.front()->isComplete();
-    const bool keepsStructure = isWhole && !m_hasScaledPages;
-    connectPages(keepsStructure);
+    connectPages();
     listPages();
     m_fields.finish(m_output.getRoot(), m_inputs, isWhole);
-    fillCatalog(m_output, m_inputs, {m_kind == Kind::part, isWhole, keepsStructure});
+    fillCatalog(m_output, m_inputs, {m_kind == Kind::part, isWhole});
 }
 
 void Assembly::write(ByteSink& sink, const std::stop_token& stop)

@@ -38,7 +38,7 @@ private:
     void fillPage(Input& input, PlacedPage& page, const PageRequest& request);
     Object resourcesFor(Input& input, std::size_t sourceIndex);
     void scale(Input& input, PlacedPage& page, const PageRequest& request);
-    void connectPages(bool keepsStructure);
+    void connectPages();
     void listPages();
 
     Kind m_kind;
@@ -48,7 +48,7 @@ private:
     FormFields m_fields;
     /// The latest resources that pages inherit without being an object of their own, and their copy.
     std::pair<Object, Object> m_inheritedResources;
-    bool m_hasScaledPages = false;
+    long long m_nextStructureKey = 0;
 };
 
 } // namespace Pelgra::Documents

@@ -5,6 +5,7 @@
 #include "NamedObjects.h"
 #include "Outlines.h"
 #include "PageLabels.h"
+#include "StructureTree.h"
 
 #include <qpdf/QUtil.hh>
 
@@ -77,14 +78,17 @@ void addInformation(QPDF& output, Input& first, bool isFromOne)
     output.getTrailer().replaceKey("/Info", output.makeIndirectObject(information));
 }
 
-void addStructure(Object catalog, Input& input)
+void addStructure(Object catalog, const Inputs& inputs, QPDF& output)
 {
-    Object source = input.source.catalog();
-    Object structure = dictionaryOf(source, "/StructTreeRoot");
+    Object structure = combinedStructure(inputs, output);
     if (structure.isNull())
         return;
-    setUnlessEmpty(catalog, "/StructTreeRoot", input.copier.copy(structure));
-    setUnlessEmpty(catalog, "/MarkInfo", input.copier.copy(valueOf(source, "/MarkInfo")));
+    catalog.replaceKey("/StructTreeRoot", structure);
+    for (const std::unique_ptr<Input>& input : inputs) {
+        Object mark = dictionaryOf(input->source.catalog(), "/MarkInfo");
+        if (!mark.isNull() && !catalog.hasKey("/MarkInfo"))
+            catalog.replaceKey("/MarkInfo", input->copier.copyEntries(mark, {}));
+    }
 }
 
 } // namespace
@@ -93,8 +97,7 @@ void fillCatalog(QPDF& output, const Inputs& inputs, const CatalogOptions& optio
 {
     Input& first = *inputs.front();
     Object catalog = output.getRoot();
-    if (options.keepsStructure)
-        addStructure(catalog, first);
+    addStructure(catalog, inputs, output);
     setUnlessEmpty(catalog, "/Outlines", combinedOutline(inputs, !options.isPart, output));
     setUnlessEmpty(catalog, "/PageLabels", combinedPageLabels(inputs));
     addNames(catalog, inputs, options);

@@ -7,7 +7,6 @@ namespace Pelgra::Documents {
 struct CatalogOptions {
     bool isPart = false; ///< one of the many parts of a document
     bool isWhole = false; ///< all pages of one document in their order
-    bool keepsStructure = false;
 };
 
 /// Enters into the catalogue and trailer whatever is no page, annotation or form: outline, labels, layers, attachments,

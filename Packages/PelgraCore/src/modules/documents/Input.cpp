@@ -26,4 +26,11 @@ bool Input::isComplete() const
     return true;
 }
 
+Object Input::structureKey(const PlacedPage& page, Object key) const
+{
+    if (!structureOffset || page.isDuplicate || page.transform || !key.isInteger())
+        return Object::newNull();
+    return Object::newInteger(key.getIntValue() + *structureOffset);
+}
+
 } // namespace Pelgra::Documents

@@ -39,8 +39,13 @@ struct Input {
     /// Whether the pages are exactly the source's, each once and in order.
     bool isComplete() const;
 
+    /// The moved number of a key of the structure tree, or null where the page or object has no structure here.
+    Object structureKey(const PlacedPage& page, Object key) const;
+
     SourceDocument& source;
     ObjectCopier& copier;
+    /// Added to the keys of the source's structure tree; absent where its structure is not copied.
+    std::optional<long long> structureOffset;
     ObjectMap places;
     std::vector<PlacedPage> pages; ///< in output order; never resized once links are being made
     std::map<std::size_t, std::size_t> firstCopies; ///< source index to index in pages

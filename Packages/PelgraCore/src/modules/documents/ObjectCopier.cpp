@@ -173,6 +173,11 @@ void ObjectCopier::fillDictionary(Object source, Object copy)
     for (const auto& [key, value] : sourceDictionary.getDictAsMap()) {
         if (isStream && key == "/Length")
             continue;
+        if (isStream && (key == "/StructParents" || key == "/StructParent")) {
+            if (m_structureOffset && Object(value).isInteger())
+                dictionary.replaceKey(key, Object::newInteger(Object(value).getIntValue() + *m_structureOffset));
+            continue;
+        }
         if (m_prunesResources && key == "/Resources" && mayBeShared(value))
             dictionary.replaceKey(key, convertResources(value, namesUsedBy(source)));
         else

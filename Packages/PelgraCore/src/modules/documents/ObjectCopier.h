@@ -40,6 +40,9 @@ public:
     /// Whether the (indirect) object has been copied or has a place.
     bool knows(Object value) const;
 
+    /// Added to the keys by which the content of forms finds its structure; without it the keys are left out.
+    void setStructureOffset(std::optional<long long> offset) { m_structureOffset = offset; }
+
     /// From now on, resources that a stream does not use are left out of its own resource dictionary.
     void setPrunesResources(bool prunes) { m_prunesResources = prunes; }
     bool prunesResources() const { return m_prunesResources; }
@@ -64,6 +67,7 @@ private:
     std::vector<const ObjectMap*> m_places;
     ObjectMap m_shared;
     std::vector<Unfinished> m_unfinished;
+    std::optional<long long> m_structureOffset;
     bool m_prunesResources = false;
 };
 
