@@ -1,0 +1,11 @@
+#pragma once
+
+#include "PelgraCore/ImageLoading.h"
+
+namespace Pelgra {
+
+/// A smaller copy in the same form: each pixel is the mean of the area it covers, colours weighted by their alpha. The
+/// new sides are at least 1 and at most the old ones. Throws std::runtime_error where the copy would be too large.
+RasterImage scaledDown(const RasterImage& image, int width, int height);
+
+} // namespace Pelgra
