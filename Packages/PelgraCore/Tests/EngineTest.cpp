@@ -42,6 +42,7 @@ const std::vector<std::pair<const char*, const char*>> routes{
     {"svg", "jpg png heic tiff bmp pdf"},
     {"txt", ""},
     {"md", ""},
+    {"pdf", "jpg png heic tiff bmp txt md"},
 };
 
 } // namespace

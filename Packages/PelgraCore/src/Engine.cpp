@@ -15,7 +15,7 @@ JobResult convertDocument(const std::filesystem::path& file, FileFormat target, 
                           const JobControl& control)
 {
     if (target == FileFormat::txt || target == FileFormat::md)
-        throw EngineError::unsupportedConversion(FileFormat::pdf, target);
+        return Engine::pdfToText(file, target == FileFormat::md, control);
     return Engine::pdfToImages(file, target, options, control);
 }
 
