@@ -1,0 +1,203 @@
+#include "Jobs/HUDPanel.h"
+
+#include "Jobs/HUDView.h"
+#include "Support/Motion.h"
+#include "Support/Platform/WheelSurface.h"
+
+#include <QAccessible>
+#include <QBitmap>
+#include <QGuiApplication>
+#include <QPainter>
+#include <QPainterPath>
+#include <QPropertyAnimation>
+#include <QScreen>
+
+namespace Pelgra {
+
+namespace {
+
+constexpr int appearMilliseconds = 150;
+constexpr int vanishMilliseconds = 350;
+constexpr int doneMilliseconds = 1600;
+constexpr int failedMilliseconds = 4000; // longer, so that the message can be read
+constexpr int gapBelowAnchor = 28;
+constexpr int screenMargin = 8;
+
+const QColor background(0xFA, 0xFA, 0xFA, 0xF4);
+const QColor outline(0, 0, 0, 40);
+
+const WheelSurface* surface = nullptr;
+
+QList<HUDPanel*>& panels()
+{
+    static QList<HUDPanel*> list;
+    return list;
+}
+
+bool isCompositing()
+{
+    return surface && surface->isCompositing();
+}
+
+QPainterPath capsule(const QRectF& rect)
+{
+    QPainterPath path;
+    // Two lines of text make a rounded rectangle of what would be a capsule with one.
+    const double radius = qMin(rect.height() / 2, 22.0);
+    path.addRoundedRect(rect, radius, radius);
+    return path;
+}
+
+} // namespace
+
+HUDPanel* HUDPanel::show(const HUDState& state, QPoint anchor)
+{
+    auto* const panel = new HUDPanel(state, anchor);
+    panels().append(panel);
+    panel->appear();
+    panel->scheduleDismissIfFinal();
+    return panel;
+}
+
+const QList<HUDPanel*>& HUDPanel::livePanels()
+{
+    return panels();
+}
+
+void HUDPanel::setSurface(const WheelSurface* newSurface)
+{
+    surface = newSurface;
+}
+
+HUDPanel::HUDPanel(const HUDState& state, QPoint anchor)
+    : QWidget(nullptr,
+              Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus
+                  | Qt::WindowTransparentForInput | Qt::NoDropShadowWindowHint | Qt::BypassWindowManagerHint)
+    , m_state(state)
+    , m_anchor(anchor)
+    , m_view(new HUDView(this))
+    , m_fade(new QPropertyAnimation(this, "windowOpacity", this))
+{
+    setAttribute(Qt::WA_TranslucentBackground);
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    setObjectName(QStringLiteral("hud"));
+    m_dismissal.setSingleShot(true);
+    connect(&m_dismissal, &QTimer::timeout, this, &HUDPanel::fadeOut);
+    applyState();
+}
+
+HUDPanel::~HUDPanel()
+{
+    panels().removeOne(this);
+}
+
+void HUDPanel::update(const HUDState& state)
+{
+    m_state = state;
+    applyState();
+    scheduleDismissIfFinal();
+}
+
+void HUDPanel::applyState()
+{
+    m_view->setState(m_state);
+    setAccessibleName(m_view->accessibleName());
+    reposition();
+    QWidget::update();
+    if (QAccessible::isActive()) {
+        // A panel that never has the focus is read aloud only when it says that it is an alert.
+        QAccessibleEvent event(this, QAccessible::Alert);
+        QAccessible::updateAccessibility(&event);
+    }
+}
+
+QPoint HUDPanel::originFor(QSize size, QPoint anchor, std::optional<QRect> availableArea)
+{
+    QPoint origin(anchor.x() - size.width() / 2, anchor.y() + gapBelowAnchor);
+    if (!availableArea)
+        return origin;
+    const QRect area = *availableArea;
+    origin.setX(
+        qMin(qMax(origin.x(), area.left() + screenMargin), area.left() + area.width() - size.width() - screenMargin));
+    // The top margin wins on a screen too small for both, so it is applied last.
+    origin.setY(
+        qMax(qMin(origin.y(), area.top() + area.height() - size.height() - screenMargin), area.top() + screenMargin));
+    return origin;
+}
+
+void HUDPanel::reposition()
+{
+    const QSize size = m_view->sizeHint();
+    std::optional<QRect> area;
+    if (const QScreen* const screen = QGuiApplication::screenAt(m_anchor))
+        area = screen->availableGeometry();
+    setGeometry(QRect(originFor(size, m_anchor, area), size));
+    m_view->setGeometry(rect());
+}
+
+void HUDPanel::appear()
+{
+    setWindowOpacity(isCompositing() && !Motion::isReduced() ? 0 : 1);
+    QWidget::show();
+    raise();
+    fadeTo(1, appearMilliseconds);
+}
+
+void HUDPanel::scheduleDismissIfFinal()
+{
+    m_dismissal.stop();
+    if (std::holds_alternative<HUDWorking>(m_state))
+        return;
+    if (m_fade->endValue().toDouble() == 0.0)
+        fadeTo(1, appearMilliseconds); // it was on its way out
+    m_dismissal.start(std::holds_alternative<HUDDone>(m_state) ? doneMilliseconds : failedMilliseconds);
+}
+
+void HUDPanel::fadeOut()
+{
+    fadeTo(0, vanishMilliseconds);
+    const bool fades = m_fade->state() == QAbstractAnimation::Running;
+    if (fades)
+        connect(m_fade, &QPropertyAnimation::finished, this, &QObject::deleteLater);
+    else
+        deleteLater();
+    if (!fades)
+        hide();
+}
+
+void HUDPanel::fadeTo(double opacity, int milliseconds)
+{
+    m_fade->disconnect(this);
+    m_fade->stop();
+    m_fade->setEndValue(opacity);
+    if (!isCompositing() || Motion::isReduced()) {
+        setWindowOpacity(1);
+        return;
+    }
+    m_fade->setStartValue(windowOpacity());
+    m_fade->setDuration(milliseconds);
+    m_fade->start();
+}
+
+void HUDPanel::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QColor fill = background;
+    if (!isCompositing())
+        fill.setAlpha(255);
+    painter.fillPath(capsule(QRectF(rect())), fill);
+    painter.setPen(QPen(outline, 1));
+    painter.drawPath(capsule(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5)));
+}
+
+void HUDPanel::resizeEvent(QResizeEvent*)
+{
+    if (isCompositing())
+        clearMask();
+    else
+        setMask(QRegion(capsule(QRectF(rect())).toFillPolygon().toPolygon()));
+}
+
+} // namespace Pelgra

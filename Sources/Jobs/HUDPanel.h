@@ -1,0 +1,64 @@
+#pragma once
+
+#include "Jobs/HUDState.h"
+
+#include <QPoint>
+#include <QPointer>
+#include <QTimer>
+#include <QWidget>
+
+#include <memory>
+
+class QPropertyAnimation;
+
+namespace Pelgra {
+
+class HUDView;
+class WheelSurface;
+
+/// A small floating panel under the point of a drop: a job is working, done or failed. It never takes the focus, lets
+/// clicks through, and goes away by itself once its state is final. Main thread.
+class HUDPanel : public QWidget {
+    Q_OBJECT
+
+public:
+    /// Makes and shows a panel under the anchor (Qt's global logical coordinates, y down). It deletes itself once it
+    /// has faded out; hold it by QPointer.
+    static HUDPanel* show(const HUDState& state, QPoint anchor);
+
+    /// Panels that are on the screen or fading, oldest first.
+    static const QList<HUDPanel*>& livePanels();
+
+    /// Tells panels whether the desktop composites windows; without it they neither fade nor have soft edges.
+    static void setSurface(const WheelSurface* surface);
+
+    ~HUDPanel() override;
+
+    const HUDState& state() const { return m_state; }
+    void update(const HUDState& state);
+
+    /// Where a panel of this size goes: centred under the anchor, kept inside the available area (where there is one).
+    static QPoint originFor(QSize size, QPoint anchor, std::optional<QRect> availableArea);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    HUDPanel(const HUDState& state, QPoint anchor);
+
+    void applyState();
+    void reposition();
+    void appear();
+    void scheduleDismissIfFinal();
+    void fadeOut();
+    void fadeTo(double opacity, int milliseconds);
+
+    HUDState m_state;
+    QPoint m_anchor;
+    HUDView* m_view = nullptr;
+    QTimer m_dismissal;
+    QPropertyAnimation* m_fade = nullptr;
+};
+
+} // namespace Pelgra

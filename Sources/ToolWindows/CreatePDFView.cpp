@@ -1,0 +1,27 @@
+#include "ToolWindows/CreatePDFView.h"
+
+#include "PelgraCore/Engine.h"
+#include "ToolWindows/ToolChrome.h"
+#include "ToolWindows/ToolContext.h"
+
+namespace Pelgra {
+
+CreatePDFView::CreatePDFView(ToolContext* context, const Files& files, QWidget* parent)
+    : FileOrderView({QStringLiteral("Create a PDF"), QStringLiteral("Create PDF"), QStringLiteral("Creating PDF…"),
+                     QStringLiteral("Image order"), QStringLiteral("One page per image, sized to each image."),
+                     RowLeading::thumbnail},
+                    context, files, parent)
+{
+    chrome().action = [this] {
+        create();
+    };
+}
+
+void CreatePDFView::create()
+{
+    const Files ordered = files();
+    if (!ordered.empty())
+        context().run([ordered] { return Engine::createPDF(ordered); }, ordered.front());
+}
+
+} // namespace Pelgra

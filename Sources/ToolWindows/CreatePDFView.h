@@ -1,0 +1,18 @@
+#pragma once
+
+#include "ToolWindows/FileOrderView.h"
+
+namespace Pelgra {
+
+/// Makes one PDF of images, a page for each.
+class CreatePDFView : public FileOrderView {
+    Q_OBJECT
+
+public:
+    CreatePDFView(ToolContext* context, const Files& files, QWidget* parent = nullptr);
+
+private:
+    void create();
+};
+
+} // namespace Pelgra

@@ -1,0 +1,177 @@
+#include "ToolWindows/OrderedFileRow.h"
+
+#include "Support/Paths.h"
+#include "Support/Symbols.h"
+#include "ToolWindows/FileThumbnail.h"
+#include "ToolWindows/ToolButtons.h"
+
+#include <QAccessible>
+#include <QGraphicsOpacityEffect>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPainter>
+#include <QVBoxLayout>
+
+namespace Pelgra {
+
+namespace {
+
+constexpr int leadingPadding = 20;
+constexpr int trailingPadding = 16;
+constexpr int numberWidth = 24;
+constexpr int spacing = 12;
+constexpr int chevronSpacing = 8;
+constexpr int textPixels = 17;
+constexpr double cornerRadius = 14;
+constexpr double dimmedOpacity = 0.35;
+
+/// A document's symbol in a 36-pixel frame.
+class DocumentIcon : public QWidget {
+public:
+    explicit DocumentIcon(QWidget* parent)
+        : QWidget(parent)
+    {
+        setFixedSize(36, 36);
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        const QPixmap symbol =
+            Symbols::pixmap(QStringLiteral("doc.richtext"), 20, primaryColor(*this, 0.85), devicePixelRatioF());
+        const QSizeF size = QSizeF(symbol.size()) / symbol.devicePixelRatio();
+        painter.drawPixmap(QRectF(rect()).center() - QPointF(size.width(), size.height()) / 2, symbol);
+    }
+};
+
+QLabel* makeLabel(QWidget* parent)
+{
+    auto* const label = new QLabel(parent);
+    QFont font = label->font();
+    font.setPixelSize(textPixels);
+    label->setFont(font);
+    label->setTextFormat(Qt::PlainText);
+    label->setAttribute(Qt::WA_TransparentForMouseEvents);
+    return label;
+}
+
+QWidget* makeLeading(RowLeading leading, const std::filesystem::path& file, QWidget* parent)
+{
+    if (leading == RowLeading::thumbnail)
+        return new FileThumbnail(file, parent);
+    return new DocumentIcon(parent);
+}
+
+} // namespace
+
+OrderedFileRow::OrderedFileRow(const OrderedFile& file, RowLeading leading, QWidget* parent)
+    : QWidget(parent)
+    , m_file(file)
+    , m_fileName(textFromPath(file.url.filename()))
+    , m_number(makeLabel(this))
+    , m_name(makeLabel(this))
+    , m_up(new ChevronButton(QStringLiteral("chevron.up"), this))
+    , m_down(new ChevronButton(QStringLiteral("chevron.down"), this))
+{
+    setFocusPolicy(Qt::StrongFocus);
+    setToolTip(textFromPath(file.url)); // tells two files of the same name apart
+    m_number->setFixedWidth(numberWidth);
+    m_number->setForegroundRole(QPalette::PlaceholderText);
+    m_name->setMinimumWidth(0);
+    m_up->setAccessibleName(QStringLiteral("Move %1 up").arg(m_fileName));
+    m_down->setAccessibleName(QStringLiteral("Move %1 down").arg(m_fileName));
+    connect(m_up, &QAbstractButton::clicked, this, [this] { Q_EMIT moveRequested(m_file.id, -1); });
+    connect(m_down, &QAbstractButton::clicked, this, [this] { Q_EMIT moveRequested(m_file.id, +1); });
+
+    auto* const chevrons = new QVBoxLayout;
+    chevrons->setSpacing(chevronSpacing);
+    chevrons->addStretch();
+    chevrons->addWidget(m_up);
+    chevrons->addWidget(m_down);
+    chevrons->addStretch();
+    auto* const row = new QHBoxLayout(this);
+    row->setContentsMargins(leadingPadding, 0, trailingPadding, 0);
+    row->setSpacing(spacing);
+    row->addWidget(m_number);
+    row->addWidget(makeLeading(leading, file.url, this));
+    row->addWidget(m_name, 1);
+    row->addLayout(chevrons);
+}
+
+void OrderedFileRow::setPosition(std::size_t index, std::size_t count)
+{
+    m_number->setText(QString::number(index + 1));
+    m_up->setEnabled(index > 0);
+    m_down->setEnabled(index + 1 < count);
+    m_up->setObjectName(QStringLiteral("moveUp-%1").arg(index));
+    m_down->setObjectName(QStringLiteral("moveDown-%1").arg(index));
+    setObjectName(QStringLiteral("row-%1").arg(index));
+    const QString spoken = QStringLiteral("%1, %2 of %3").arg(m_fileName).arg(index + 1).arg(count);
+    if (accessibleName() != spoken) {
+        setAccessibleName(spoken); // a screen reader reads the new place of the row that has the focus
+        QAccessibleEvent event(this, QAccessible::NameChanged);
+        QAccessible::updateAccessibility(&event);
+    }
+}
+
+void OrderedFileRow::setDimmed(bool dimmed)
+{
+    if (dimmed && !graphicsEffect()) {
+        auto* const effect = new QGraphicsOpacityEffect(this);
+        effect->setOpacity(dimmedOpacity);
+        setGraphicsEffect(effect);
+    } else if (!dimmed && graphicsEffect()) {
+        setGraphicsEffect(nullptr);
+    }
+}
+
+void OrderedFileRow::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(primaryColor(*this, 0.055));
+    painter.drawRoundedRect(QRectF(rect()), cornerRadius, cornerRadius);
+    if (hasFocus())
+        drawFocusRing(painter, QRectF(rect()), cornerRadius, *this);
+}
+
+void OrderedFileRow::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    elideName();
+}
+
+void OrderedFileRow::elideName()
+{
+    const int used = leadingPadding + numberWidth + spacing + 36 + spacing + spacing + m_up->width() + trailingPadding;
+    m_name->setText(m_name->fontMetrics().elidedText(m_fileName, Qt::ElideMiddle, qMax(0, width() - used)));
+}
+
+void OrderedFileRow::keyPressEvent(QKeyEvent* event)
+{
+    const int step = event->key() == Qt::Key_Up ? -1 : event->key() == Qt::Key_Down ? +1 : 0;
+    if (step == 0)
+        QWidget::keyPressEvent(event);
+    else if (event->modifiers().testFlag(Qt::AltModifier) || event->modifiers().testFlag(Qt::ControlModifier))
+        Q_EMIT moveRequested(m_file.id, step);
+    else
+        Q_EMIT focusMoveRequested(m_file.id, step);
+}
+
+void OrderedFileRow::focusInEvent(QFocusEvent* event)
+{
+    QWidget::focusInEvent(event);
+    update();
+}
+
+void OrderedFileRow::focusOutEvent(QFocusEvent* event)
+{
+    QWidget::focusOutEvent(event);
+    update();
+}
+
+} // namespace Pelgra

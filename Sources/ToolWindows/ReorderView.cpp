@@ -1,0 +1,200 @@
+#include "ToolWindows/ReorderView.h"
+
+#include "Support/Motion.h"
+#include "ToolWindows/ReorderDrag.h"
+
+#include <QApplication>
+#include <QMouseEvent>
+#include <QPropertyAnimation>
+#include <QScrollBar>
+
+#include <algorithm>
+
+namespace Pelgra {
+
+namespace {
+
+constexpr int moveMilliseconds = 180;
+constexpr int margin =
+    200; // logical pixels kept ready above and below the visible part, so that Tab finds its neighbours
+
+} // namespace
+
+ReorderView::ReorderView(QWidget* parent)
+    : QScrollArea(parent)
+    , m_content(new QWidget)
+    , m_drag(new ReorderDrag(this))
+{
+    setFrameShape(QFrame::NoFrame);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setFocusPolicy(Qt::NoFocus);
+    setWidget(m_content);
+    m_content->setAutoFillBackground(false);
+    viewport()->setAutoFillBackground(false);
+    m_content->installEventFilter(this);
+
+    m_drag->isEnabled = [this] {
+        return count() > 1;
+    };
+    m_drag->itemAt = [this](QPoint point) {
+        // By where items will rest, not by where they are while they slide: else two would swap back and forth.
+        const auto index = indexAt(point);
+        return index ? std::optional(idAt(*index)) : std::nullopt;
+    };
+    m_drag->contentPoint = [this](QPoint point) {
+        return m_content->mapFrom(viewport(), point);
+    };
+    m_drag->pictureOf = [this](const Identifier& id) {
+        const auto item = m_items.find(id);
+        return item == m_items.end() ? QPixmap() : item->second->grab();
+    };
+    connect(m_drag, &ReorderDrag::draggingChanged, this, [this] { refresh(false); });
+    connect(m_drag, &ReorderDrag::entered, this, [this](const Identifier& dragged, const Identifier& target) {
+        if (dragOver(dragged, target))
+            refresh(true);
+    });
+    connect(m_drag, &ReorderDrag::ended, this, [this] { dragEnded(); });
+}
+
+const std::optional<Identifier>& ReorderView::dragging() const
+{
+    return m_drag->dragging();
+}
+
+void ReorderView::itemLeaves(QWidget*)
+{
+}
+
+void ReorderView::dragEnded()
+{
+}
+
+int ReorderView::contentWidth() const
+{
+    return viewport()->width();
+}
+
+QWidget* ReorderView::itemFor(std::size_t index)
+{
+    QWidget*& item = m_items[idAt(index)];
+    if (!item) {
+        item = makeItem(index, m_content);
+        item->setGeometry(frameOf(index));
+        item->show();
+    }
+    return item;
+}
+
+void ReorderView::refresh(bool animated)
+{
+    m_content->resize(contentWidth(), contentHeight());
+    const int top = verticalScrollBar()->value();
+    auto [first, last] = indexesBetween(top - margin, top + viewport()->height() + margin);
+    first = std::max<std::ptrdiff_t>(first, 0);
+    last = std::min(last, static_cast<std::ptrdiff_t>(count()) - 1);
+
+    std::map<Identifier, QWidget*> unused = m_items;
+    for (std::ptrdiff_t position = first; position <= last; ++position) {
+        const auto index = static_cast<std::size_t>(position);
+        QWidget* const item = itemFor(index);
+        unused.erase(idAt(index));
+        updateItem(item, index, m_drag->dragging() == idAt(index));
+        place(item, frameOf(index), animated);
+    }
+    for (const auto& [id, item] : unused) {
+        if (isKept(id, item))
+            continue;
+        itemLeaves(item);
+        m_items.erase(id);
+        item->hide();
+        item->deleteLater();
+    }
+}
+
+bool ReorderView::isKept(const Identifier& id, const QWidget* item) const
+{
+    // The mouse holds it, or the keyboard is in it and its item still exists.
+    if (m_drag->dragging() == id)
+        return true;
+    if (!item->hasFocus() && !item->isAncestorOf(QApplication::focusWidget()))
+        return false;
+    for (std::size_t index = 0; index < count(); ++index) {
+        if (idAt(index) == id)
+            return true;
+    }
+    return false;
+}
+
+void ReorderView::place(QWidget* item, const QRect& frame, bool animated)
+{
+    item->resize(frame.size());
+    delete item->findChild<QPropertyAnimation*>(QStringLiteral("slide"), Qt::FindDirectChildrenOnly);
+    if (!animated || item->pos() == frame.topLeft() || Motion::isReduced()) {
+        item->move(frame.topLeft());
+        return;
+    }
+    auto* const slide = new QPropertyAnimation(item, "pos", item);
+    slide->setObjectName(QStringLiteral("slide"));
+    slide->setEndValue(frame.topLeft());
+    slide->setDuration(moveMilliseconds);
+    slide->setEasingCurve(QEasingCurve::InOutQuad);
+    slide->start(QAbstractAnimation::DeleteWhenStopped);
+}
+
+void ReorderView::reveal(std::size_t index)
+{
+    const QRect frame = frameOf(index);
+    ensureVisible(frame.center().x(), frame.center().y(), 0, frame.height() / 2 + 8);
+}
+
+void ReorderView::focusItem(std::size_t index)
+{
+    reveal(index);
+    itemFor(index)->setFocus(Qt::TabFocusReason);
+}
+
+bool ReorderView::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched != m_content)
+        return QScrollArea::eventFilter(watched, event);
+    const auto viewportPoint = [&] {
+        return m_content->mapTo(viewport(), static_cast<QMouseEvent*>(event)->position().toPoint());
+    };
+    switch (event->type()) {
+    case QEvent::MouseButtonPress:
+        if (static_cast<QMouseEvent*>(event)->button() != Qt::LeftButton)
+            return false;
+        m_drag->press(viewportPoint());
+        // Taken only over an item that can be dragged; elsewhere the window moves by its background.
+        return count() > 1 && indexAt(m_content->mapFrom(viewport(), viewportPoint())).has_value();
+    case QEvent::MouseMove:
+        m_drag->move(viewportPoint(), static_cast<QMouseEvent*>(event)->buttons().testFlag(Qt::LeftButton));
+        return false;
+    case QEvent::MouseButtonRelease:
+    case QEvent::Hide:
+        m_drag->release();
+        return false;
+    default:
+        return QScrollArea::eventFilter(watched, event);
+    }
+}
+
+void ReorderView::resizeEvent(QResizeEvent* event)
+{
+    QScrollArea::resizeEvent(event);
+    refresh(false);
+}
+
+void ReorderView::showEvent(QShowEvent* event)
+{
+    QScrollArea::showEvent(event);
+    refresh(false);
+}
+
+void ReorderView::scrollContentsBy(int dx, int dy)
+{
+    QScrollArea::scrollContentsBy(dx, dy);
+    refresh(false);
+}
+
+} // namespace Pelgra

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "PelgraCore/Models.h"
+
+#include <QScrollArea>
+
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <utility>
+
+namespace Pelgra {
+
+class ReorderDrag;
+
+/// A scrolled view of items that the user reorders by dragging. What the items are and where they stand is for the
+/// subclass to say. A widget exists for an item only while it is in view, so thousands of items cost no more than a
+/// screenful; changes of place are animated. Points and frames are in logical pixels of the content, y down.
+class ReorderView : public QScrollArea {
+    Q_OBJECT
+
+public:
+    /// The item that is being dragged, if any.
+    const std::optional<Identifier>& dragging() const;
+
+protected:
+    explicit ReorderView(QWidget* parent);
+
+    virtual std::size_t count() const = 0;
+    virtual Identifier idAt(std::size_t index) const = 0;
+    virtual QRect frameOf(std::size_t index) const = 0;
+    virtual int contentHeight() const = 0;
+    /// The item whose frame holds the point.
+    virtual std::optional<std::size_t> indexAt(QPoint contentPoint) const = 0;
+    /// First and last index whose frames may meet these heights; first > last for none.
+    virtual std::pair<std::ptrdiff_t, std::ptrdiff_t> indexesBetween(int top, int bottom) const = 0;
+
+    virtual QWidget* makeItem(std::size_t index, QWidget* content) = 0;
+    /// Shows in the widget where its item stands now.
+    virtual void updateItem(QWidget* item, std::size_t index, bool isDragged) = 0;
+    /// The widget's item went out of view; it is deleted next.
+    virtual void itemLeaves(QWidget* item);
+
+    /// The dragged item entered another. Returns whether the order changed.
+    virtual bool dragOver(const Identifier& dragging, const Identifier& target) = 0;
+    virtual void dragEnded();
+
+    int contentWidth() const;
+    const std::map<Identifier, QWidget*>& items() const { return m_items; }
+
+    /// Puts every item in view where it belongs.
+    void refresh(bool animated);
+    /// Scrolls until the item is in view and gives its widget the keyboard focus.
+    void focusItem(std::size_t index);
+    void reveal(std::size_t index);
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void scrollContentsBy(int dx, int dy) override;
+
+private:
+    QWidget* itemFor(std::size_t index);
+    void place(QWidget* item, const QRect& frame, bool animated);
+    bool isKept(const Identifier& id, const QWidget* item) const;
+
+    QWidget* m_content;
+    std::map<Identifier, QWidget*> m_items; ///< those that exist
+    ReorderDrag* m_drag;
+};
+
+} // namespace Pelgra

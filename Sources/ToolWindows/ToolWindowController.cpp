@@ -1,0 +1,156 @@
+#include "ToolWindows/ToolWindowController.h"
+
+#include "Support/AppActivation.h"
+#include "ToolWindows/CreatePDFView.h"
+#include "ToolWindows/MergePDFView.h"
+#include "ToolWindows/OrganizePDFView.h"
+#include "ToolWindows/ToolWindow.h"
+
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <utility>
+
+namespace Pelgra {
+
+namespace {
+
+struct WindowForm {
+    QSize initial;
+    QSize minimum;
+    QSize maximum;
+};
+
+// Logical pixels.
+constexpr QSize fixedSize(640, 596);
+constexpr QSize organizeSize(760, 820);
+constexpr QSize organizeMinimum(520, 560);
+
+WindowForm formOf(FileTool tool)
+{
+    if (tool == FileTool::organizePDF)
+        return {organizeSize, organizeMinimum, QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX)};
+    return {fixedSize, fixedSize, fixedSize};
+}
+
+std::vector<std::unique_ptr<ToolWindowController>>& open()
+{
+    static std::vector<std::unique_ptr<ToolWindowController>> controllers;
+    return controllers;
+}
+
+QWidget* makeView(FileTool tool, const ToolWindowController::Files& files, ToolContext* context)
+{
+    switch (tool) {
+    case FileTool::createPDF:
+        return new CreatePDFView(context, files);
+    case FileTool::organizePDF:
+        return new OrganizePDFView(context, files.at(0));
+    case FileTool::mergePDF:
+    case FileTool::splitPDF: // has no window of its own
+        break;
+    }
+    return new MergePDFView(context, files);
+}
+
+ToolWindowController::ViewFactory& viewFactory()
+{
+    static ToolWindowController::ViewFactory factory = makeView;
+    return factory;
+}
+
+ToolWindowController::Files standardized(const ToolWindowController::Files& files)
+{
+    ToolWindowController::Files result;
+    for (const auto& file : files)
+        result.push_back(std::filesystem::absolute(file).lexically_normal());
+    return result;
+}
+
+QString textOf(std::string_view utf8)
+{
+    return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
+}
+
+} // namespace
+
+void ToolWindowController::present(FileTool tool, const Files& files, Completion completion)
+{
+    Key key{tool, standardized(files)};
+    const auto found = std::find_if(open().begin(), open().end(), [&](const auto& c) { return c->m_key == key; });
+    if (found != open().end()) {
+        ToolWindowController* const controller = found->get();
+        const Completion superseded = std::exchange(controller->m_completion, std::move(completion));
+        // Forward first: the superseded caller may do anything, closing this very window included.
+        controller->bringForward();
+        if (superseded)
+            superseded(std::nullopt);
+        return;
+    }
+    open().push_back(
+        std::unique_ptr<ToolWindowController>(new ToolWindowController(std::move(key), std::move(completion))));
+    open().back()->bringForward();
+}
+
+std::vector<ToolWindowController*> ToolWindowController::openControllers()
+{
+    std::vector<ToolWindowController*> controllers;
+    for (const auto& controller : open())
+        controllers.push_back(controller.get());
+    return controllers;
+}
+
+void ToolWindowController::setViewFactory(ViewFactory factory)
+{
+    viewFactory() = factory ? std::move(factory) : makeView;
+}
+
+ToolWindowController::ToolWindowController(Key key, Completion completion)
+    : m_key(std::move(key))
+    , m_context(new ToolContext(this))
+    , m_completion(std::move(completion))
+    , m_window(std::make_unique<ToolWindow>())
+{
+    const WindowForm form = formOf(m_key.tool);
+    m_window->setWindowTitle(textOf(m_key.tool.windowTitle()));
+    m_window->setObjectName(textOf(m_key.tool.rawValue()));
+    auto* const layout = new QVBoxLayout(m_window.get());
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(viewFactory()(m_key.tool, m_key.files, m_context));
+    m_window->setMinimumSize(form.minimum);
+    m_window->setMaximumSize(form.maximum);
+    m_window->resize(form.initial);
+
+    m_window->onCancel = [this] {
+        m_context->finishWithoutResult();
+    };
+    m_context->setOnFinish([this](std::optional<JobOutcome> outcome) { finish(std::move(outcome)); });
+}
+
+ToolWindowController::~ToolWindowController() = default;
+
+void ToolWindowController::bringForward()
+{
+    if (!m_window->isVisible())
+        m_window->centerOnPointerScreen();
+    m_window->show();
+    AppActivation::activate(*m_window);
+}
+
+void ToolWindowController::finish(std::optional<JobOutcome> outcome)
+{
+    if (m_finished)
+        return;
+    m_finished = true;
+    const Completion completion = std::exchange(m_completion, nullptr);
+    const auto self = std::find_if(open().begin(), open().end(), [this](const auto& c) { return c.get() == this; });
+    if (self != open().end()) {
+        self->release()->deleteLater(); // the call may come from one of the window's own controls
+        open().erase(self);
+    }
+    m_window->closeForGood();
+    if (completion)
+        completion(std::move(outcome));
+}
+
+} // namespace Pelgra
