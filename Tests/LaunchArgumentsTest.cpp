@@ -24,6 +24,8 @@ private Q_SLOTS:
         QTest::newRow("a file of that name") << Words{"wheel", "/wheel"} << WheelKind::convert << Words{"/wheel"};
         QTest::newRow("dashes after two dashes") << Words{"--", "/-a", "--kind"} << WheelKind::convert
                                                  << Words{"/-a", (std::filesystem::current_path() / "--kind").string()};
+        QTest::newRow("a debugged tool's files are its own")
+            << Words{"-ToolWindowsDebug", "mergePDF", "/a.pdf", "/b.pdf", "--verbose"} << WheelKind::convert << Words{};
         QTest::newRow("bytes") << Words{"/odd\xFF"} << WheelKind::convert << Words{"/odd\xFF"};
     }
 

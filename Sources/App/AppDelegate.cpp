@@ -1,54 +1,41 @@
 #include "App/AppDelegate.h"
 
 #include "App/MenuBarIcon.h"
+#include "App/SparkleUpdater.h"
 #include "App/TrayHost.h"
-#include "PelgraCore/Engine.h"
+#include "Jobs/HUDPanel.h"
 #include "Settings/Preferences.h"
-#include "Support/BackgroundTask.h"
+#include "Settings/SettingsWindow.h"
+#include "Support/AppActivation.h"
 #include "Support/Logging.h"
+#include "Support/Motion.h"
 #include "Support/Paths.h"
 #include "Support/Platform/Platform.h"
+#include "ToolWindows/ToolWindows.h"
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QFileDialog>
+#include <QGuiApplication>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QScreen>
 
-#include <string>
-#include <variant>
+#include <algorithm>
 
 namespace Pelgra {
 
 namespace {
 
-/// The outputs, or what went wrong.
-using Outcome = std::variant<std::vector<JobResult>, std::string>;
+constexpr int highlightDelayMilliseconds = 400;
+constexpr int afterwardsMilliseconds = 100;
 
-Outcome perform(const WheelPetal& petal, const std::vector<std::filesystem::path>& files, double jpegQuality)
+/// What an argument pair or the settings file says for a key that only debugging uses.
+QVariant debugSetting(const QString& key)
 {
-    try {
-        if (const FileFormat* format = petal.asFormat()) {
-            ConversionOptions options;
-            options.jpegQuality = jpegQuality;
-            return Engine::convertAll(files, *format, options);
-        }
-        std::vector<JobResult> results;
-        for (const std::filesystem::path& file : files)
-            results.push_back(Engine::splitPDF(file));
-        return results;
-    } catch (const std::exception& error) {
-        return std::string(error.what());
-    }
-}
-
-void logOutcome(const Outcome& outcome)
-{
-    if (const auto* problem = std::get_if<std::string>(&outcome)) {
-        qCInfo(jobsLog, "Job failed: %s", problem->c_str());
-        return;
-    }
-    for (const JobResult& result : std::get<std::vector<JobResult>>(outcome)) {
-        for (const std::filesystem::path& output : result.outputs)
-            qCInfo(jobsLog, "Output: %s", qUtf8Printable(textFromPath(output)));
-    }
+    const ArgumentPreferencesStore store(QCoreApplication::arguments().mid(1),
+                                         std::make_unique<FilePreferencesStore>(FilePreferencesStore::standardFile()));
+    return store.value(key);
 }
 
 } // namespace
@@ -60,45 +47,92 @@ AppDelegate::AppDelegate(Preferences& preferences, Platform& platform, QObject* 
     , m_dragMonitor(platform.dragSource())
     , m_wheel(platform.wheelSurface())
 {
+    HUDPanel::setSurface(&platform.wheelSurface());
+    m_afterwards.setInterval(afterwardsMilliseconds);
+    connect(&m_afterwards, &QTimer::timeout, this, [this] {
+        if (!isWorking() && (m_quitsWhenDone || (m_isAlone && !m_wheel.isVisible())))
+            QCoreApplication::quit();
+    });
 }
 
 AppDelegate::~AppDelegate()
 {
+    HUDPanel::setSurface(nullptr);
     m_platform.dragSource().onEscape = nullptr;
+    Updater::setCurrent(nullptr);
 }
 
 void AppDelegate::applicationDidFinishLaunching()
 {
     if (qEnvironmentVariableIsSet("XCTestConfigurationFilePath"))
         return;
+    Motion::followDesktop(this);
+    installUpdater();
     m_trayHost = std::make_unique<TrayHost>(m_platform);
     connect(m_trayHost.get(), &TrayHost::available, this, &AppDelegate::installStatusItem);
     wireWheel();
     wireMonitor();
     m_dragMonitor.start();
     qCInfo(applicationLog, "Pelgra launched");
+    showLaunchArgumentWheelIfRequested();
+    ToolWindows::presentFromLaunchArguments(QCoreApplication::arguments());
+}
+
+void AppDelegate::installUpdater()
+{
+    m_updater = std::make_unique<SparkleUpdater>();
+    Updater::setCurrent(m_updater.get());
+    m_updater->setAutomaticallyChecksForUpdates(m_preferences.checkForUpdatesAutomatically());
 }
 
 void AppDelegate::showWheelAlone(WheelKind kind, const Files& files)
 {
     m_isAlone = true;
+    Motion::followDesktop(this);
     wireWheel();
     m_wheel.panel()->installEventFilter(this);
     m_wheel.show(kind, files, m_platform.dragSource().pointer(), true);
+}
+
+void AppDelegate::open(WheelKind kind, const Files& files)
+{
+    if (files.empty())
+        openSettings();
+    else
+        m_wheel.show(kind, files, m_platform.dragSource().pointer(), true);
 }
 
 bool AppDelegate::eventFilter(QObject* watched, QEvent* event)
 {
     // Later, since a chosen petal is handed over only after its wheel has begun to hide.
     if (m_isAlone && event->type() == QEvent::Hide)
-        QMetaObject::invokeMethod(this, &AppDelegate::endIfAlone, Qt::QueuedConnection);
+        m_afterwards.start();
     return QObject::eventFilter(watched, event);
 }
 
-void AppDelegate::endIfAlone()
+JobRunner& AppDelegate::jobs()
 {
-    if (m_isAlone && m_runningJobs == 0 && !m_wheel.isVisible())
-        QCoreApplication::quit();
+    if (!m_jobs) {
+        m_jobs = std::make_unique<JobRunner>(m_preferences, &ToolWindows::present);
+        connect(m_jobs.get(), &JobRunner::runningJobsChanged, this, &AppDelegate::jobsChanged);
+    }
+    return *m_jobs;
+}
+
+void AppDelegate::jobsChanged()
+{
+    if (m_isAlone || m_quitsWhenDone)
+        m_afterwards.start();
+}
+
+bool AppDelegate::isWorking() const
+{
+    const auto windows = ToolWindowController::openControllers();
+    if (m_quitsWhenDone) {
+        return (m_jobs && m_jobs->runningJobs() > 0)
+            || std::any_of(windows.begin(), windows.end(), [](auto* window) { return window->context().isRunning(); });
+    }
+    return (m_jobs && m_jobs->runningJobs() > 0) || !windows.empty() || !HUDPanel::livePanels().isEmpty();
 }
 
 void AppDelegate::wireWheel()
@@ -110,7 +144,7 @@ void AppDelegate::wireWheel()
         return m_platform.dragSource().pointer();
     };
     m_wheel.onActivate = [this](const WheelPetal& petal, const Files& files, QPoint point) {
-        run(petal, files, point);
+        jobs().run(petal, files, point);
     };
     m_wheel.onDragCancelled = [this] {
         m_dragMonitor.machine.cancel();
@@ -136,7 +170,14 @@ void AppDelegate::installStatusItem()
     m_hintItem = m_menu->addAction(QString());
     m_hintItem->setEnabled(false);
     m_menu->addSeparator();
-    connect(m_menu->addAction(QStringLiteral("Quit Pelgra")), &QAction::triggered, qApp, &QCoreApplication::quit);
+    QAction* const settings = m_menu->addAction(QStringLiteral("Settings…"), this, &AppDelegate::openSettings);
+    settings->setShortcut(Qt::ControlModifier | Qt::Key_Comma);
+    m_menu->addAction(QStringLiteral("Check for Updates…"), this, &AppDelegate::checkForUpdates);
+    m_debugItem =
+        m_menu->addAction(QStringLiteral("Debug: Show wheel for sample file…"), this, &AppDelegate::showDebugWheel);
+    m_menu->addSeparator();
+    QAction* const quit = m_menu->addAction(QStringLiteral("Quit Pelgra"), this, &AppDelegate::requestQuit);
+    quit->setShortcut(Qt::ControlModifier | Qt::Key_Q);
     connect(m_menu.get(), &QMenu::aboutToShow, this, &AppDelegate::updateMenu);
     connect(&m_preferences, &Preferences::convertKeyChanged, this, &AppDelegate::updateMenu);
     connect(&m_preferences, &Preferences::toolsKeyChanged, this, &AppDelegate::updateMenu);
@@ -144,6 +185,11 @@ void AppDelegate::installStatusItem()
     m_statusItem = std::make_unique<QSystemTrayIcon>(MenuBarIcon::image(MenuBarIcon::tintForTray()));
     m_statusItem->setToolTip(QStringLiteral("Pelgra"));
     m_statusItem->setContextMenu(m_menu.get());
+    connect(m_statusItem.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        // A plain click shows the menu as well, where the tray leaves that to the program.
+        if (reason == QSystemTrayIcon::Trigger)
+            m_menu->popup(m_platform.dragSource().pointer());
+    });
     updateMenu();
     m_statusItem->show();
 }
@@ -151,6 +197,9 @@ void AppDelegate::installStatusItem()
 void AppDelegate::updateMenu()
 {
     m_hintItem->setText(m_preferences.menuHint());
+    m_platform.dragSource().refresh();
+    const ModifierFlags option = flagOf(ModifierKey::option);
+    m_debugItem->setVisible((m_platform.dragSource().modifierFlags() & option) == option);
 }
 
 void AppDelegate::handle(const DragEvent& event)
@@ -174,21 +223,100 @@ void AppDelegate::cancelDrag()
     m_wheel.hide();
 }
 
-// The tools that open a window wait for their windows.
-void AppDelegate::run(const WheelPetal& petal, const Files& files, QPoint)
+void AppDelegate::openSettings()
 {
-    if (petal.asTool() != nullptr && petal.asTool()->opensWindow()) {
-        qCInfo(jobsLog, "%s opens no window yet", qUtf8Printable(petal.label()));
+    SettingsWindow::show();
+}
+
+void AppDelegate::checkForUpdates()
+{
+    if (SparkleUpdater::isConfigured() && Updater::current()) {
+        Updater::current()->checkForUpdates();
         return;
     }
-    ++m_runningJobs;
-    runInBackground(
-        this, [petal, files, quality = m_preferences.jpegQuality()] { return perform(petal, files, quality); },
-        [this](const Outcome& outcome) {
-            logOutcome(outcome);
-            --m_runningJobs;
-            endIfAlone();
-        });
+    auto* const alert = new QMessageBox(QMessageBox::Information, QStringLiteral("Pelgra"),
+                                        QStringLiteral("Updates aren't set up in this build"), QMessageBox::Ok);
+    alert->setInformativeText(QStringLiteral("This copy of Pelgra has no update signing key."));
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    AppActivation::activate(*alert);
+}
+
+void AppDelegate::showDebugWheel()
+{
+    auto* const panel = new QFileDialog(nullptr, QStringLiteral("Choose files to show the wheel for"));
+    panel->setAttribute(Qt::WA_DeleteOnClose);
+    panel->setFileMode(QFileDialog::ExistingFiles);
+    connect(panel, &QFileDialog::accepted, this, [this, panel] {
+        Files files;
+        for (const QUrl& url : panel->selectedUrls()) {
+            if (const auto file = pathFromUrl(url))
+                files.push_back(*file);
+        }
+        if (files.empty())
+            return;
+        const QPoint point = m_platform.dragSource().pointer();
+        QMetaObject::invokeMethod(
+            this, [this, files, point] { m_wheel.show(WheelKind::convert, files, point, true); }, Qt::QueuedConnection);
+    });
+    AppActivation::activate(*panel);
+}
+
+void AppDelegate::showLaunchArgumentWheelIfRequested()
+{
+    Files files;
+    const QString paths = debugSetting(QStringLiteral("PelgraDebugWheel")).toString();
+    for (const QString& path : paths.split(u':', Qt::SkipEmptyParts))
+        files.push_back(std::filesystem::absolute(pathFromText(path)));
+    if (files.empty())
+        return;
+    const bool tools = debugSetting(QStringLiteral("PelgraDebugKind")).toString() == QStringLiteral("tools");
+    const QScreen* const screen = QGuiApplication::primaryScreen();
+    m_wheel.show(tools ? WheelKind::tools : WheelKind::convert, files, screen ? screen->geometry().center() : QPoint(),
+                 true);
+    const QVariant highlight = debugSetting(QStringLiteral("PelgraDebugHighlight"));
+    if (highlight.isValid())
+        highlightLater(highlight.toInt());
+}
+
+void AppDelegate::highlightLater(int petal)
+{
+    QTimer::singleShot(highlightDelayMilliseconds, this, [this, petal] {
+        WheelView* const view = m_wheel.panel()->wheelView();
+        const int count = static_cast<int>(view->content().petals.size());
+        view->setHighlightedIndex(petal >= 0 && petal < count ? std::optional(petal) : std::nullopt);
+    });
+}
+
+void AppDelegate::requestQuit()
+{
+    m_quitsWhenDone = true;
+    if (!isWorking()) {
+        QCoreApplication::quit();
+        return;
+    }
+    m_quitsWhenDone = false;
+    auto* const question =
+        new QMessageBox(QMessageBox::Question, QStringLiteral("Pelgra"), QStringLiteral("Pelgra is still working"));
+    question->setInformativeText(QStringLiteral("Files that aren’t finished yet won’t appear if you stop now."));
+    const auto* const finish = question->addButton(QStringLiteral("Finish, Then Quit"), QMessageBox::AcceptRole);
+    const auto* const stop = question->addButton(QStringLiteral("Stop and Quit"), QMessageBox::DestructiveRole);
+    question->addButton(QMessageBox::Cancel);
+    question->setAttribute(Qt::WA_DeleteOnClose);
+    connect(finish, &QPushButton::clicked, this, [this] {
+        m_quitsWhenDone = true;
+        m_afterwards.start();
+    });
+    connect(stop, &QPushButton::clicked, this, &AppDelegate::terminate);
+    AppActivation::activate(*question);
+}
+
+void AppDelegate::terminate()
+{
+    // Outputs have no name before they are complete, so ending here leaves nothing unfinished; jobs that can stop do so
+    // and clear away the folders they were building.
+    if (m_jobs)
+        m_jobs->stopAll();
+    QCoreApplication::quit();
 }
 
 } // namespace Pelgra

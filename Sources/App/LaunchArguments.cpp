@@ -36,6 +36,16 @@ LaunchArguments LaunchArguments::parse(std::span<const std::string> words)
             result.kind = kindNamed(word.substr(kindAssignment.size()));
         } else if (word == kindOption) {
             result.kind = kindNamed(i + 1 < words.size() ? std::string_view(words[++i]) : std::string_view());
+        } else if (word == "--background") {
+            result.background = true;
+        } else if (word == "--settings") {
+            result.settings = true;
+        } else if (word == "--verbose") {
+            result.verbose = true;
+        } else if (word == "-ToolWindowsDebug") {
+            // Its tool and files, up to the next option, are not for a wheel.
+            while (i + 1 < words.size() && !words[i + 1].starts_with('-'))
+                ++i;
         } else if (word.starts_with("--")) {
             throw std::invalid_argument("There is no option " + words[i] + ".");
         } else {

@@ -1,9 +1,13 @@
 #include "App/AppDelegate.h"
 #include "App/LaunchArguments.h"
+#include "App/SingleInstance.h"
+#include "App/TerminationSignals.h"
 #include "Settings/Preferences.h"
+#include "Support/JournalLog.h"
 #include "Support/Platform/Platform.h"
 
 #include <QApplication>
+#include <QIcon>
 
 #include <cstdio>
 #include <stdexcept>
@@ -13,6 +17,15 @@
 namespace {
 
 constexpr int exitUsage = 2;
+
+void nameApplication()
+{
+    QApplication::setApplicationName(QStringLiteral("pelgra"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Pelgra"));
+    QApplication::setDesktopFileName(QStringLiteral("org.pelgra.Pelgra"));
+    QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("org.pelgra.Pelgra")));
+    QApplication::setQuitOnLastWindowClosed(false);
+}
 
 } // namespace
 
@@ -28,16 +41,31 @@ int main(int argumentCount, char** argumentVector)
         std::fprintf(stderr, "pelgra: %s\n", problem.what());
         return exitUsage;
     }
+    JournalLog::install(arguments.verbose);
 
     QApplication application(argumentCount, argumentVector);
-    QApplication::setApplicationName(QStringLiteral("pelgra"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Pelgra"));
-    QApplication::setQuitOnLastWindowClosed(false);
+    nameApplication();
+    const bool isTestHost = qEnvironmentVariableIsSet("XCTestConfigurationFilePath");
+    SingleInstance instance;
+    if (!isTestHost && instance.isAnotherRunning()) {
+        // Started with the session while it is running already: nobody asked to see anything.
+        if (arguments.background || instance.forward(arguments.kind, arguments.files))
+            return 0;
+    }
     const std::unique_ptr<Platform> platform = Platform::forThisSession();
     AppDelegate delegate(Preferences::shared(), *platform);
-    if (arguments.files.empty())
-        delegate.applicationDidFinishLaunching();
-    else
+    onTerminationSignal(&delegate, [&delegate] { delegate.terminate(); });
+    if (!arguments.files.empty()) {
         delegate.showWheelAlone(arguments.kind, arguments.files);
+    } else {
+        instance.onOpen = [&delegate](WheelKind kind, const SingleInstance::Files& files) {
+            delegate.open(kind, files);
+        };
+        if (!isTestHost)
+            instance.claim();
+        delegate.applicationDidFinishLaunching();
+        if (arguments.settings)
+            delegate.open(arguments.kind, {});
+    }
     return QApplication::exec();
 }

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "Wheel/WheelKind.h"
+
+#include <QByteArrayList>
+#include <QObject>
+
+#include <filesystem>
+#include <functional>
+#include <vector>
+
+namespace Pelgra {
+
+/// Keeps one process of Pelgra in a session, by a name on the session bus. A second start hands its wish to the first.
+/// Without a session bus every process is the first. Main thread.
+class SingleInstance : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.pelgra.Pelgra")
+
+public:
+    using Files = std::vector<std::filesystem::path>;
+
+    explicit SingleInstance(QObject* parent = nullptr);
+
+    /// Whether another process is there already.
+    bool isAnotherRunning() const;
+
+    /// Becomes the one. False when another was faster.
+    bool claim();
+
+    /// Asks the other process for a wheel, or without files for the settings. False when it didn’t answer.
+    bool forward(WheelKind kind, const Files& files) const;
+
+    /// Another start asked for this.
+    std::function<void(WheelKind kind, const Files& files)> onOpen;
+
+public Q_SLOTS:
+    /// Called over the bus: the kind is "convert" or "tools", files are absolute paths as bytes.
+    Q_SCRIPTABLE void Open(const QString& kind, const QByteArrayList& files);
+};
+
+} // namespace Pelgra
