@@ -6,6 +6,8 @@
 
 using namespace Pelgra;
 
+Q_DECLARE_METATYPE(std::vector<float>)
+
 namespace {
 
 /// Characters of 10 points, each 5 wide, from a place on a baseline; drawn to the left they stand ever further left.
@@ -69,6 +71,28 @@ private Q_SLOTS:
     {
         QCOMPARE(textOf({piece(U"one "), piece(U"two", 25)}), QByteArray("one two"));
         QCOMPARE(textOf({piece(U"one"), piece(U" two", 20)}), QByteArray("one two"));
+    }
+
+    void keepsOneBlankBetweenWords() { QCOMPARE(textOf({piece(U"  one   two  ")}), QByteArray("  one two")); }
+
+    void leavesALineEmptyBetweenParagraphs_data()
+    {
+        QTest::addColumn<std::vector<float>>("baselines");
+        QTest::addColumn<QByteArray>("text");
+        using Baselines = std::vector<float>;
+        QTest::newRow("few lines") << Baselines{100, 112, 130} << QByteArray("x\nx\n\nx");
+        QTest::newRow("room after a paragraph") << Baselines{100, 112, 124, 141, 153} << QByteArray("x\nx\nx\n\nx\nx");
+        QTest::newRow("double spacing") << Baselines{100, 124, 148, 172, 196, 220} << QByteArray("x\nx\nx\nx\nx\nx");
+        QTest::newRow("new column") << Baselines{300, 312, 324, 336, 100, 112} << QByteArray("x\nx\nx\nx\nx\nx");
+    }
+    void leavesALineEmptyBetweenParagraphs()
+    {
+        QFETCH(std::vector<float>, baselines);
+        QFETCH(QByteArray, text);
+        std::vector<TextPiece> pieces;
+        for (const float baseline : baselines)
+            pieces.push_back(piece(U"x", baseline < 200 ? 300 : 0, baseline));
+        QCOMPARE(textOf(pieces), text);
     }
 
     void keepsDirectionsApart()
@@ -163,7 +187,7 @@ private Q_SLOTS:
 
     void readsLinesOfBothDirectionsAsThePageReads()
     {
-        const auto mixed = piece(U"test דגבא", 0, 130);
+        const auto mixed = piece(U"test דגבא", 0, 112);
         QCOMPARE(textOf({piece(U"A page of English text"), mixed}),
                  QByteArray("A page of English text\n") + utf8(U"test אבגד"));
         QCOMPARE(textOf({piece(U"דגבא דגבא"), mixed}), utf8(U"אבגד אבגד\nאבגד test"));

@@ -17,10 +17,19 @@ using TextExtraction::Line;
 constexpr float largestBaselineStep = 0.35F;
 constexpr float largestOverlap = 0.5F;
 constexpr float largestGap = 2.5F;
+/// Cosine of the largest angle between two directions that count as one.
+constexpr float sameDirection = 0.999F;
 /// From this gap on there is a space, in font sizes; between letters of a word there is less.
 constexpr float smallestSpace = 0.15F;
 /// A soft hyphen narrower than this is not visible.
 constexpr float smallestHyphen = 0.1F;
+/// Between paragraphs there is this much more room than between the lines of one.
+constexpr float paragraphStep = 1.35F;
+/// From line to line in font sizes, where a page has too few lines to tell; and the steps that may be such at all.
+constexpr float usualStep = 1.3F;
+constexpr float smallestStep = 0.7F;
+constexpr float largestStep = 3.5F;
+constexpr std::size_t fewestSteps = 4;
 /// With this share of unknown characters a text layer is worth nothing.
 constexpr double unreadableShare = 0.3;
 
@@ -95,9 +104,9 @@ bool hasRightToLeft(std::span<const PlacedCharacter> characters)
 bool continues(const VisualLine& line, const TextPiece& piece, const Extent& extent)
 {
     const float size = std::max(line.size, extent.size);
-    const bool sameDirection = line.directionX * piece.directionX + line.directionY * piece.directionY > 0.999F
+    const bool isAlong = line.directionX * piece.directionX + line.directionY * piece.directionY > sameDirection
         && line.isVertical == piece.isVertical;
-    if (!sameDirection || std::abs(piece.baseline - line.baseline) > largestBaselineStep * size)
+    if (!isAlong || std::abs(piece.baseline - line.baseline) > largestBaselineStep * size)
         return false;
     float gap = extent.start - line.end;
     // Right-to-left text may be drawn in the order it is read, each piece left of the one before.
@@ -164,10 +173,50 @@ bool isLineEndHyphen(char32_t code)
     return code == Unicode::softHyphen || code == 0x2010;
 }
 
+bool runsAlong(const VisualLine& line, const VisualLine& other)
+{
+    return line.directionX * other.directionX + line.directionY * other.directionY > sameDirection
+        && line.isVertical == other.isVertical;
+}
+
+/// The way down from one line to the next in font sizes of the larger; negative where a column begins.
+float stepBetween(const VisualLine& line, const VisualLine& next)
+{
+    return (next.baseline - line.baseline) / std::max({line.size, next.size, 0.1F});
+}
+
+/// The usual step from line to line of the page.
+float lineStepOf(std::span<const VisualLine> lines)
+{
+    std::vector<float> steps;
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+        const float step = stepBetween(lines[i - 1], lines[i]);
+        if (runsAlong(lines[i - 1], lines[i]) && step > smallestStep && step < largestStep)
+            steps.push_back(step);
+    }
+    if (steps.size() < fewestSteps)
+        return usualStep;
+    const auto middle = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
+    std::ranges::nth_element(steps, middle);
+    return *middle;
+}
+
 void dropTrailingBlanks(std::vector<PlacedCharacter>& characters)
 {
     while (!characters.empty() && Unicode::isBlank(characters.back().code))
         characters.pop_back();
+}
+
+/// Justified text has a blank and more room after it. Blanks at the start of a line are its indentation.
+void dropDoubledBlanks(std::vector<PlacedCharacter>& characters)
+{
+    const auto isBlank = [](const PlacedCharacter& character) {
+        return Unicode::isBlank(character.code);
+    };
+    const auto text = std::ranges::find_if_not(characters, isBlank);
+    const auto end = std::unique(text, characters.end(),
+                                 [&](const auto& left, const auto& right) { return isBlank(left) && isBlank(right); });
+    characters.erase(end, characters.end());
 }
 
 /// What is left for a reader: soft hyphens resolved, invisible characters gone.
@@ -175,6 +224,7 @@ void makeReadable(std::vector<PlacedCharacter>& characters)
 {
     std::erase_if(characters, [](const PlacedCharacter& character) { return isInvisible(character.code); });
     dropTrailingBlanks(characters);
+    dropDoubledBlanks(characters);
     if (!characters.empty() && isLineEndHyphen(characters.back().code))
         characters.back().code = U'-';
     std::erase_if(characters, [](const PlacedCharacter& character) {
@@ -207,9 +257,14 @@ std::vector<Line> linesFrom(std::span<const TextPiece> pieces)
 {
     std::vector<VisualLine> visualLines = visualLinesFrom(pieces);
     const bool pageIsRightToLeft = isMostlyRightToLeft(visualLines);
+    const float paragraphGap = paragraphStep * lineStepOf(visualLines);
     std::vector<Line> lines;
     lines.reserve(visualLines.size());
+    const VisualLine* previous = nullptr;
     for (VisualLine& line : visualLines) {
+        if (previous && runsAlong(*previous, line) && stepBetween(*previous, line) > paragraphGap)
+            lines.emplace_back();
+        previous = &line;
         if (!line.isVertical && hasRightToLeft(line.characters))
             line.characters = inReadingOrder(std::move(line.characters), pageIsRightToLeft);
         makeReadable(line.characters);

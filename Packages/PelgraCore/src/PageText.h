@@ -27,7 +27,8 @@ struct TextPiece {
 };
 
 /// The lines of a page: pieces of one visual line put together with spaces where there are gaps, right-to-left text in
-/// reading order, and only characters a reader can use.
+/// reading order, only characters a reader can use, and an empty line where there is more room than between the lines
+/// of a paragraph.
 std::vector<TextExtraction::Line> linesFrom(std::span<const TextPiece> pieces);
 
 /// Whether the lines hold the page's text. Not when they are blank, nor when the fonts do not tell what most of the
