@@ -148,6 +148,17 @@ class Display:
         X.XGetInputFocus(self.display, byref(window), byref(revert))
         return window.value
 
+    def is_viewable(self, window):
+        attributes = self.attributes(window)
+        return attributes is not None and attributes.map_state == VIEWABLE
+
+    def pixel(self, point):
+        """The colour (0xRRGGBB) of a point of the screen."""
+        image = X.XGetImage(self.display, self.root, int(point[0]), int(point[1]), 1, 1, ALL_PLANES, PLAIN_IMAGE_FORMAT)
+        colour = X.XGetPixel(image, 0, 0) & 0xFFFFFF
+        X.XDestroyImage(image)
+        return colour
+
     def pixels(self, window, points):
         """The colours (0xRRGGBB) of points inside a window."""
         attributes = self.attributes(window)

@@ -32,7 +32,7 @@ public:
     virtual ModifierFlags modifierFlags() const = 0;
 
     /// The dragged files in the source's order, links as they are; empty until they are known, and for drags that
-    /// hold no file. The first call for a new change count begins to read.
+    /// hold no file.
     virtual std::vector<std::filesystem::path> fileURLs() = 0;
 
     /// Where the pointer is now, in Qt's global logical coordinates (y down).

@@ -1,5 +1,6 @@
 #include "Support/Platform/X11/DraggedFilesReader.h"
 
+#include "Support/Logging.h"
 #include "Support/Platform/UriList.h"
 
 #include <algorithm>
@@ -18,14 +19,16 @@ constexpr auto longestWait = 15s;
 /// Pause between rounds for a drag that holds no files, or not yet.
 constexpr auto pauseBetweenRounds = 250ms;
 
-constexpr std::size_t rememberedMotionTimes = 24;
+/// The time wanted is that of the latest movement over a window that takes drops, so it is among the newest.
+constexpr int mostMotionTimes = 48;
 constexpr int deepestWindow = 12;
 
 } // namespace
 
-void DraggedFilesReader::begin()
+void DraggedFilesReader::begin(xcb_timestamp_t time)
 {
     stop();
+    m_begin = time;
     ask(Stage::plain, m_connection.atoms().uriList, XCB_CURRENT_TIME, m_connection.root());
 }
 
@@ -33,7 +36,6 @@ void DraggedFilesReader::stop()
 {
     m_stage = Stage::off;
     m_request.reset();
-    m_motionTimes.clear();
     m_untried.clear();
     m_askedForTargets = false;
     m_knowsNoFiles = false;
@@ -59,18 +61,6 @@ void DraggedFilesReader::handle(const xcb_generic_event_t& event)
         evaluate();
 }
 
-void DraggedFilesReader::addMotionTime(xcb_timestamp_t time)
-{
-    m_motionTimes.push_front(time);
-    if (m_motionTimes.size() > rememberedMotionTimes)
-        m_motionTimes.pop_back();
-}
-
-bool DraggedFilesReader::wantsMotionTimes() const
-{
-    return !m_knowsNoFiles && m_stage != Stage::off && m_stage != Stage::known && m_stage != Stage::givenUp;
-}
-
 void DraggedFilesReader::ask(Stage stage, xcb_atom_t target, xcb_timestamp_t time, xcb_window_t parent)
 {
     m_stage = stage;
@@ -81,6 +71,8 @@ void DraggedFilesReader::ask(Stage stage, xcb_atom_t target, xcb_timestamp_t tim
 void DraggedFilesReader::evaluate()
 {
     const std::unique_ptr<SelectionRequest> request = std::move(m_request);
+    qCDebug(dragLog, "Source answered: stage %d, granted %d, %zu byte(s)", static_cast<int>(m_stage),
+            request->state() == SelectionRequest::State::granted, request->data().size());
     if (request->state() == SelectionRequest::State::refused) {
         tryNext();
         return;
@@ -122,7 +114,7 @@ void DraggedFilesReader::tryNext()
         }
         [[fallthrough]];
     case Stage::underPointer:
-        m_untried.assign(m_motionTimes.rbegin(), m_motionTimes.rend());
+        m_untried = motionTimes();
         [[fallthrough]];
     case Stage::motionTimes:
         tryNextMotionTime();
@@ -157,6 +149,23 @@ bool DraggedFilesReader::offersNoFiles(const std::string& targets) const
     std::vector<xcb_atom_t> atoms(targets.size() / sizeof(xcb_atom_t));
     std::memcpy(atoms.data(), targets.data(), atoms.size() * sizeof(xcb_atom_t));
     return std::ranges::find(atoms, m_connection.atoms().uriList) == atoms.end();
+}
+
+std::vector<xcb_timestamp_t> DraggedFilesReader::motionTimes() const
+{
+    const XcbOwned<xcb_get_motion_events_reply_t> history(xcb_get_motion_events_reply(
+        m_connection.get(), xcb_get_motion_events(m_connection.get(), m_connection.root(), m_begin, XCB_CURRENT_TIME),
+        nullptr));
+    std::vector<xcb_timestamp_t> times;
+    if (!history)
+        return times;
+    const xcb_timecoord_t* movements = xcb_get_motion_events_events(history.get());
+    const int count = xcb_get_motion_events_events_length(history.get());
+    for (int i = std::max(0, count - mostMotionTimes); i < count; ++i) {
+        if (times.empty() || times.back() != movements[i].time)
+            times.push_back(movements[i].time);
+    }
+    return times;
 }
 
 std::optional<xcb_window_t> DraggedFilesReader::awareWindowUnderPointer() const

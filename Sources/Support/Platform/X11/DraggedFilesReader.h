@@ -3,7 +3,6 @@
 #include "Support/Platform/X11/SelectionRequest.h"
 
 #include <chrono>
-#include <deque>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -24,8 +23,8 @@ public:
     {
     }
 
-    /// A new drag: forgets everything and asks.
-    void begin();
+    /// A new drag, begun at this time of the server: forgets everything and asks.
+    void begin(xcb_timestamp_t time);
 
     /// The drag is over or of no interest.
     void stop();
@@ -34,12 +33,6 @@ public:
     void proceed();
 
     void handle(const xcb_generic_event_t& event);
-
-    /// The pointer moved at this time of the server.
-    void addMotionTime(xcb_timestamp_t time);
-
-    /// False once the answer is known or nothing can be done: motion times are of no use then.
-    bool wantsMotionTimes() const;
 
     /// Empty until they are known.
     const std::vector<std::filesystem::path>& files() const { return m_files; }
@@ -53,13 +46,14 @@ private:
     void tryNextMotionTime();
     void rest(std::chrono::milliseconds duration);
     bool offersNoFiles(const std::string& targets) const;
+    std::vector<xcb_timestamp_t> motionTimes() const; ///< of the pointer since the drag began, newest last
     std::optional<xcb_window_t> awareWindowUnderPointer() const;
 
     XcbConnection& m_connection;
     Stage m_stage = Stage::off;
     std::unique_ptr<SelectionRequest> m_request;
-    std::deque<xcb_timestamp_t> m_motionTimes; ///< newest first
-    std::vector<xcb_timestamp_t> m_untried;
+    xcb_timestamp_t m_begin = XCB_CURRENT_TIME;
+    std::vector<xcb_timestamp_t> m_untried; ///< newest last
     bool m_askedForTargets = false;
     bool m_knowsNoFiles = false; ///< the source listed its types, and files are not among them
     std::chrono::steady_clock::time_point m_restUntil;

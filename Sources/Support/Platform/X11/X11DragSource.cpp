@@ -1,5 +1,6 @@
 #include "Support/Platform/X11/X11DragSource.h"
 
+#include "Support/Logging.h"
 #include "Support/Platform/X11/XkbHeader.h"
 
 #include <xcb/xinput.h>
@@ -51,6 +52,20 @@ void X11DragSource::watchAlways()
 
 void X11DragSource::refresh()
 {
+    // Count and button must be of one moment: taken before a drag began and told after it, "button up" would end it.
+    std::int64_t countBefore = 0;
+    do {
+        countBefore = m_changeCount;
+        takeSample();
+    } while (m_changeCount != countBefore);
+    m_hasNews = false;
+    if (m_isDragging && !m_buttonDown)
+        dragEnded();
+    m_reader.proceed();
+}
+
+void X11DragSource::takeSample()
+{
     // A round trip to the server alone: it never waits for a client, and takes some 0.1 ms.
     const XcbOwned<xcb_query_pointer_reply_t> pointer(xcb_query_pointer_reply(
         m_connection.get(), xcb_query_pointer(m_connection.get(), m_connection.root()), nullptr));
@@ -59,33 +74,19 @@ void X11DragSource::refresh()
         m_latestModifiers = pointer->mask & modifierMask;
     if (drain)
         drain();
-    m_hasNews = false;
     if (!pointer)
         return;
     if (m_keyboardChanged && m_isDragging)
         resolveKeyboard();
-    const bool wasDown = m_buttonDown;
-    m_buttonDown = (pointer->mask & XCB_BUTTON_MASK_1) != 0;
-    m_flags = m_modifierMap.flagsOf(pointer->mask | m_pressedSinceSample);
-    m_pressedSinceSample = 0;
+    const bool wasDown = std::exchange(m_buttonDown, (pointer->mask & XCB_BUTTON_MASK_1) != 0);
     if (wasDown && !m_buttonDown)
         m_buttonReleased = std::chrono::steady_clock::now();
-    if (m_isDragging && !m_buttonDown)
-        dragEnded();
-    if (m_isReading)
-        m_reader.proceed();
+    m_flags = m_modifierMap.flagsOf(pointer->mask | std::exchange(m_pressedSinceSample, 0U));
 }
 
 std::vector<std::filesystem::path> X11DragSource::fileURLs()
 {
-    if (m_isCancelled)
-        return {};
-    if (!m_isReading) {
-        m_isDragging = true;
-        m_isReading = true;
-        m_reader.begin();
-    }
-    return m_reader.files();
+    return m_isCancelled ? std::vector<std::filesystem::path>() : m_reader.files();
 }
 
 QPoint X11DragSource::pointer() const
@@ -113,11 +114,10 @@ void X11DragSource::handle(const xcb_generic_event_t& event)
         handleKeyboard(event);
     } else if (extensions.hasInput && type == XCB_GE_GENERIC) {
         handleInput(event);
-    } else if (m_isReading) {
+    } else {
         const bool hadFiles = !m_reader.files().empty();
         m_reader.handle(event);
         m_hasNews = m_hasNews || (!hadFiles && !m_reader.files().empty());
-        watchRawEvents(true, m_reader.wantsMotionTimes());
     }
 }
 
@@ -126,23 +126,24 @@ void X11DragSource::dragBegan(const xcb_xfixes_selection_notify_event_t& event)
     if (event.selection != m_connection.atoms().xdndSelection || event.owner == XCB_WINDOW_NONE)
         return;
     m_reader.stop();
-    m_isReading = false;
     // Waiting for ourselves would be fatal, and the files of our own windows are no input of the wheel.
     if (XcbConnection::isWindowOf(event.owner, m_ownSetup))
         return;
     ++m_changeCount;
+    qCDebug(dragLog, "Drag %lld begun by window 0x%x", static_cast<long long>(m_changeCount), event.owner);
     m_isCancelled = false;
     m_isDragging = true;
     m_pressedSinceSample = 0;
     if (m_keyboardChanged)
         resolveKeyboard();
     watchTheDrag(true);
+    // At once, while a source of Qt 6 has most likely not spoken to a drop target yet.
+    m_reader.begin(event.selection_timestamp);
 }
 
 void X11DragSource::dragEnded()
 {
     m_isDragging = false;
-    m_isReading = false;
     m_reader.stop();
     watchTheDrag(false);
 }
@@ -156,23 +157,15 @@ void X11DragSource::watchTheDrag(bool watch)
         xcb_xkb_select_events_aux(m_connection.get(), XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_EVENT_TYPE_STATE_NOTIFY, 0, 0, 0,
                                   0, &details);
     }
-    watchRawEvents(watch, watch);
-}
-
-void X11DragSource::watchRawEvents(bool keys, bool motion)
-{
-    if (!m_connection.extensions().hasInput || (keys == m_watchesKeys && motion == m_watchesMotion))
+    if (!m_connection.extensions().hasInput)
         return;
-    m_watchesKeys = keys;
-    m_watchesMotion = motion;
     struct {
         xcb_input_event_mask_t head;
         std::uint32_t mask;
     } selection = {};
     selection.head.deviceid = XCB_INPUT_DEVICE_ALL_MASTER;
     selection.head.mask_len = 1;
-    selection.mask = (keys ? unsigned{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS} : 0U)
-        | (motion ? unsigned{XCB_INPUT_XI_EVENT_MASK_RAW_MOTION} : 0U);
+    selection.mask = watch ? unsigned{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS} : 0U;
     xcb_input_xi_select_events(m_connection.get(), m_connection.root(), 1, &selection.head);
     m_connection.flush();
 }
@@ -203,9 +196,7 @@ void X11DragSource::handleInput(const xcb_generic_event_t& event)
     const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
     if (generic.extension != m_connection.extensions().inputOpcode || !m_isDragging)
         return;
-    if (generic.event_type == XCB_INPUT_RAW_MOTION) {
-        m_reader.addMotionTime(reinterpret_cast<const xcb_input_raw_motion_event_t&>(event).time);
-    } else if (generic.event_type == XCB_INPUT_RAW_KEY_PRESS) {
+    if (generic.event_type == XCB_INPUT_RAW_KEY_PRESS) {
         const auto& key = reinterpret_cast<const xcb_input_raw_key_press_event_t&>(event);
         if (!m_isCancelled && std::ranges::find(m_escapeKeycodes, key.detail) != m_escapeKeycodes.end()) {
             m_isCancelled = true;

@@ -17,7 +17,7 @@ namespace Pelgra {
 /// A drag begins when a client takes the XDND selection; the XFixes extension reports it even where the same window
 /// takes it again. Button and modifiers come from a query of the pointer, which holds during other clients' grabs.
 /// A modifier tapped between two samples would be missed, so the XKB extension's report of the press is kept for the
-/// next one. While a drag is under way raw key and motion events are watched too: Escape, and the reader's times.
+/// next one. While a drag is under way raw key presses are watched too, for Escape.
 class X11DragSource final : public DragSource {
 public:
     /// `ownSetup` is that of the connection that this process drags with (Qt's), or null.
@@ -47,9 +47,9 @@ public:
     std::function<void()> drain;
 
 private:
+    void takeSample();
     void watchAlways();
     void watchTheDrag(bool watch);
-    void watchRawEvents(bool keys, bool motion);
     void resolveKeyboard();
     void dragBegan(const xcb_xfixes_selection_notify_event_t& event);
     void dragEnded();
@@ -70,10 +70,7 @@ private:
     unsigned m_latestModifiers = 0; ///< X modifier mask of the latest XKB report
     unsigned m_pressedSinceSample = 0; ///< X modifier bits
 
-    bool m_watchesKeys = false;
-    bool m_watchesMotion = false;
     bool m_isDragging = false;
-    bool m_isReading = false;
     bool m_isCancelled = false;
     bool m_hasNews = false;
     std::chrono::steady_clock::time_point m_buttonReleased;
