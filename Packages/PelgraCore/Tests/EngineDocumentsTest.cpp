@@ -1,8 +1,5 @@
 #include "PelgraCore/Engine.h"
 
-#include "DocumentsModule.h"
-#include "ModuleLoader.h"
-#include "Support/MemorySink.h"
 #include "Support/PDFInspection.h"
 #include "Support/PDFSamples.h"
 #include "Support/TemporaryFolder.h"
@@ -18,7 +15,7 @@ namespace {
 using Path = std::filesystem::path;
 
 /// Three pages with links 1→3 (explicit), 3→1 (by name) and 2→2 (an action), and an outline of a chapter for each.
-std::string linkedDocument(const std::string& title = "Linked")
+std::string linkedDocument()
 {
     PDFBuilder builder;
     const int links[] = {builder.reserve(), builder.reserve(), builder.reserve()};
@@ -45,7 +42,7 @@ std::string linkedDocument(const std::string& title = "Linked")
                     + reference(builder.pageObject(1)) + " /Fit] >> >>");
     builder.addToCatalog("/Outlines " + reference(outline) + " /Names << /Dests << /Names [(first) << /D ["
                          + reference(builder.pageObject(0)) + " /Fit] >>] >> >> /Lang (en-GB)");
-    builder.addToTrailer("/Info " + reference(builder.add("<< /Title (" + title + ") >>")));
+    builder.addToTrailer("/Info " + reference(builder.add("<< /Title (Linked) >>")));
     return builder.build();
 }
 
@@ -270,40 +267,6 @@ private Q_SLOTS:
                  QStringLiteral(R"([0,{"/S":"/D"},2,{"/S":"/r"},4,{"/P":"u:A-","/S":"/D","/St":5}])"));
     }
 
-    void nothingSharedIsCopiedTwice()
-    {
-        TemporaryFolder folder;
-        constexpr int pageCount = 30;
-        PDFBuilder builder;
-        std::string images;
-        for (int index = 0; index < pageCount; ++index) {
-            std::string noise(20000, '\0');
-            unsigned state = static_cast<unsigned>(index) * 7919 + 1;
-            for (char& byte : noise)
-                byte = static_cast<char>((state = state * 1664525 + 1013904223) >> 24);
-            images += "/I" + std::to_string(index) + " "
-                + reference(builder.addStream(noise,
-                                              "/Type /XObject /Subtype /Image /Width 200 /Height 100 "
-                                              "/BitsPerComponent 8 /ColorSpace /DeviceGray"))
-                + " ";
-        }
-        const int shared = builder.add("<< " + images + ">>");
-        for (int index = 0; index < pageCount; ++index)
-            builder.addPage({"q 200 0 0 100 72 500 cm /I" + std::to_string(index) + " Do Q", "[0 0 612 792]", "",
-                             "/XObject " + reference(shared)});
-        const Path file = folder.write("images.pdf", builder.build());
-        const auto size = static_cast<double>(std::filesystem::file_size(file));
-        QVERIFY(static_cast<double>(std::filesystem::file_size(merged({file, file}))) < 1.1 * size);
-
-        double total = 0;
-        const Path pages = Engine::splitPDF(file).outputs.front();
-        for (const auto& page : std::filesystem::directory_iterator(pages))
-            total += static_cast<double>(page.file_size());
-        QVERIFY2(total < 1.3 * size, qPrintable(QString::number(total / size)));
-        const InspectedPDF last(pages / "images 30.pdf");
-        QCOMPARE(last.at(last.page(0), "/Resources", "/XObject").toObject().keys(), QStringList{"/I29"});
-    }
-
     void rotationsSnapToQuarterTurns()
     {
         TemporaryFolder folder;
@@ -339,6 +302,15 @@ private Q_SLOTS:
         QCOMPARE(document.at(page, "/Resources", "/XObject", "/Page", "/BBox").toArray(),
                  QJsonArray({100, 100, 500, 700}));
         QCOMPARE(document.at(document.page(1), "/MediaBox").toArray(), QJsonArray({0, 0, 300, 500}));
+    }
+
+    void uniformWidthHoldsForReadersThatScalePages()
+    {
+        TemporaryFolder folder;
+        const Path file = folder.write("a.pdf", plainDocument(2, "/UserUnit 2"));
+        const InspectedPDF document(organised(file, edits({1, 0}), true));
+        QVERIFY(!document.page(0).toObject().contains("/UserUnit"));
+        QCOMPARE(InspectedPDF(organised(file, edits({0}))).page(0).toObject().value("/UserUnit").toInt(), 2);
     }
 
     void tagsFollowTheirPages()
@@ -378,103 +350,6 @@ private Q_SLOTS:
         const QJsonValue kept = part.at(part.catalog(), "/StructTreeRoot", "/K", 0);
         QCOMPARE(part.at(kept, "/K").toArray().size(), 2); // the paragraph of the page, and the cell
         QCOMPARE(part.at(kept, "/K", 0, "/Pg"), part.page(0));
-    }
-
-    void hostileTreesEnd()
-    {
-        TemporaryFolder folder;
-        PDFBuilder builder;
-        const int page = builder.addPage({});
-        const int entry = builder.reserve();
-        builder.set(entry,
-                    "<< /Title (Round) /Next " + reference(entry) + " /First " + reference(entry) + " /Dest ["
-                        + reference(page) + " /Fit] >>");
-        const int names = builder.reserve();
-        builder.set(names, "<< /Kids [" + reference(names) + " " + reference(names) + "] >>");
-        const int field = builder.reserve();
-        builder.set(field, "<< /T (f) /FT /Tx /Parent " + reference(field) + " /Kids [" + reference(field) + "] >>");
-        builder.addToCatalog("/Outlines << /First " + reference(entry) + " >> /Names << /Dests " + reference(names)
-                             + " /EmbeddedFiles " + reference(names) + " >> /PageLabels " + reference(names)
-                             + " /AcroForm << /Fields [" + reference(field) + "] >>");
-        builder.set(2, "<< /Type /Pages /Count 1410065407 /Kids [2 0 R " + reference(page) + " 2 0 R] >>");
-        const Path file = folder.write("round.pdf", builder.build());
-        QCOMPARE(module<DocumentsModule>(DocumentsModule::name).pageCount(file), 1);
-        const InspectedPDF document(merged({file}));
-        QCOMPARE(document.pageCount(), 1);
-        QCOMPARE(document.outline(), QStringLiteral("Round>0"));
-    }
-
-    void deepPageTreesEnd()
-    {
-        TemporaryFolder folder;
-        PDFBuilder builder;
-        const int page = builder.addPage({});
-        int node = page;
-        for (int depth = 0; depth < 20000; ++depth)
-            node = builder.add("<< /Type /Pages /Count 1 /Kids [" + reference(node) + "] >>");
-        builder.set(2, "<< /Type /Pages /Count 1 /Kids [" + reference(node) + "] >>");
-        QCOMPARE(InspectedPDF(merged({folder.write("deep.pdf", builder.build())})).pageCount(), 1);
-    }
-
-    void onlyTheEmptyPasswordOpens()
-    {
-        TemporaryFolder folder;
-        const Path plain = folder.write("plain.pdf", linkedDocument("Secret"));
-        const auto encrypted = [&](const char* name, const char* password) {
-            const Path file = folder / name;
-            const QStringList arguments{"--encrypt", password, "owner", "256", "--", plain.c_str(), file.c_str()};
-            if (QProcess::execute("qpdf", arguments) != 0)
-                throw std::runtime_error("qpdf cannot encrypt");
-            return file;
-        };
-        const InspectedPDF document(merged({encrypted("open.pdf", "")}));
-        QVERIFY(!document.trailer().contains("/Encrypt"));
-        QCOMPARE(document.at(document.trailer(), "/Info", "/Title").toString(), QStringLiteral("u:Secret"));
-        const Path locked = encrypted("locked.pdf", "user");
-        QVERIFY(failureOf([&] { Engine::splitPDF(locked); }) == EngineError::Cause(EngineError::Unreadable{locked}));
-        QCOMPARE(module<DocumentsModule>(DocumentsModule::name).pageCount(locked), 0);
-    }
-
-    void aFileWithoutTrailerIsRepaired()
-    {
-        TemporaryFolder folder;
-        std::string content = plainDocument(2);
-        content.resize(content.rfind("xref\n0"));
-        QCOMPARE(InspectedPDF(merged({folder.write("cut.pdf", content)})).pageCount(), 2);
-    }
-
-    void aFullDiskIsNoticed()
-    {
-        TemporaryFolder folder;
-        const std::vector<Path> files{folder.write("a.pdf", plainDocument(20))};
-        const DocumentsModule& documents = module<DocumentsModule>(DocumentsModule::name);
-        for (const std::size_t capacity : {std::size_t{0}, std::size_t{500}, std::size_t{1500}}) {
-            MemorySink sink(capacity);
-            QVERIFY_EXCEPTION_THROWN(documents.merge(files, {})->write(sink), StorageError);
-            MemorySink pageSink(std::min(capacity, std::size_t{100}));
-            QVERIFY_EXCEPTION_THROWN(documents.split(files.front())->writePage(0, pageSink), StorageError);
-        }
-        MemorySink sink;
-        documents.merge(files, {})->write(sink);
-        QVERIFY(sink.bytes().size() > 1500);
-    }
-
-    void aStopLeavesNothingBehind()
-    {
-        TemporaryFolder folder;
-        const Path file = folder.write("a.pdf", plainDocument(40));
-        std::stop_source stop;
-        std::vector<int> totals;
-        JobControl control;
-        control.stop = stop.get_token();
-        control.progress = [&](int, int total) {
-            totals.push_back(total);
-            stop.request_stop();
-        };
-        QVERIFY_EXCEPTION_THROWN(Engine::mergePDFs(std::vector<Path>{file, file}, control), JobCancelled);
-        QCOMPARE(totals, std::vector<int>{80});
-        QVERIFY_EXCEPTION_THROWN(Engine::splitPDF(file, control), JobCancelled);
-        QCOMPARE(folder.names(), std::vector<std::string>{"a.pdf"});
     }
 
     void errorsNameTheirCause()

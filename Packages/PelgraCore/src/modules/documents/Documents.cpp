@@ -152,6 +152,11 @@ std::unique_ptr<AssembledDocument> organize(const std::filesystem::path& file, s
     reading(file, [&] {
         Input& input = document->assembly.addInput(source);
         document->assembly.addPages(input, requests, [&] { counter.pageDone(); });
+        if (uniformWidth) {
+            // The rule for widths does not count this factor; readers that do would show unequal widths.
+            for (PlacedPage& page : input.pages)
+                page.page.removeKey("/UserUnit");
+        }
         document->assembly.finish();
     });
     return document;
