@@ -78,6 +78,7 @@ private slots:
     void repairsCrossReferences();
     void refusesWhatIsNoDocument();
     void stopsInTheMiddleOfAPage();
+    void refusesAJpxThatClaimsTooMuch();
     void endsOnNestedInput_data();
     void endsOnNestedInput();
 };
@@ -379,6 +380,41 @@ void PDFRenderingTest::stopsInTheMiddleOfAPage()
     QVERIFY(!renderer->drawRows(0, {3000, 3000}, 0, pixels, stop.get_token()));
     // The document is none the worse for it.
     QVERIFY(renderer->render(0, 0.1));
+}
+
+void PDFRenderingTest::refusesAJpxThatClaimsTooMuch()
+{
+    const auto number = [](unsigned value, int bytes) {
+        std::string text;
+        for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
+            text += static_cast<char>(value >> shift & 0xFF);
+        return text;
+    };
+    const auto segment = [&](unsigned marker, const std::string& body) {
+        return number(marker, 2) + number(static_cast<unsigned>(body.size()) + 2, 2) + body;
+    };
+    // One tile of 20,000 × 20,000 pixels in three components and no data: 4.8 GB to the decoder.
+    std::string size = number(0, 2);
+    for (const unsigned value : {20000U, 20000U, 0U, 0U, 20000U, 20000U, 0U, 0U})
+        size += number(value, 4);
+    size += number(3, 2) + number(0x070101, 3) + number(0x070101, 3) + number(0x070101, 3);
+    const std::string picture = number(0xFF4F, 2) + segment(0xFF51, size)
+        + segment(0xFF52,
+                  number(0, 1) + number(0, 1) + number(1, 2) + number(0, 1) + number(5, 1) + number(0x0404, 2)
+                      + number(1, 2))
+        + segment(0xFF5C, number(0x40, 1) + std::string(16, 'H'))
+        + segment(0xFF90, number(0, 2) + number(34, 4) + number(1, 2)) + number(0xFF93, 2) + std::string(20, '\x80')
+        + number(0xFFD9, 2);
+    PDFBuilder builder;
+    SamplePage page;
+    page.contents = "600 0 0 700 0 0 cm /Huge Do";
+    page.resources = "/XObject << /Huge "
+        + reference(builder.addStream(picture,
+                                      "/Type /XObject /Subtype /Image /Width 20000 /Height 20000 "
+                                      "/ColorSpace /DeviceRGB /BitsPerComponent 8 /Filter /JPXDecode"))
+        + " >>";
+    builder.addPage(page);
+    QVERIFY(!open(builder.build())->render(0, 1));
 }
 
 void PDFRenderingTest::endsOnNestedInput_data()

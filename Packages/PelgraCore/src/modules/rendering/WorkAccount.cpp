@@ -15,6 +15,8 @@ namespace {
 constexpr unsigned callsBetweenChecks = 32;
 constexpr auto white = std::byte{0xFF};
 
+thread_local WorkAccount* currentAccount = nullptr;
+
 /// Time the thread was really running: a busy machine takes nothing from a page's share.
 double processorSeconds()
 {
@@ -41,13 +43,20 @@ void WorkAccount::begin(std::stop_token stop, std::span<const std::byte> bitmap)
     m_stop = std::move(stop);
     m_bitmap = bitmap;
     m_isWorking = true;
+    currentAccount = this;
 }
 
 void WorkAccount::end()
 {
     m_isWorking = false;
+    currentAccount = nullptr;
     m_stop = {};
     m_bitmap = {};
+}
+
+WorkAccount* WorkAccount::current()
+{
+    return currentAccount;
 }
 
 void WorkAccount::checkTime()

@@ -37,6 +37,11 @@ public:
     bool isCutOff() const { return m_cookie.abort != 0 || m_ranOutOfMemory || m_refusedSize != 0; }
     fz_cookie* cookie() { return &m_cookie; }
 
+    /// The account whose piece of work is under way on this thread, or null: for decoders with memory of their own.
+    static WorkAccount* current();
+    /// Has the piece of work count as one that ran out of memory.
+    void noteRefusal() { m_ranOutOfMemory = true; }
+
 private:
     static constexpr double shortLimit = 8;
     static constexpr double longLimit = 60;

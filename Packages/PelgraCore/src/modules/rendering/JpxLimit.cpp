@@ -1,0 +1,41 @@
+#include "WorkAccount.h"
+
+#include <cstdint>
+
+#include <openjpeg.h>
+
+/// The decoder of JPEG 2000 takes its memory from the system, past the account: four bytes for each sample the header
+/// claims, however short the data. The linker puts this function between MuPDF and the decoder (--wrap), the only place
+/// where the header is known and nothing is allocated yet.
+extern "C" {
+OPJ_BOOL __real_opj_read_header(opj_stream_t* stream, opj_codec_t* codec, opj_image_t** image);
+OPJ_BOOL __wrap_opj_read_header(opj_stream_t* stream, opj_codec_t* codec, opj_image_t** image);
+}
+
+namespace {
+
+constexpr std::uint64_t bytesPerSample = 4;
+
+bool fitsMemory(const opj_image_t& image)
+{
+    std::uint64_t samples = 0;
+    for (OPJ_UINT32 index = 0; index < image.numcomps; ++index)
+        samples += std::uint64_t{image.comps[index].w} * image.comps[index].h;
+    return samples <= Pelgra::Rendering::WorkAccount::memoryLimit / bytesPerSample;
+}
+
+} // namespace
+
+OPJ_BOOL __wrap_opj_read_header(opj_stream_t* stream, opj_codec_t* codec, opj_image_t** image)
+{
+    if (!__real_opj_read_header(stream, codec, image))
+        return OPJ_FALSE;
+    if (fitsMemory(**image))
+        return OPJ_TRUE;
+    if (auto* const account = Pelgra::Rendering::WorkAccount::current())
+        account->noteRefusal();
+    // The caller frees an image only when it was told of success.
+    opj_image_destroy(*image);
+    *image = nullptr;
+    return OPJ_FALSE;
+}
