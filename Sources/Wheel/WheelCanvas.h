@@ -6,7 +6,7 @@ namespace Pelgra {
 
 class WheelView;
 
-/// Paints the wheel that its parent shows. Never the target of the pointer.
+/// Paints the wheel that its parent shows, and the backdrop below it. Never the target of the pointer.
 class WheelCanvas : public QWidget {
 public:
     explicit WheelCanvas(WheelView* owner);

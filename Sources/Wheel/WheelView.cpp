@@ -11,7 +11,6 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
-#include <QPainter>
 
 #include <utility>
 
@@ -155,12 +154,6 @@ void WheelView::dragEnded(bool buttonStillDown)
         onDragCancelled();
 }
 
-void WheelView::paintEvent(QPaintEvent*)
-{
-    QPainter painter(this);
-    WheelDrawing::paintBackdrop(painter, m_content, rect());
-}
-
 void WheelView::resizeEvent(QResizeEvent*)
 {
     m_canvas->setGeometry(rect());
@@ -265,7 +258,6 @@ void WheelView::scheduleActivation(const WheelPetal& petal, std::vector<std::fil
 
 void WheelView::repaintAll()
 {
-    update();
     m_canvas->update();
     if (onRegionsChanged)
         onRegionsChanged();

@@ -17,7 +17,7 @@ namespace Pelgra {
 class WheelCanvas;
 
 /// The wheel as a widget: it follows pointer, drag and keyboard, and says which petal was chosen. What it shows is
-/// painted by its backdrop (this widget) and its canvas (a child).
+/// painted by its canvas, a child.
 class WheelView : public QWidget, public DropTarget {
     Q_OBJECT
 
@@ -69,7 +69,6 @@ public:
     void dragEnded(bool buttonStillDown) override;
 
 protected:
-    void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void leaveEvent(QEvent* event) override;

@@ -191,7 +191,8 @@ bool take(WheelController& controller, const Case& wanted, const QDir& files, co
         panel->wheelView()->setHighlightedIndex(wanted.highlighted);
         if (!waitFor([&] { return panel->windowOpacity() == 1; }))
             return false;
-        const QImage shot = grabSettled(area);
+        QImage shot = grabSettled(area);
+        shot.setDevicePixelRatio(1);
         if (strip.isNull())
             strip = QImage(shot.width() * tileCount, shot.height(), QImage::Format_RGB32);
         QPainter(&strip).drawImage(i * shot.width(), 0, shot);
