@@ -138,6 +138,9 @@ int runJob(const Invocation& invocation, Console& console)
     control.progress = [&](int units, int total) {
         console.showProgress(units, total);
     };
+    control.warning = [&](std::string_view sentence) {
+        console.printMessage(sentence);
+    };
     control.published = [&](const JobResult& result) {
         console.printResult(result);
         ++done;

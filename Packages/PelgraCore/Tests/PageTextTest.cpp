@@ -206,10 +206,19 @@ private Q_SLOTS:
         TextPiece vowels = piece(U"גבא");
         vowels.characters.insert(vowels.characters.begin() + 2, {U'\u05B8', 7.5F, 7.5F, 10});
         QCOMPARE(textOf({vowels}), utf8(U"אב\u05B8ג"));
-        TextPiece ligature = piece(U"דא");
-        ligature.characters.push_back({U'ב', 10, 10, 10});
-        ligature.characters.push_back({U'ג', 10, 10, 10});
-        QCOMPARE(textOf({ligature}), utf8(U"אבגד"));
+        TextPiece ligature = piece(U"הדא");
+        ligature.characters.push_back({U'ב', 15, 15, 10});
+        ligature.characters.push_back({U'ג', 15, 15, 10});
+        QCOMPARE(textOf({ligature}), utf8(U"אבגדה"));
+    }
+
+    void trustsTextGivenToOneGlyphAsAWhole()
+    {
+        TextPiece whole = piece(U"א", 0);
+        for (const char32_t code : std::u32string_view(U"בג d"))
+            whole.characters.push_back({code, 5, 5, 10});
+        whole.characters.push_back({U'e', 5, 10, 10});
+        QCOMPARE(textOf({whole}), utf8(U"אבג de"));
     }
 
     void knowsWhenATextLayerIsWorthless()

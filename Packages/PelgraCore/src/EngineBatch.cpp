@@ -56,6 +56,7 @@ private:
     {
         JobControl control;
         control.stop = m_control.stop;
+        control.warning = m_control.warning;
         take(Engine::convert(m_files[m_results.size()], m_target, m_options, control));
     }
 

@@ -274,21 +274,25 @@ std::vector<Line> linesFrom(std::span<const TextPiece> pieces)
     return lines;
 }
 
-bool isReadable(std::span<const Line> lines)
+std::int64_t knownCharactersOf(std::string_view text)
 {
     std::int64_t known = 0;
-    std::int64_t unknown = 0;
-    for (const Line& line : lines) {
-        std::string_view text = line.text;
-        while (!text.empty()) {
-            const char32_t character = Unicode::takeFirst(text);
-            if (character == Unicode::replacement)
-                ++unknown;
-            else if (!Unicode::isSpace(character))
-                ++known;
-        }
+    while (!text.empty()) {
+        const char32_t character = Unicode::takeFirst(text);
+        known += character != Unicode::replacement && !Unicode::isSpace(character) ? 1 : 0;
     }
-    return known > 0 && static_cast<double>(unknown) < unreadableShare * static_cast<double>(known + unknown);
+    return known;
+}
+
+bool isReadable(std::span<const Line> lines)
+{
+    std::int64_t all = 0;
+    std::int64_t known = 0;
+    for (const Line& line : lines) {
+        all += line.charCount;
+        known += knownCharactersOf(line.text);
+    }
+    return known > 0 && static_cast<double>(all - known) < unreadableShare * static_cast<double>(all);
 }
 
 } // namespace Pelgra

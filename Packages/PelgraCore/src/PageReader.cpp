@@ -52,6 +52,19 @@ bool isBlank(const GrayPicture& picture)
         || std::to_integer<int>(*lightest) - std::to_integer<int>(*darkest) < smallestContrast;
 }
 
+std::int64_t knownCharactersOf(std::span<const TextExtraction::Line> lines)
+{
+    std::int64_t known = 0;
+    for (const TextExtraction::Line& line : lines)
+        known += Pelgra::knownCharactersOf(line.text);
+    return known;
+}
+
+std::int64_t knownCharactersOf(std::span<const RecognizedParagraph> paragraphs)
+{
+    return Pelgra::knownCharactersOf(TextExtraction::pageTextFrom(paragraphs));
+}
+
 class Permit {
 public:
     explicit Permit(std::counting_semaphore<>& semaphore)
@@ -110,9 +123,11 @@ PageContent PageReader::read(int pageIndex, const std::stop_token& stop)
         content.lines = linesFrom(m_document->textPieces(pageIndex, stop));
         if (!isReadable(content.lines)) {
             content.paragraphs = recognize(pageIndex, stop);
-            // A text layer of mostly unknown characters is still better than nothing.
-            if (!content.paragraphs.empty())
+            // A text layer of mostly unknown characters may still say more.
+            if (knownCharactersOf(content.paragraphs) >= knownCharactersOf(content.lines))
                 content.lines.clear();
+            else
+                content.paragraphs.clear();
         }
     } catch (const JobCancelled&) {
         throw;

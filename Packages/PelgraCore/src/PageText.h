@@ -2,7 +2,9 @@
 
 #include "PelgraCore/TextExtraction.h"
 
+#include <cstdint>
 #include <span>
+#include <string_view>
 #include <vector>
 
 /// From the characters a page shows to its lines. The order is that of the page's contents, which keeps columns apart;
@@ -34,6 +36,9 @@ std::vector<TextExtraction::Line> linesFrom(std::span<const TextPiece> pieces);
 /// Whether the lines hold the page's text. Not when they are blank, nor when the fonts do not tell what most of the
 /// characters mean: such a page reads better from its picture.
 bool isReadable(std::span<const TextExtraction::Line> lines);
+
+/// The characters that are neither white space nor unknown.
+std::int64_t knownCharactersOf(std::string_view text);
 
 /// Puts characters in the order they are read. `characters` stand in the order of the page's contents;
 /// `pageIsRightToLeft` decides for lines that begin and end in different directions.

@@ -98,6 +98,20 @@ std::vector<Cluster> clustersFrom(std::span<const PlacedCharacter> characters)
     return clusters;
 }
 
+/// Whole words may be given to one glyph, in reading order; then the places of their letters say nothing.
+bool placesTellOrder(const std::vector<Cluster>& clusters)
+{
+    std::ptrdiff_t placed = 0;
+    std::ptrdiff_t following = 0;
+    for (const Cluster& cluster : clusters) {
+        placed += cluster.direction == Direction::rightToLeft ? 1 : 0;
+        following += std::ranges::count_if(cluster.followers, [](const PlacedCharacter& character) {
+            return directionOf(character.code) == Direction::rightToLeft;
+        });
+    }
+    return placed >= following;
+}
+
 std::optional<Direction> strongAt(auto first, auto last)
 {
     const auto found = std::find_if(first, last, [](const Cluster& cluster) {
@@ -180,6 +194,8 @@ void reverseRuns(std::vector<Cluster>& clusters, Belongs belongs)
 std::vector<PlacedCharacter> inReadingOrder(std::vector<PlacedCharacter> characters, bool pageIsRightToLeft)
 {
     std::vector<Cluster> clusters = clustersFrom(characters);
+    if (!placesTellOrder(clusters))
+        return characters;
     std::ranges::stable_sort(clusters, {}, [](const Cluster& cluster) { return middleOf(cluster.base); });
     extendNumbers(clusters);
     const bool isRightToLeft = isRightToLeftLine(clusters, pageIsRightToLeft);
