@@ -1,23 +1,12 @@
 #include "PelgraCore/Thumbnails.h"
 
+#include "ImageThumbnails.h"
 #include "PelgraCore/FileFormat.h"
 #include "RenderingModule.h"
 
 #include <algorithm>
 #include <cmath>
 #include <exception>
-#if __has_include("ImageThumbnails.h")
-#include "ImageThumbnails.h"
-#else
-namespace Pelgra {
-namespace {
-std::optional<RasterImage> imageThumbnail(const std::filesystem::path&, int, double)
-{
-    return std::nullopt;
-}
-} // namespace
-} // namespace Pelgra
-#endif
 
 namespace Pelgra {
 

@@ -4,7 +4,7 @@
 #include "TextPieces.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cmath>
 
 namespace Pelgra::Rendering {
 
@@ -39,6 +39,26 @@ fz_matrix pixelsOf(const PageGeometry& geometry, PixelSize size)
     return fz_concat(fz_concat(toOrigin, turn), flip);
 }
 
+using BeginTile = int (*)(fz_context*, fz_device*, fz_rect, fz_rect, float, float, fz_matrix, int);
+thread_local BeginTile beginTileOfLibrary = nullptr;
+
+float boundedStep(float step, float areaSize, float cellSize)
+{
+    constexpr float mostTiles = 4000;
+    constexpr float mostOverlap = 8;
+    const float least = std::max(areaSize / mostTiles, cellSize / mostOverlap);
+    return std::abs(step) < least ? std::copysign(least, step) : step;
+}
+
+/// Patterns are repeated in a loop that nothing interrupts, not even a lack of memory; a step of a thousandth of a
+/// point would keep it busy for days.
+int beginBoundedTile(fz_context* context, fz_device* device, fz_rect area, fz_rect cell, float stepX, float stepY,
+                     fz_matrix matrix, int id)
+{
+    return beginTileOfLibrary(context, device, area, cell, boundedStep(stepX, area.x1 - area.x0, cell.x1 - cell.x0),
+                              boundedStep(stepY, area.y1 - area.y0, cell.y1 - cell.y0), matrix, id);
+}
+
 /// Draws into white pixels that fill the area. False when memory ran out.
 bool drawArea(fz_context* context, pdf_page* page, fz_matrix toPixels, fz_irect area, std::byte* pixels,
               fz_cookie* cookie) noexcept
@@ -59,6 +79,8 @@ bool drawArea(fz_context* context, pdf_page* page, fz_matrix toPixels, fz_irect 
         pixmap = fz_new_pixmap_with_bbox_and_data(context, fz_device_rgb(context), area, nullptr, 0,
                                                   reinterpret_cast<unsigned char*>(pixels));
         device = fz_new_draw_device(context, fz_identity, pixmap);
+        beginTileOfLibrary = device->begin_tile;
+        device->begin_tile = beginBoundedTile;
         isDrawn = runPart(context, pdf_run_page_contents, page, device, matrix, cookie)
             && runPart(context, pdf_run_page_annots, page, device, matrix, cookie)
             && runPart(context, pdf_run_page_widgets, page, device, matrix, cookie);
