@@ -138,14 +138,14 @@ QRect capsuleRect(const WheelContent& content, QPointF center)
     return shown ? shown->box.adjusted(-12, -12, 12, 12).toAlignedRect() : QRect();
 }
 
-QPainterPath outline(const WheelContent& content, QPointF center)
+std::vector<QPainterPath> outlines(const WheelContent& content, QPointF center)
 {
-    QPainterPath path;
+    std::vector<QPainterPath> paths;
     for (const Card& card : cards(content, center))
-        path = path.united(card.place.map(roundedRect(card.box, cardRadius)));
+        paths.push_back(card.place.map(roundedRect(card.box, cardRadius)));
     if (const std::optional<Capsule> shown = capsule(content, center))
-        path = path.united(roundedRect(shown->box, shown->box.height() / 2));
-    return path;
+        paths.push_back(roundedRect(shown->box, shown->box.height() / 2));
+    return paths;
 }
 
 } // namespace Pelgra::WheelCentre

@@ -6,6 +6,8 @@
 #include <QPointF>
 #include <QRect>
 
+#include <vector>
+
 class QPainter;
 
 /// What stands in the hole of the ring: the dragged files as small cards, and the capsule that tells their size or
@@ -17,7 +19,7 @@ void paint(QPainter& painter, const WheelContent& content, QPointF center);
 /// Where the capsule is painted, its shadow included; empty while there is none.
 QRect capsuleRect(const WheelContent& content, QPointF center);
 
-/// The outline of all that paint() fills, shadows left out.
-QPainterPath outline(const WheelContent& content, QPointF center);
+/// The outlines of all that paint() fills, shadows left out. They overlap.
+std::vector<QPainterPath> outlines(const WheelContent& content, QPointF center);
 
 } // namespace Pelgra::WheelCentre

@@ -203,14 +203,6 @@ QPainterPath activePath(const WheelContent& content, const QRectF& bounds)
     return path;
 }
 
-QPainterPath paintedPath(const WheelContent& content, const QRectF& bounds)
-{
-    QPainterPath path = activePath(content, bounds);
-    if (!content.petals.empty())
-        path = path.united(WheelCentre::outline(content, bounds.center()));
-    return path;
-}
-
 void paintBackdrop(QPainter& painter, const WheelContent& content, const QRectF& bounds)
 {
     painter.setRenderHint(QPainter::Antialiasing);

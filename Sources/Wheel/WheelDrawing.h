@@ -34,9 +34,6 @@ QRectF emptyLabelRect(const QString& message, QPointF center);
 /// drags go to the windows below.
 QPainterPath activePath(const WheelContent& content, const QRectF& bounds);
 
-/// Everything paintWheel() covers: the active path and whatever stands in the hole.
-QPainterPath paintedPath(const WheelContent& content, const QRectF& bounds);
-
 /// One line of text, centred on a point.
 void paintCentredText(QPainter& painter, const QString& text, const QFont& font, const QColor& color, QPointF center);
 QSizeF textSize(const QString& text, const QFont& font);
