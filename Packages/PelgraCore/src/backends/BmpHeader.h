@@ -26,7 +26,8 @@ struct BmpMask {
         const std::uint32_t value = (pixel & mask) >> shift;
         if (largest == 0xFF)
             return static_cast<std::uint8_t>(value);
-        return largest == 0 ? 0 : static_cast<std::uint8_t>((std::uint64_t{value} * 255 + largest / 2) / largest);
+        return largest == 0 ? std::uint8_t{0}
+                            : static_cast<std::uint8_t>((std::uint64_t{value} * 255 + largest / 2) / largest);
     }
 };
 
