@@ -155,6 +155,8 @@ std::vector<VisualLine> visualLinesFrom(std::span<const TextPiece> pieces)
 
 bool isMostlyRightToLeft(std::span<const VisualLine> lines)
 {
+    if (std::ranges::none_of(lines, [](const VisualLine& line) { return hasRightToLeft(line.characters); }))
+        return false; // most pages; the letters need not be counted
     std::size_t rightToLeft = 0;
     std::size_t letters = 0;
     for (const VisualLine& line : lines) {

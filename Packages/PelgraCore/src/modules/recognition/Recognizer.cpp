@@ -21,6 +21,7 @@ using TextExtraction::RecognizedLine;
 constexpr float sureOrientation = 10;
 /// Pages that stand upright came out at 85 and more, pages on their head at 30.
 constexpr int poorConfidence = 50;
+constexpr int goodConfidence = 75;
 /// A page with more than this to find in it is no page of text.
 constexpr int longestRecognition = 120'000; // milliseconds
 /// Smaller pictures hold no line of text.
@@ -93,6 +94,15 @@ std::vector<RecognizedLine> linesOf(tesseract::TessBaseAPI& engine, double width
     return lines;
 }
 
+/// Whether most lines are higher than wide. They run up or down and are read well, but cannot be put in order.
+bool areMostlyTurned(const std::vector<RecognizedLine>& lines, double width, double height)
+{
+    std::ptrdiff_t balance = 0;
+    for (const RecognizedLine& line : lines)
+        balance += (line.maxY - line.minY) * height > (line.maxX - line.minX) * width ? 1 : -1;
+    return balance > 0;
+}
+
 /// The longest lines of the page, as a sample of its text.
 std::vector<std::array<int, 4>> sampleLines(tesseract::TessBaseAPI& engine)
 {
@@ -117,16 +127,27 @@ std::vector<RecognizedLine> Recognizer::recognize(const GrayPicture& page, std::
     keepToOneThread();
     if (page.width < smallestSide || page.height < smallestSide)
         return {};
-    const PixHandle pix = pixFrom(page);
+    PixHandle pix = pixFrom(page);
     if (!pix)
         return {};
+    std::optional<Reading> asItIs;
+    const std::optional<std::string> language = m_session.settledLanguage();
+    if (language && useLanguage(*language)) {
+        asItIs = read(*pix, stop);
+        if (asItIs->confidence >= goodConfidence && !asItIs->isTurned)
+            return asItIs->lines;
+    }
     const Orientation orientation = orientationOf(*pix);
     if (stop.stop_requested())
         throw JobCancelled();
-    const PixHandle upright = turned(*pix, orientation.quarters);
-    if (!upright || !useLanguage(languageFor(*upright, orientation.script)))
+    if (orientation.quarters != 0) {
+        pix = turned(*pix, orientation.quarters);
+        asItIs.reset();
+    }
+    if (!pix || !useLanguage(languageFor(*pix, orientation.script)))
         return {};
-    return bestReading(upright, orientation, stop).lines;
+    Reading reading = asItIs ? std::move(*asItIs) : read(*pix, stop);
+    return orientation.isSure ? reading.lines : readAnyWayUp(pix, std::move(reading), stop).lines;
 }
 
 bool Recognizer::useLanguage(const std::string& language)
@@ -200,16 +221,16 @@ double Recognizer::trialConfidence(Pix& page, const std::string& language)
     return lines.empty() ? 0 : sum / static_cast<double>(lines.size());
 }
 
-Recognizer::Reading Recognizer::bestReading(const PixHandle& page, const Orientation& orientation, std::stop_token stop)
+Recognizer::Reading Recognizer::readAnyWayUp(const PixHandle& page, Reading upright, std::stop_token stop)
 {
-    Reading best = read(*page, stop);
-    if (orientation.isSure || best.lines.empty() || best.confidence >= poorConfidence)
+    Reading best = std::move(upright);
+    if (best.lines.empty() || (best.confidence >= poorConfidence && !best.isTurned))
         return best;
     // Too little text to be sure which way is up: the right way is the one that reads best.
     for (const int quarters : {2, 1, 3}) {
         const PixHandle other = turned(*page, quarters);
         Reading reading = other ? read(*other, stop) : Reading();
-        if (reading.confidence > best.confidence)
+        if (!reading.isTurned && (reading.confidence > best.confidence || best.isTurned))
             best = std::move(reading);
     }
     return best;
@@ -230,6 +251,7 @@ Recognizer::Reading Recognizer::read(Pix& page, std::stop_token stop)
     if (hasFinished) {
         reading.confidence = m_engine->MeanTextConf();
         reading.lines = linesOf(*m_engine, pixGetWidth(&page), pixGetHeight(&page));
+        reading.isTurned = areMostlyTurned(reading.lines, pixGetWidth(&page), pixGetHeight(&page));
     }
     m_engine->Clear();
     return reading;

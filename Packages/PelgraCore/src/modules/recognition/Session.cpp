@@ -7,10 +7,32 @@
 
 namespace Pelgra {
 
+namespace {
+
+bool haveOneScript(const std::vector<std::string>& languages)
+{
+    return std::ranges::all_of(languages, [&languages](const std::string& language) {
+        return scriptOfLanguage(language) == scriptOfLanguage(languages.front());
+    });
+}
+
+} // namespace
+
 DocumentSession::DocumentSession(std::vector<std::string> languages, bool hasOrientationData)
     : m_languages(std::move(languages))
+    , m_hasOneScript(haveOneScript(m_languages))
     , m_hasOrientationData(hasOrientationData)
 {
+}
+
+std::optional<std::string> DocumentSession::settledLanguage()
+{
+    if (m_languages.size() == 1)
+        return m_languages.front();
+    const std::lock_guard lock(m_mutex);
+    if (m_hasOneScript && !m_chosen.empty())
+        return m_chosen.begin()->second;
+    return std::nullopt;
 }
 
 std::unique_ptr<PageRecognizer> DocumentSession::makeRecognizer()

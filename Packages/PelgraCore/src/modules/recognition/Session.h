@@ -5,6 +5,7 @@
 
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 
 namespace Pelgra {
@@ -17,6 +18,10 @@ public:
     std::unique_ptr<PageRecognizer> makeRecognizer() override;
 
     bool hasOrientationData() const { return m_hasOrientationData; }
+
+    /// The language of every page, where that needs no look at the page: only one is installed, or all are of one
+    /// script and one has been chosen.
+    std::optional<std::string> settledLanguage();
 
     /// The language for a script. At the first page of a script the trial is called with the languages to compare and
     /// returns the best; other threads wait for it.
@@ -32,6 +37,7 @@ public:
 
 private:
     const std::vector<std::string> m_languages;
+    const bool m_hasOneScript;
     const bool m_hasOrientationData;
     std::mutex m_mutex;
     std::map<std::string, std::string> m_chosen;
