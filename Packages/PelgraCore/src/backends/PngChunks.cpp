@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include <libdeflate.h>
 #include <zlib.h>
 
 namespace Pelgra {
@@ -198,12 +199,17 @@ bool PngChunks::is(std::string_view type) const
     return startsWith(m_type, type);
 }
 
+bool PngChunks::isCritical() const
+{
+    return (m_type[0] & std::byte{0x20}) == std::byte{0}; // an upper-case letter
+}
+
 bool PngChunks::isIntact() const
 {
     if (m_checksum.size() < 4)
         return false;
-    uLong checksum = crc32(0, reinterpret_cast<const Bytef*>(m_type.data()), 4);
-    checksum = crc32_z(checksum, reinterpret_cast<const Bytef*>(m_content.data()), m_content.size());
+    std::uint32_t checksum = libdeflate_crc32(0, m_type.data(), m_type.size());
+    checksum = libdeflate_crc32(checksum, m_content.data(), m_content.size());
     return checksum == bigEndianNumber(m_checksum, 0, 4);
 }
 

@@ -23,6 +23,8 @@ public:
     bool next();
 
     bool is(std::string_view type) const;
+    /// Whether a reader must know it to show the picture.
+    bool isCritical() const;
     std::span<const std::byte> content() const { return m_content; }
     /// False for a chunk that is cut off, too.
     bool isIntact() const;

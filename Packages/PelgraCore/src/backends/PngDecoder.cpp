@@ -2,11 +2,14 @@
 
 #include "ExifFields.h"
 #include "PngChunks.h"
+#include "PngFastPath.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
 #include <limits>
+#include <optional>
+#include <utility>
 
 #include <png.h>
 
@@ -162,7 +165,8 @@ DecodedImage describePng(std::span<const std::byte> file)
 
 DecodedImage decodePng(std::span<const std::byte> file)
 {
-    RasterImage pixels = decodeWithLibrary(file);
+    std::optional<RasterImage> plain = decodePlainPng(file);
+    RasterImage pixels = plain ? std::move(*plain) : decodeWithLibrary(file);
     DecodedImage decoded = describePng(file);
     pixels.iccProfile = std::move(decoded.image.iccProfile);
     decoded.image = std::move(pixels);
