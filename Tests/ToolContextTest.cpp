@@ -1,10 +1,10 @@
 #include "ToolWindows/ToolContext.h"
+#include "Support/BackgroundTask.h"
 
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
 #include <QThread>
-#include <QThreadPool>
 
 #include <stdexcept>
 
@@ -14,7 +14,7 @@ class ToolContextTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup() { QThreadPool::globalInstance()->waitForDone(); }
+    void cleanup() { jobPool().waitForDone(); }
 
     void runsOneJobAtATimeOffTheMainThread()
     {
@@ -76,7 +76,7 @@ private Q_SLOTS:
             "in");
         context.reset();
         gate.release();
-        QThreadPool::globalInstance()->waitForDone();
+        jobPool().waitForDone();
         QCoreApplication::processEvents();
         QVERIFY(!heard);
     }

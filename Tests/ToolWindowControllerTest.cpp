@@ -1,4 +1,5 @@
 #include "ToolWindows/ToolWindowController.h"
+#include "Support/BackgroundTask.h"
 #include "ToolWindows/ToolWindow.h"
 
 #include <QKeyEvent>
@@ -6,7 +7,6 @@
 #include <QRandomGenerator>
 #include <QSemaphore>
 #include <QTest>
-#include <QThreadPool>
 
 #include <memory>
 
@@ -52,7 +52,7 @@ private Q_SLOTS:
     {
         for (ToolWindowController* controller : ToolWindowController::openControllers())
             controller->finish(std::nullopt);
-        QThreadPool::globalInstance()->waitForDone();
+        jobPool().waitForDone();
         QCoreApplication::processEvents();
         QVERIFY(ToolWindowController::openControllers().empty());
     }
@@ -170,7 +170,7 @@ private Q_SLOTS:
                 QVERIFY(request->completions <= 1);
         }
         gate.release(1000);
-        QThreadPool::globalInstance()->waitForDone();
+        jobPool().waitForDone();
         QCoreApplication::processEvents();
         for (ToolWindowController* controller : ToolWindowController::openControllers())
             controller->finish(std::nullopt);
