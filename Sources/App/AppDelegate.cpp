@@ -7,6 +7,7 @@
 #include "Settings/Preferences.h"
 #include "Settings/SettingsWindow.h"
 #include "Support/AppActivation.h"
+#include "Support/Compositing.h"
 #include "Support/Logging.h"
 #include "Support/Motion.h"
 #include "Support/Paths.h"
@@ -47,7 +48,7 @@ AppDelegate::AppDelegate(Preferences& preferences, Platform& platform, QObject* 
     , m_dragMonitor(platform.dragSource())
     , m_wheel(platform.wheelSurface())
 {
-    HUDPanel::setSurface(&platform.wheelSurface());
+    Compositing::follow(&platform.wheelSurface());
     m_afterwards.setInterval(afterwardsMilliseconds);
     connect(&m_afterwards, &QTimer::timeout, this, [this] {
         if (!isWorking() && (m_quitsWhenDone || (m_isAlone && !m_wheel.isVisible())))
@@ -57,7 +58,7 @@ AppDelegate::AppDelegate(Preferences& preferences, Platform& platform, QObject* 
 
 AppDelegate::~AppDelegate()
 {
-    HUDPanel::setSurface(nullptr);
+    Compositing::follow(nullptr);
     m_platform.dragSource().onEscape = nullptr;
     Updater::setCurrent(nullptr);
 }

@@ -1,8 +1,8 @@
 #include "Jobs/HUDPanel.h"
 
 #include "Jobs/HUDView.h"
+#include "Support/Compositing.h"
 #include "Support/Motion.h"
-#include "Support/Platform/WheelSurface.h"
 
 #include <QAccessible>
 #include <QBitmap>
@@ -26,17 +26,10 @@ constexpr int screenMargin = 8;
 const QColor background(0xFA, 0xFA, 0xFA, 0xF4);
 const QColor outline(0, 0, 0, 40);
 
-const WheelSurface* surface = nullptr;
-
 QList<HUDPanel*>& panels()
 {
     static QList<HUDPanel*> list;
     return list;
-}
-
-bool isCompositing()
-{
-    return surface && surface->isCompositing();
 }
 
 QPainterPath capsule(const QRectF& rect)
@@ -64,11 +57,6 @@ const QList<HUDPanel*>& HUDPanel::livePanels()
     return panels();
 }
 
-void HUDPanel::setSurface(const WheelSurface* newSurface)
-{
-    surface = newSurface;
-}
-
 HUDPanel::HUDPanel(const HUDState& state, QPoint anchor)
     : QWidget(nullptr,
               Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus
@@ -83,6 +71,7 @@ HUDPanel::HUDPanel(const HUDState& state, QPoint anchor)
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setObjectName(QStringLiteral("hud"));
     m_dismissal.setSingleShot(true);
+    m_dismissal.setTimerType(Qt::PreciseTimer); // a coarse one may be 5 % early
     connect(&m_dismissal, &QTimer::timeout, this, &HUDPanel::fadeOut);
     applyState();
 }
@@ -138,7 +127,7 @@ void HUDPanel::reposition()
 
 void HUDPanel::appear()
 {
-    setWindowOpacity(isCompositing() && !Motion::isReduced() ? 0 : 1);
+    setWindowOpacity(Compositing::isActive() && !Motion::isReduced() ? 0 : 1);
     QWidget::show();
     raise();
     fadeTo(1, appearMilliseconds);
@@ -171,7 +160,7 @@ void HUDPanel::fadeTo(double opacity, int milliseconds)
     m_fade->disconnect(this);
     m_fade->stop();
     m_fade->setEndValue(opacity);
-    if (!isCompositing() || Motion::isReduced()) {
+    if (!Compositing::isActive() || Motion::isReduced()) {
         setWindowOpacity(1);
         return;
     }
@@ -185,7 +174,7 @@ void HUDPanel::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     QColor fill = background;
-    if (!isCompositing())
+    if (!Compositing::isActive())
         fill.setAlpha(255);
     painter.fillPath(capsule(QRectF(rect())), fill);
     painter.setPen(QPen(outline, 1));
@@ -194,7 +183,7 @@ void HUDPanel::paintEvent(QPaintEvent*)
 
 void HUDPanel::resizeEvent(QResizeEvent*)
 {
-    if (isCompositing())
+    if (Compositing::isActive())
         clearMask();
     else
         setMask(QRegion(capsule(QRectF(rect())).toFillPolygon().toPolygon()));

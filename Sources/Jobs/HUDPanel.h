@@ -14,10 +14,10 @@ class QPropertyAnimation;
 namespace Pelgra {
 
 class HUDView;
-class WheelSurface;
 
 /// A small floating panel under the point of a drop: a job is working, done or failed. It never takes the focus, lets
-/// clicks through, and goes away by itself once its state is final. Main thread.
+/// clicks through, and goes away by itself once its state is final. Without a compositing manager it neither fades nor
+/// has soft edges. Main thread.
 class HUDPanel : public QWidget {
     Q_OBJECT
 
@@ -28,9 +28,6 @@ public:
 
     /// Panels that are on the screen or fading, oldest first.
     static const QList<HUDPanel*>& livePanels();
-
-    /// Tells panels whether the desktop composites windows; without it they neither fade nor have soft edges.
-    static void setSurface(const WheelSurface* surface);
 
     ~HUDPanel() override;
 

@@ -33,7 +33,7 @@ FileOrderView::FileOrderView(const Form& form, ToolContext* context, const Files
 {
     auto* const content = new QWidget;
     auto* const stack = new QVBoxLayout(content);
-    stack->setContentsMargins(contentPadding, headerGap, contentPadding, 0);
+    stack->setContentsMargins(contentPadding, headerGap, contentPadding - ReorderView::trailingRoom, 0);
     stack->setSpacing(0);
     stack->addWidget(makeLine(form.header, 15, content));
     if (!form.explanation.isEmpty()) {
@@ -41,6 +41,7 @@ FileOrderView::FileOrderView(const Form& form, ToolContext* context, const Files
         stack->addWidget(makeLine(form.explanation, 13, content));
     }
     stack->addSpacing(headerGap);
+    m_list->widget()->setAccessibleName(form.header);
     stack->addWidget(m_list, 1);
 
     m_chrome = new ToolChrome({form.title, form.actionTitle, form.progressMessage}, context, content, this);

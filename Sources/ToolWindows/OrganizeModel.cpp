@@ -6,6 +6,7 @@
 #include "ToolWindows/Reordering.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace Pelgra {
 
@@ -49,24 +50,30 @@ void OrganizeModel::load()
 
 void OrganizeModel::loadThumbnail(std::int64_t sourceIndex)
 {
-    if (m_thumbnails.contains(sourceIndex) || m_inFlight.contains(sourceIndex))
+    if (m_thumbnails.contains(sourceIndex))
         return;
+    if (m_inFlight.contains(sourceIndex)) {
+        *m_cancelled.value(sourceIndex) = false; // back in view
+        return;
+    }
     m_inFlight.insert(sourceIndex);
     auto cancelled = std::make_shared<std::atomic_bool>(false);
     m_cancelled.insert(sourceIndex, cancelled);
     runInBackground(
         this,
-        [url = m_url, sourceIndex, cancelled] {
+        [url = m_url, sourceIndex, cancelled]() -> std::optional<QImage> {
             if (*cancelled)
-                return QImage();
+                return std::nullopt;
             const auto image = Thumbnails::image(url, static_cast<int>(sourceIndex), thumbnailPixels);
             return image ? toQImage(*image) : QImage();
         },
-        [this, sourceIndex](const QImage& image) {
+        [this, sourceIndex, cancelled](const std::optional<QImage>& image) {
             m_inFlight.remove(sourceIndex);
             m_cancelled.remove(sourceIndex);
-            if (!image.isNull())
-                storeThumbnail(sourceIndex, image);
+            if (!image && !*cancelled)
+                loadThumbnail(sourceIndex); // it came back into view after it had been left out
+            else if (image && !image->isNull())
+                storeThumbnail(sourceIndex, *image);
         },
         utilityPool());
 }

@@ -53,7 +53,7 @@ OrganizePDFView::OrganizePDFView(ToolContext* context, const std::filesystem::pa
 {
     auto* const content = new QWidget;
     auto* const stack = new QVBoxLayout(content);
-    stack->setContentsMargins(contentPadding, gap + 4, contentPadding, 0);
+    stack->setContentsMargins(contentPadding, gap + 4, contentPadding - ReorderView::trailingRoom, 0);
     stack->setSpacing(gap);
     stack->addWidget(makeHeader());
     stack->addWidget(makePages(), 1);
@@ -92,7 +92,7 @@ QWidget* OrganizePDFView::makeHeader()
     row->addStretch();
     row->addWidget(m_reset);
     auto* const stack = new QVBoxLayout(header);
-    stack->setContentsMargins(0, 0, 0, 0);
+    stack->setContentsMargins(0, 0, ReorderView::trailingRoom, 0);
     stack->setSpacing(4);
     stack->addLayout(row);
     stack->addWidget(m_uniformWidth);
@@ -104,9 +104,12 @@ QWidget* OrganizePDFView::makePages()
 {
     m_pages = new QStackedWidget;
     m_pages->insertWidget(loadingPage, centered(new Spinner(loadingSpinner)));
-    m_pages->insertWidget(emptyPage,
-                          centered(makeText(QStringLiteral("This PDF has no readable pages."), 15, nullptr)));
-    m_pages->insertWidget(gridPage, new PageGrid(&m_model));
+    QLabel* const nothing = makeText(QStringLiteral("This PDF has no readable pages."), 15, nullptr);
+    nothing->setWordWrap(false);
+    m_pages->insertWidget(emptyPage, centered(nothing));
+    auto* const grid = new PageGrid(&m_model);
+    grid->widget()->setAccessibleName(QStringLiteral("Pages"));
+    m_pages->insertWidget(gridPage, grid);
     return m_pages;
 }
 

@@ -57,6 +57,7 @@ void ReorderDrag::begin(const Identifier& item)
     m_picture->adjustSize();
     m_picture->show();
     m_picture->raise();
+    m_grip = m_pressPoint - originOf(item);
     m_dragging = item;
     m_scrolling.start(tickMilliseconds, this);
     Q_EMIT draggingChanged();
@@ -64,7 +65,7 @@ void ReorderDrag::begin(const Identifier& item)
 
 void ReorderDrag::follow()
 {
-    m_picture->move(m_point - m_picture->rect().center());
+    m_picture->move(m_point - m_grip);
     const auto target = itemAt(contentPoint(m_point));
     if (target && *target != *m_dragging)
         Q_EMIT entered(*m_dragging, *target);

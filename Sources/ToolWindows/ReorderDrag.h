@@ -28,6 +28,7 @@ public:
     std::function<bool()> isEnabled; ///< whether an item may be dragged at all
     std::function<std::optional<Identifier>(QPoint contentPoint)> itemAt;
     std::function<QPixmap(const Identifier& item)> pictureOf;
+    std::function<QPoint(const Identifier& item)> originOf; ///< top-left corner, in the viewport
     std::function<QPoint(QPoint viewportPoint)> contentPoint; ///< from the viewport's coordinates to the content's
 
     /// The item being dragged, which is drawn dimmed.
@@ -59,6 +60,7 @@ private:
     std::optional<Identifier> m_pressed;
     std::optional<Identifier> m_dragging;
     QPoint m_pressPoint;
+    QPoint m_grip; ///< from the picture's top-left corner to the pointer
     QPoint m_point;
 };
 

@@ -2,9 +2,12 @@
 
 #include "Support/Motion.h"
 #include "ToolWindows/ReorderDrag.h"
+#include "ToolWindows/SlimScrollBar.h"
+#include "ToolWindows/ToolButtons.h"
 
 #include <QApplication>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QPropertyAnimation>
 #include <QScrollBar>
 
@@ -15,8 +18,25 @@ namespace Pelgra {
 namespace {
 
 constexpr int moveMilliseconds = 180;
+constexpr double liftedRadius = 13; // between those of rows and cards
 constexpr int margin =
     200; // logical pixels kept ready above and below the visible part, so that Tab finds its neighbours
+
+/// An item as it looks lifted from its place: no longer translucent.
+QPixmap liftedPicture(QWidget& item)
+{
+    const QPixmap content = item.grab();
+    QPixmap picture(content.size());
+    picture.setDevicePixelRatio(content.devicePixelRatio());
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(primaryColor(item, 0.18), 1));
+    painter.setBrush(item.palette().color(QPalette::Window));
+    painter.drawRoundedRect(QRectF(item.rect()).adjusted(0.5, 0.5, -0.5, -0.5), liftedRadius, liftedRadius);
+    painter.drawPixmap(0, 0, content);
+    return picture;
+}
 
 } // namespace
 
@@ -27,6 +47,7 @@ ReorderView::ReorderView(QWidget* parent)
 {
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBar(new SlimScrollBar(this));
     setFocusPolicy(Qt::NoFocus);
     setWidget(m_content);
     m_content->setAutoFillBackground(false);
@@ -46,7 +67,11 @@ ReorderView::ReorderView(QWidget* parent)
     };
     m_drag->pictureOf = [this](const Identifier& id) {
         const auto item = m_items.find(id);
-        return item == m_items.end() ? QPixmap() : item->second->grab();
+        return item == m_items.end() ? QPixmap() : liftedPicture(*item->second);
+    };
+    m_drag->originOf = [this](const Identifier& id) {
+        const auto item = m_items.find(id);
+        return item == m_items.end() ? QPoint() : item->second->mapTo(viewport(), QPoint());
     };
     connect(m_drag, &ReorderDrag::draggingChanged, this, [this] { refresh(false); });
     connect(m_drag, &ReorderDrag::entered, this, [this](const Identifier& dragged, const Identifier& target) {
@@ -71,7 +96,7 @@ void ReorderView::dragEnded()
 
 int ReorderView::contentWidth() const
 {
-    return viewport()->width();
+    return width() - trailingRoom;
 }
 
 QWidget* ReorderView::itemFor(std::size_t index)

@@ -20,6 +20,9 @@ class ReorderView : public QScrollArea {
     Q_OBJECT
 
 public:
+    /// Room at the right for the scroll bar, which lies outside the items' width, logical pixels.
+    static constexpr int trailingRoom = 18;
+
     /// The item that is being dragged, if any.
     const std::optional<Identifier>& dragging() const;
 

@@ -4,6 +4,7 @@
 #include "Support/Spinner.h"
 #include "ToolWindows/ToolButtons.h"
 #include "ToolWindows/ToolContext.h"
+#include "ToolWindows/ToolWindow.h"
 
 #include <QAccessible>
 #include <QEvent>
@@ -125,6 +126,21 @@ void ToolChrome::updateControls()
 {
     m_close->setEnabled(!m_context->isRunning());
     m_action->setEnabled(m_actionEnabled && !m_context->isRunning());
+    takeFocusToAction();
+}
+
+void ToolChrome::takeFocusToAction()
+{
+    // The keyboard begins there, and comes back from the overlay.
+    const QWidget* const focused = window()->focusWidget();
+    if (m_action->isEnabled() && (!focused || focused == m_close || focused == m_overlay))
+        m_action->setFocus();
+}
+
+void ToolChrome::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    takeFocusToAction();
 }
 
 void ToolChrome::resizeEvent(QResizeEvent* event)
@@ -180,7 +196,14 @@ void ProgressOverlay::paintEvent(QPaintEvent*)
 {
     QColor color = palette().color(QPalette::Window);
     color.setAlphaF(0.78F);
-    QPainter(this).fillRect(rect(), color);
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillPath(ToolWindow::shapeOf(*window()).translated(mapFrom(window(), QPoint())), color);
+}
+
+bool ProgressOverlay::focusNextPrevChild(bool)
+{
+    return true; // nothing behind can be reached
 }
 
 void ProgressOverlay::mousePressEvent(QMouseEvent* event)

@@ -37,12 +37,14 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     void changeEvent(QEvent* event) override;
 
 private:
     QWidget* makeTopBar(const QString& title);
     QWidget* makeFooter(const QString& actionTitle);
     void updateControls();
+    void takeFocusToAction();
 
     ToolContext* m_context;
     CircleIconButton* m_close = nullptr;
@@ -65,6 +67,7 @@ public:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    bool focusNextPrevChild(bool next) override;
 
 private:
     QLabel* m_label;

@@ -1,11 +1,18 @@
 #include "ToolWindows/ToolWindow.h"
 
+#include "Support/Compositing.h"
+#include "ToolWindows/TabOrder.h"
+#include "ToolWindows/ToolButtons.h"
+#include "ToolWindows/WindowEdge.h"
+
 #include <QCloseEvent>
 #include <QCursor>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QScreen>
+#include <QScrollArea>
 #include <QWindow>
 
 #include <cmath>
@@ -13,6 +20,8 @@
 namespace Pelgra {
 
 namespace {
+
+constexpr double cornerRadius = 12; // logical pixels
 
 bool asksToClose(const QKeyEvent& event)
 {
@@ -27,6 +36,23 @@ bool asksToClose(const QKeyEvent& event)
 ToolWindow::ToolWindow()
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint)
 {
+    setAttribute(Qt::WA_TranslucentBackground); // for the corners alone
+}
+
+void ToolWindow::setSizeLimits(QSize smallest, QSize largest)
+{
+    setMinimumSize(smallest);
+    setMaximumSize(largest);
+    if (smallest != largest)
+        WindowEdge::addAround(this);
+}
+
+QPainterPath ToolWindow::shapeOf(const QWidget& window)
+{
+    QPainterPath shape;
+    const double radius = window.windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen) ? 0 : cornerRadius;
+    shape.addRoundedRect(QRectF(window.rect()), radius, radius);
+    return shape;
 }
 
 QRect ToolWindow::centeredFrame(QSize size, QRect area)
@@ -81,6 +107,62 @@ void ToolWindow::mousePressEvent(QMouseEvent* event)
     // Whatever no control has taken is the window's own background.
     if (event->button() == Qt::LeftButton && windowHandle())
         windowHandle()->startSystemMove();
+}
+
+void ToolWindow::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QPainterPath shape = shapeOf(*this);
+    painter.fillPath(shape, palette().color(QPalette::Window));
+    // Nobody draws a frame around the window, and the one below may have its colour.
+    painter.setClipPath(shape);
+    painter.strokePath(shape, QPen(primaryColor(*this, 0.2), 2));
+}
+
+void ToolWindow::cutToShape()
+{
+    // Translucent corners would be black where nothing composites.
+    if (Compositing::isActive())
+        clearMask();
+    else
+        setMask(QRegion(shapeOf(*this).toFillPolygon().toPolygon()));
+    update();
+}
+
+void ToolWindow::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    cutToShape();
+    WindowEdge::layOut(this);
+}
+
+void ToolWindow::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    cutToShape();
+    WindowEdge::layOut(this);
+}
+
+void ToolWindow::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    // Activation too: a compositing manager may have come or gone since.
+    if (event->type() == QEvent::WindowStateChange || event->type() == QEvent::ActivationChange)
+        cutToShape();
+}
+
+bool ToolWindow::focusNextPrevChild(bool next)
+{
+    QWidget* const control = TabOrder::next(*this, next);
+    if (!control)
+        return false;
+    control->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+    for (QWidget* parent = control->parentWidget(); parent; parent = parent->parentWidget()) {
+        if (auto* const area = qobject_cast<QScrollArea*>(parent))
+            area->ensureWidgetVisible(control, 0, 12);
+    }
+    return true;
 }
 
 void ToolWindow::closeForGood()

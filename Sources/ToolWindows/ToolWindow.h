@@ -1,13 +1,14 @@
 #pragma once
 
+#include <QPainterPath>
 #include <QWidget>
 
 #include <functional>
 
 namespace Pelgra {
 
-/// The window of one tool: no title bar of its own, moved by its background, closed by Escape and Control+W. Whether it
-/// may close is not its own decision.
+/// The window of one tool: no title bar of its own, rounded, moved by its background, where its size may change resized
+/// at its edges, closed by Escape and Control+W. Whether it may close is not its own decision.
 class ToolWindow : public QWidget {
     Q_OBJECT
 
@@ -23,6 +24,12 @@ public:
     /// The frame of a window of this size centred in an area: rounded, and no larger than the area.
     static QRect centeredFrame(QSize size, QRect area);
 
+    /// The outline of a window of this kind in its own coordinates: rounded unless it fills the screen.
+    static QPainterPath shapeOf(const QWidget& window);
+
+    /// The smallest and largest size, logical pixels.
+    void setSizeLimits(QSize smallest, QSize largest);
+
     /// Closes without asking anyone.
     void closeForGood();
 
@@ -30,8 +37,15 @@ protected:
     bool event(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    bool focusNextPrevChild(bool next) override;
 
 private:
+    void cutToShape();
+
     bool m_closesForGood = false;
 };
 

@@ -2,6 +2,7 @@
 
 #include "Support/AppActivation.h"
 #include "ToolWindows/CreatePDFView.h"
+#include "ToolWindows/ItemAccessibility.h"
 #include "ToolWindows/MergePDFView.h"
 #include "ToolWindows/OrganizePDFView.h"
 #include "ToolWindows/ToolWindow.h"
@@ -111,14 +112,14 @@ ToolWindowController::ToolWindowController(Key key, Completion completion)
     , m_completion(std::move(completion))
     , m_window(std::make_unique<ToolWindow>())
 {
+    installItemAccessibility();
     const WindowForm form = formOf(m_key.tool);
     m_window->setWindowTitle(textOf(m_key.tool.windowTitle()));
     m_window->setObjectName(textOf(m_key.tool.rawValue()));
     auto* const layout = new QVBoxLayout(m_window.get());
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(viewFactory()(m_key.tool, m_key.files, m_context));
-    m_window->setMinimumSize(form.minimum);
-    m_window->setMaximumSize(form.maximum);
+    m_window->setSizeLimits(form.minimum, form.maximum);
     m_window->resize(form.initial);
 
     m_window->onCancel = [this] {

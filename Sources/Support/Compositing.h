@@ -1,0 +1,18 @@
+#pragma once
+
+namespace Pelgra {
+
+class WheelSurface;
+
+/// Whether windows may be translucent, as every window of the application needs to know it. Main thread.
+namespace Compositing {
+
+/// Tells where to ask; null for nowhere. The surface outlives its use here.
+void follow(const WheelSurface* surface);
+
+/// Whether translucent windows and fading work now; false as long as nobody can tell.
+bool isActive();
+
+} // namespace Compositing
+
+} // namespace Pelgra

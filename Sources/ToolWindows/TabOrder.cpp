@@ -1,0 +1,46 @@
+#include "ToolWindows/TabOrder.h"
+
+#include <QWidget>
+
+#include <algorithm>
+#include <tuple>
+
+namespace Pelgra::TabOrder {
+
+namespace {
+
+void collect(const QWidget& container, QList<QWidget*>& controls)
+{
+    QList<QWidget*> children = container.findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly);
+    children.removeIf([](const QWidget* child) { return child->isWindow() || !child->isVisible(); });
+    std::stable_sort(children.begin(), children.end(), [](const QWidget* a, const QWidget* b) {
+        return std::make_tuple(a->y(), a->x()) < std::make_tuple(b->y(), b->x());
+    });
+    for (QWidget* const child : children) {
+        if (child->isEnabled() && child->focusPolicy() & Qt::TabFocus)
+            controls.append(child);
+        collect(*child, controls);
+    }
+}
+
+} // namespace
+
+QList<QWidget*> controlsOf(const QWidget& container)
+{
+    QList<QWidget*> controls;
+    collect(container, controls);
+    return controls;
+}
+
+QWidget* next(const QWidget& window, bool forward)
+{
+    const QList<QWidget*> controls = controlsOf(window);
+    if (controls.isEmpty())
+        return nullptr;
+    const qsizetype current = controls.indexOf(window.focusWidget());
+    if (current < 0)
+        return forward ? controls.first() : controls.last();
+    return controls[(current + (forward ? 1 : controls.size() - 1)) % controls.size()];
+}
+
+} // namespace Pelgra::TabOrder

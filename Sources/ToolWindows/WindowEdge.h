@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QWidget>
+
+namespace Pelgra {
+
+/// An invisible strip along one edge or over one corner of a window without a frame: a press resizes the window the way
+/// the desktop does it, with its snapping and its limits.
+class WindowEdge : public QWidget {
+    Q_OBJECT
+
+public:
+    /// Lays strips around the window, above all its other children. Call layOut() whenever the window's size changes.
+    static void addAround(QWidget* window);
+    static void layOut(QWidget* window);
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override;
+
+private:
+    WindowEdge(Qt::Edges edges, QWidget* window);
+
+    QRect frameIn(QSize size) const;
+
+    Qt::Edges m_edges;
+};
+
+} // namespace Pelgra
