@@ -1,0 +1,137 @@
+#include "SmallFiles.h"
+#include "Support/BackgroundTask.h"
+#include "ToolWindows/TabOrder.h"
+#include "ToolWindows/ToolWindow.h"
+#include "ToolWindows/ToolWindowController.h"
+
+#include <QAccessible>
+#include <QSemaphore>
+#include <QTest>
+
+using namespace Pelgra;
+
+namespace {
+
+struct Control {
+    QString name;
+    QAccessible::Role role;
+    QObject* object;
+};
+
+/// Everything in the accessibility tree that a user acts on.
+void collect(QAccessibleInterface* node, QList<Control>& controls)
+{
+    if (!node || node->state().invisible)
+        return;
+    if (node->state().focusable && node->role() != QAccessible::Window)
+        controls.append({node->text(QAccessible::Name), node->role(), node->object()});
+    for (int i = 0; i < node->childCount(); ++i)
+        collect(node->child(i), controls);
+}
+
+} // namespace
+
+class ToolWindowAccessibilityTest : public QObject {
+    Q_OBJECT
+
+private:
+    SmallFiles m_files;
+
+    ToolWindow& open(FileTool tool)
+    {
+        ToolWindowController::Files files;
+        if (tool == FileTool::createPDF)
+            files = {m_files.picture("a.png"), m_files.picture("b.png")};
+        else
+            files = {m_files.document("a.pdf", 3), m_files.document("b.pdf", 1)};
+        ToolWindowController::present(tool, files, [](const auto&) {});
+        ToolWindow& window = ToolWindowController::openControllers().front()->window();
+        [&] {
+            QVERIFY(QTest::qWaitForWindowActive(&window));
+            QTRY_VERIFY(window.findChild<QWidget*>(QStringLiteral("primaryAction"))->isEnabled());
+        }();
+        return window;
+    }
+
+private Q_SLOTS:
+    void cleanup()
+    {
+        for (ToolWindowController* controller : ToolWindowController::openControllers())
+            controller->finish(std::nullopt);
+        utilityPool().waitForDone();
+    }
+
+    void everyControlHasANameAndIsReachedByTab_data()
+    {
+        QTest::addColumn<QString>("tool");
+        QTest::addColumn<QStringList>("order");
+        const QStringList rows = {"close", "row-0", "moveDown-0", "row-1", "moveUp-1", "primaryAction"};
+        QTest::newRow("create") << "createPDF" << rows;
+        QTest::newRow("merge") << "mergePDF" << rows;
+        QTest::newRow("organize") << "organizePDF"
+                                  << QStringList{"close",       "uniformWidth", "page-0",       "rotate-0",
+                                                 "duplicate-0", "remove-0",     "page-1",       "rotate-1",
+                                                 "duplicate-1", "remove-1",     "page-2",       "rotate-2",
+                                                 "duplicate-2", "remove-2",     "primaryAction"};
+    }
+    void everyControlHasANameAndIsReachedByTab()
+    {
+        QFETCH(QString, tool);
+        QFETCH(QStringList, order);
+        ToolWindow& window = open(*FileTool::fromRawValue(tool.toStdString()));
+        QCOMPARE(window.focusWidget()->objectName(), "primaryAction");
+
+        QSet<QObject*> reached;
+        for (const QString& expected : order) {
+            QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+            QCOMPARE(window.focusWidget()->objectName(), expected);
+            reached.insert(window.focusWidget());
+        }
+        QTest::keyClick(window.focusWidget(), Qt::Key_Backtab, Qt::ShiftModifier);
+        QCOMPARE(window.focusWidget()->objectName(), order[order.size() - 2]);
+
+        QList<Control> controls;
+        collect(QAccessible::queryAccessibleInterface(&window), controls);
+        int enabled = 0;
+        for (const Control& control : std::as_const(controls)) {
+            QVERIFY2(!control.name.isEmpty(), qPrintable("no name: " + control.object->objectName()));
+            if (!static_cast<QWidget*>(control.object)->isEnabled())
+                continue;
+            QVERIFY2(reached.contains(control.object), qPrintable("Tab does not reach " + control.name));
+            ++enabled;
+        }
+        QCOMPARE(enabled, order.size());
+    }
+
+    void rowsAndPagesAreItemsWithTheirPlace()
+    {
+        ToolWindow& merge = open(FileTool::mergePDF);
+        auto* const row = QAccessible::queryAccessibleInterface(merge.findChild<QWidget*>(QStringLiteral("row-1")));
+        QCOMPARE(row->role(), QAccessible::ListItem);
+        QCOMPARE(row->text(QAccessible::Name), "b.pdf, 2 of 2");
+        QCOMPARE(row->parent()->role(), QAccessible::List);
+        QCOMPARE(row->parent()->text(QAccessible::Name), "Document order");
+        QCOMPARE(merge.findChild<QWidget*>(QStringLiteral("moveUp-1"))->accessibleName(), "Move b.pdf up");
+    }
+
+    void whileAJobRunsTheKeyboardStaysInTheOverlay()
+    {
+        ToolWindow& window = open(FileTool::mergePDF);
+        QSemaphore gate;
+        ToolWindowController::openControllers().front()->context().run(
+            [&gate]() -> JobResult {
+                gate.acquire();
+                return JobResult("out.pdf");
+            },
+            "out.pdf");
+        QWidget* const overlay = window.focusWidget();
+        QCOMPARE(overlay->accessibleName(), "Merging PDFs…");
+        QTest::keyClick(overlay, Qt::Key_Tab);
+        QCOMPARE(window.focusWidget(), overlay);
+        gate.release();
+        QTRY_VERIFY(ToolWindowController::openControllers().empty());
+    }
+};
+
+QTEST_MAIN(ToolWindowAccessibilityTest)
+#include "ToolWindowAccessibilityTest.moc"
