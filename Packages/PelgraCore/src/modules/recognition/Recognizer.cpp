@@ -27,7 +27,7 @@ constexpr int longestRecognition = 120'000; // milliseconds
 /// Smaller pictures hold no line of text.
 constexpr int smallestSide = 16;
 constexpr std::size_t mostTrials = 3;
-constexpr std::size_t trialLines = 6;
+constexpr std::size_t trialLines = 8;
 
 bool isStopRequested(void* token, int)
 {
@@ -103,8 +103,18 @@ bool areMostlyTurned(const std::vector<RecognizedLine>& lines, double width, dou
     return balance > 0;
 }
 
+/// A box (left, top, width, height) with the white around a line that recognition needs; cut off at the page's edges.
+std::array<int, 4> withMargin(const std::array<int, 4>& box, int pageWidth, int pageHeight)
+{
+    const int margin = box[3] / 4;
+    const int left = std::max(box[0] - margin, 0);
+    const int top = std::max(box[1] - margin, 0);
+    return {left, top, std::min(box[0] + box[2] + margin, pageWidth) - left,
+            std::min(box[1] + box[3] + margin, pageHeight) - top};
+}
+
 /// The longest lines of the page, as a sample of its text.
-std::vector<std::array<int, 4>> sampleLines(tesseract::TessBaseAPI& engine)
+std::vector<std::array<int, 4>> sampleLines(tesseract::TessBaseAPI& engine, int width, int height)
 {
     std::vector<std::array<int, 4>> boxes; // left, top, width, height
     const std::unique_ptr<tesseract::PageIterator> layout(engine.AnalyseLayout());
@@ -113,7 +123,7 @@ std::vector<std::array<int, 4>> sampleLines(tesseract::TessBaseAPI& engine)
     do {
         int left = 0, top = 0, right = 0, bottom = 0;
         if (layout->BoundingBox(tesseract::RIL_TEXTLINE, &left, &top, &right, &bottom))
-            boxes.push_back({left, top, right - left, bottom - top});
+            boxes.push_back(withMargin({left, top, right - left, bottom - top}, width, height));
     } while (layout->Next(tesseract::RIL_TEXTLINE));
     std::ranges::sort(boxes, std::greater(), [](const auto& box) { return box[2]; });
     boxes.resize(std::min(boxes.size(), trialLines));
@@ -210,15 +220,20 @@ double Recognizer::trialConfidence(Pix& page, const std::string& language)
         return -1;
     m_engine->SetPageSegMode(tesseract::PSM_AUTO);
     m_engine->SetImage(&page);
-    const std::vector<std::array<int, 4>> lines = sampleLines(*m_engine);
+    const std::vector<std::array<int, 4>> lines = sampleLines(*m_engine, pixGetWidth(&page), pixGetHeight(&page));
     m_engine->SetPageSegMode(tesseract::PSM_SINGLE_LINE);
     double sum = 0;
+    int words = 0;
     for (const auto& [left, top, width, height] : lines) {
         m_engine->SetRectangle(left, top, width, height);
-        sum += m_engine->Recognize(nullptr) == 0 ? m_engine->MeanTextConf() : 0;
+        if (m_engine->Recognize(nullptr) != 0)
+            continue;
+        const std::unique_ptr<int[]> confidences(m_engine->AllWordConfidences()); // a negative one ends them
+        for (const int* word = confidences.get(); word && *word >= 0; ++word, ++words)
+            sum += *word;
     }
     m_engine->Clear();
-    return lines.empty() ? 0 : sum / static_cast<double>(lines.size());
+    return words == 0 ? 0 : sum / words;
 }
 
 Recognizer::Reading Recognizer::readAnyWayUp(const PixHandle& page, Reading upright, std::stop_token stop)
