@@ -200,7 +200,7 @@ void AppDelegate::updateMenu()
     m_hintItem->setText(m_preferences.menuHint());
     m_platform.dragSource().refresh();
     const ModifierFlags option = flagOf(ModifierKey::option);
-    m_debugItem->setVisible((m_platform.dragSource().modifierFlags() & option) == option);
+    m_debugItem->setVisible((m_platform.dragSource().modifierFlagsNow() & option) == option);
 }
 
 void AppDelegate::handle(const DragEvent& event)

@@ -122,8 +122,8 @@ class Scene:
         angle = 2 * math.pi * index / count
         return x + 150 + RADIUS * math.sin(angle), y + 150 - RADIUS * math.cos(angle)
 
-    def point_at(self, index, count):
-        """Moves onto a petal and stays until it is highlighted."""
+    def point_at(self, index, count, stay=4):
+        """Moves onto a petal and stays until it is highlighted, and for some steps more."""
         point = self.petal(index, count)
         x, y = self.display.position(self.window)
         inside = [(int(point[0] - x), int(point[1] - y) + 26)]  # clear of the label
@@ -131,7 +131,7 @@ class Scene:
         self.glide(point)
         wait_for(lambda: abs(self.brightness(inside) - before) > 10, "the highlight")
         # The source learns a moment later that its drop would be welcome.
-        self.glide(point, 4)
+        self.glide(point, stay)
 
     def brightness(self, points):
         return sum(colour >> shift & 0xFF for colour in self.display.pixels(self.window, points) for shift in (0, 8, 16))
@@ -402,7 +402,7 @@ for manager in FIRST_FILE:
         outside = (1180, 650)
         scene.pick_up(outside, begun=lambda: scene.app.says("started with 1 file(s)", scene.since), timeout=20)
         scene.open_wheel()
-        scene.point_at(0, 5)
+        scene.point_at(0, 5, stay=30)
         scene.release()
         scene.expect_files("a photo.png", "a photo.jpg", b"b \xc5\xbelu\xc5\xa5.png")
         scene.expect_end()
@@ -423,7 +423,7 @@ for manager in FIRST_FILE:
             return False
         wait_for(both_dragged, "a drag of both files", 30)
         scene.open_wheel(hold=True)
-        scene.point_at(0, 5)
+        scene.point_at(0, 5, stay=30)
         scene.release()
         scene.expect_files("a photo.png", "a photo.jpg", b"b \xc5\xbelu\xc5\xa5.png", b"b \xc5\xbelu\xc5\xa5.jpg")
     out_of.__name__ = f"out_of_{manager}"

@@ -26,10 +26,15 @@ public:
     /// Changes whenever a drag begins anywhere, except in this process.
     virtual std::int64_t changeCount() const = 0;
 
+    /// Up to date while a drag is under way; between drags false.
     virtual bool isPrimaryButtonDown() const = 0;
 
-    /// The modifiers that are down, and those that went down since the sample before and are up again already.
+    /// The modifiers that are down, and those that went down since the sample before and are up again already. Up to
+    /// date while a drag is under way.
     virtual ModifierFlags modifierFlags() const = 0;
+
+    /// The modifiers that are down at this moment, drag or not; asks the desktop.
+    virtual ModifierFlags modifierFlagsNow() { return modifierFlags(); }
 
     /// The dragged files in the source's order, links as they are; empty until they are known, and for drags that
     /// hold no file.

@@ -64,16 +64,34 @@ void X11DragSource::refresh()
     m_reader.proceed();
 }
 
+// A round trip to the server alone: it never waits for a client, and takes some 0.1 ms.
+XcbOwned<xcb_query_pointer_reply_t> X11DragSource::queryPointer() const
+{
+    return XcbOwned<xcb_query_pointer_reply_t>(xcb_query_pointer_reply(
+        m_connection.get(), xcb_query_pointer(m_connection.get(), m_connection.root()), nullptr));
+}
+
+ModifierFlags X11DragSource::modifierFlagsNow()
+{
+    if (m_keyboardChanged)
+        resolveKeyboard();
+    const XcbOwned<xcb_query_pointer_reply_t> pointer = queryPointer();
+    return pointer ? m_modifierMap.flagsOf(pointer->mask) : 0;
+}
+
 void X11DragSource::takeSample()
 {
-    // A round trip to the server alone: it never waits for a client, and takes some 0.1 ms.
-    const XcbOwned<xcb_query_pointer_reply_t> pointer(xcb_query_pointer_reply(
-        m_connection.get(), xcb_query_pointer(m_connection.get(), m_connection.root()), nullptr));
+    // Between drags nobody asks for button and modifiers, and the start of one is reported.
+    if (!m_isDragging) {
+        drain();
+        if (!m_isDragging)
+            return;
+    }
+    const XcbOwned<xcb_query_pointer_reply_t> pointer = queryPointer();
     // Set before the reports are read: those of presses that the mask shows already then count as seen.
     if (pointer)
         m_latestModifiers = pointer->mask & modifierMask;
-    if (drain)
-        drain();
+    drain();
     if (!pointer)
         return;
     if (m_keyboardChanged && m_isDragging)

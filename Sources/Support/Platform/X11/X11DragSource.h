@@ -27,6 +27,7 @@ public:
     std::int64_t changeCount() const override { return m_changeCount; }
     bool isPrimaryButtonDown() const override { return m_buttonDown; }
     ModifierFlags modifierFlags() const override { return m_flags; }
+    ModifierFlags modifierFlagsNow() override;
     std::vector<std::filesystem::path> fileURLs() override;
     QPoint pointer() const override;
 
@@ -43,10 +44,11 @@ public:
     /// Called before onEscape, for the surface.
     std::function<void()> onCancelled;
 
-    /// Called by refresh() between asking and telling, to empty the connection's queue.
+    /// Called by refresh() between asking and telling, to empty the connection's queue. Must be set.
     std::function<void()> drain;
 
 private:
+    XcbOwned<xcb_query_pointer_reply_t> queryPointer() const;
     void takeSample();
     void watchAlways();
     void watchTheDrag(bool watch);

@@ -30,7 +30,9 @@ X11Platform::X11Platform(std::unique_ptr<XcbConnection> connection, xcb_connecti
     , m_notifier(xcb_get_file_descriptor(m_connection->get()), QSocketNotifier::Read)
 {
     m_dragSource.drain = [this] {
-        drain();
+        // What came before the reply just read is in the queue; looking at the socket again would cost a call per tick.
+        drain(xcb_poll_for_queued_event);
+        m_wheelSurface.proceed();
     };
     m_dragSource.onCancelled = [this] {
         m_wheelSurface.cancelDrag();
@@ -65,12 +67,12 @@ bool X11Platform::isTrayChange(const xcb_generic_event_t& event) const
         == m_connection->atoms().trayManager;
 }
 
-void X11Platform::drain()
+void X11Platform::drain(NextEvent next)
 {
     if (m_isDraining)
         return; // what is being handled asked the server something; the loop outside goes on
     m_isDraining = true;
-    while (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(m_connection->get())}) {
+    while (const XcbOwned<xcb_generic_event_t> event{next(m_connection->get())}) {
         m_dragSource.handle(*event);
         m_wheelSurface.handle(*event);
         if (isTrayChange(*event) && onTrayChanged)
@@ -83,7 +85,7 @@ void X11Platform::drain()
 
 void X11Platform::drainAndTell()
 {
-    drain();
+    drain(xcb_poll_for_event);
     if (!m_isDraining && m_dragSource.takeNews() && m_dragSource.onNews)
         m_dragSource.onNews();
 }

@@ -26,7 +26,8 @@ public:
 
 private:
     X11Platform(std::unique_ptr<XcbConnection> connection, xcb_connection_t* toolkitConnection);
-    void drain();
+    using NextEvent = xcb_generic_event_t* (*)(xcb_connection_t*);
+    void drain(NextEvent next);
     void drainAndTell();
     void watchTray();
     bool isTrayChange(const xcb_generic_event_t& event) const;
