@@ -88,6 +88,14 @@ private Q_SLOTS:
     {
         QVERIFY(isUnreadable("<svg xmlns='http://www.w3.org/2000/svg' width='40000' height='40000'/>"));
         QVERIFY(isUnreadable("no drawing"));
+        // Each group asks for a layer of the whole canvas.
+        std::string layers = std::string(opening) + "width='4000' height='4000'>";
+        for (int depth = 0; depth < 100; ++depth)
+            layers += "<g opacity='0.5'>";
+        layers += "<rect width='4000' height='4000'/>";
+        for (int depth = 0; depth < 100; ++depth)
+            layers += "</g>";
+        QVERIFY(isUnreadable(layers + "</svg>"));
         std::string entities = "<!DOCTYPE svg [<!ENTITY a0 'aaaaaaaaaaaaaaaaaaaa'>";
         for (int level = 1; level < 12; ++level) {
             const std::string inner = "&a" + std::to_string(level - 1) + ";";

@@ -1,6 +1,11 @@
 #pragma once
 
+#include <filesystem>
+
 namespace Pelgra {
+
+/// Where this library, its modules and its helper programs stand. Throws std::runtime_error.
+std::filesystem::path moduleFolder();
 
 /// The table of functions that libpelgra-<name>.so, beside this library, exports as `pelgraModule`. Loaded at the first
 /// call and kept; safe from several threads. Throws std::runtime_error when the module cannot be loaded.

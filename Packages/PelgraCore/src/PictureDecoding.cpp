@@ -11,7 +11,7 @@
 #include "ModuleLoader.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/FileFormat.h"
-#include "SvgModule.h"
+#include "SvgRendering.h"
 #include "TiffModule.h"
 
 #include <algorithm>
@@ -53,7 +53,7 @@ DecodedImage drawing(std::span<const std::byte> file)
 {
     constexpr double drawnAt = 144; // two pixels to a point
     DecodedImage decoded;
-    decoded.image = module<SvgModule>("svg").render(file);
+    decoded.image = renderSvg(file);
     decoded.dpiX = decoded.dpiY = drawnAt;
     return decoded;
 }

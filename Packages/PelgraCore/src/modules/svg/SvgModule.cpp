@@ -114,7 +114,7 @@ NominalSize nominalSize(RsvgHandle* handle)
 RasterImage blankImage(const NominalSize& size)
 {
     // The drawing library's own limit for a side, and an area that leaves room for the layers of the drawing.
-    constexpr double sideLimit = 32767, areaLimit = 100'000'000;
+    constexpr double sideLimit = 32767, areaLimit = 64'000'000;
     const double width = std::max(1.0, std::round(size.width * pixelsPerUnit));
     const double height = std::max(1.0, std::round(size.height * pixelsPerUnit));
     if (width > sideLimit || height > sideLimit || width * height > areaLimit)
