@@ -22,8 +22,8 @@ namespace Pelgra {
 
 namespace {
 
-/// The renderer limits its own processor time; this is for one that sleeps.
-constexpr int waitMilliseconds = 20'000;
+/// The renderer limits its own processor time; this is for one that sleeps or a machine that is busy.
+constexpr int waitMilliseconds = 9'500;
 
 /// An unnamed file in memory.
 UniqueDescriptor makeMemoryFile(const char* name)

@@ -29,7 +29,7 @@ void setLimit(int resource, rlim_t value)
 /// A drawing that a person made takes a fraction of a second. Of the memory a third is the canvas at its largest.
 void limitSelf()
 {
-    constexpr rlim_t processorSeconds = 8, memoryBytes = rlim_t{768} << 20;
+    constexpr rlim_t processorSeconds = 6, memoryBytes = rlim_t{768} << 20;
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     setLimit(RLIMIT_CORE, 0);
     setLimit(RLIMIT_CPU, processorSeconds);
