@@ -106,7 +106,12 @@ class Desktop:
             print(f"starting again after: {failure}", file=sys.stderr)
             self.print_logs()
             self.stop()
+        try:
             return self.start()
+        except Failure:
+            self.print_logs()
+            self.stop()
+            raise
 
     def __exit__(self, *_):
         self.stop()
