@@ -173,10 +173,10 @@ void HUDPanel::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    QColor fill = background;
-    if (!Compositing::isActive())
-        fill.setAlpha(255);
-    painter.fillPath(capsule(QRectF(rect())), fill);
+    if (Compositing::isActive())
+        painter.fillPath(capsule(QRectF(rect())), background);
+    else
+        painter.fillRect(rect(), QColor(background.rgb())); // the mask cuts it, without soft edges
     painter.setPen(QPen(outline, 1));
     painter.drawPath(capsule(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5)));
 }

@@ -114,7 +114,10 @@ void ToolWindow::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const QPainterPath shape = shapeOf(*this);
-    painter.fillPath(shape, palette().color(QPalette::Window));
+    if (Compositing::isActive())
+        painter.fillPath(shape, palette().color(QPalette::Window));
+    else
+        painter.fillRect(rect(), palette().color(QPalette::Window)); // the mask cuts it, without soft edges
     // Nobody draws a frame around the window, and the one below may have its colour.
     painter.setClipPath(shape);
     painter.strokePath(shape, QPen(primaryColor(*this, 0.2), 2));

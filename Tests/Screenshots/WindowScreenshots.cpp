@@ -65,6 +65,7 @@ public:
         m_ground.setPalette(QPalette(QColor(0x7D, 0x8F, 0xA8)));
         m_ground.setGeometry(QGuiApplication::primaryScreen()->geometry());
         m_ground.show();
+        m_ground.lower(); // it is not the window manager's to place
         for (int i = 1; i <= 10; ++i)
             writePicture(file(QStringLiteral("Holiday %1.jpg").arg(i)), i % 3 ? QSize(900, 600) : QSize(600, 900),
                          i % 2 ? "jpg" : "png");
@@ -204,13 +205,13 @@ private:
     {
         const int height = 140;
         QImage strip;
-        for (int i = 0; i < tileCount; ++i) {
-            HUDPanel* const panel = HUDPanel::show(state, QPoint(i * tile + tile / 2, 30));
+        for (int i = 0; i < tileCount / 2; ++i) { // over two backgrounds at a time
+            HUDPanel* const panel = HUDPanel::show(state, QPoint((2 * i + 1) * tile, 0));
             if (!waitFor([&] { return panel->windowOpacity() == 1; }))
                 return false;
-            const QImage shot = grabSettled({i * tile, 0, tile, height});
+            const QImage shot = grabSettled({2 * i * tile, 0, 2 * tile, height});
             if (strip.isNull())
-                strip = QImage(shot.width() * tileCount, shot.height(), QImage::Format_RGB32);
+                strip = QImage(shot.width() * tileCount / 2, shot.height(), QImage::Format_RGB32);
             QPainter(&strip).drawImage(i * shot.width(), 0, shot);
             delete panel;
         }
