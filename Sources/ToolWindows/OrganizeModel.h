@@ -25,7 +25,7 @@ public:
     /// Longest side of a page image, pixels.
     static constexpr double thumbnailPixels = 400;
     /// Page images kept at most; the ones that were out of view longest go first.
-    static constexpr int thumbnailLimit = 240;
+    static constexpr int thumbnailLimit = 160;
 
     explicit OrganizeModel(std::filesystem::path url, QObject* parent = nullptr);
 

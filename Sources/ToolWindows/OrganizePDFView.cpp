@@ -128,7 +128,7 @@ void OrganizePDFView::addUndoKeys()
 void OrganizePDFView::updateControls()
 {
     const bool isEmpty = m_model.pages().empty();
-    m_count->setText(m_model.countLabel());
+    m_count->setText(m_model.isLoading() ? QString() : m_model.countLabel());
     m_reset->setEnabled(m_model.isChanged());
     m_chrome->setActionEnabled(!isEmpty);
     m_pages->setCurrentIndex(m_model.isLoading() ? loadingPage : isEmpty ? emptyPage : gridPage);
@@ -137,6 +137,8 @@ void OrganizePDFView::updateControls()
 void OrganizePDFView::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
+    if (m_model.isLoading())
+        m_pages->setFocus(); // else the keyboard would begin at the close button
     m_model.load();
 }
 

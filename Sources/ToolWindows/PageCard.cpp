@@ -88,6 +88,7 @@ PageCard::PageCard(const PageEdit& edit, QWidget* parent)
         m_spin = value.toDouble();
         update();
     });
+    connect(&m_turn, &QVariantAnimation::finished, this, [this] { update(); });
     connect(m_rotate, &QAbstractButton::clicked, this, [this] { Q_EMIT rotateRequested(m_edit.id); });
     connect(m_duplicate, &QAbstractButton::clicked, this, [this] { Q_EMIT duplicateRequested(m_edit.id); });
     connect(m_remove, &QAbstractButton::clicked, this, [this] { Q_EMIT removeRequested(m_edit.id); });
@@ -126,6 +127,7 @@ void PageCard::turnTo(std::int64_t rotation)
     // Always clockwise, by what is missing to the new rotation: from 270 to 0 is a quarter turn on, not three back.
     const std::int64_t turn = ((rotation - m_lastRotation) % 360 + 360) % 360;
     m_lastRotation = rotation;
+    m_drawn = {};
     const double from = m_turn.state() == QAbstractAnimation::Running ? m_turn.endValue().toDouble() : m_spin;
     m_turn.stop();
     if (Motion::isReduced() || !isVisible()) {
@@ -142,6 +144,7 @@ void PageCard::setImage(const QImage& image)
     if (m_image.cacheKey() == image.cacheKey())
         return;
     m_image = image;
+    m_drawn = {};
     update();
 }
 
@@ -178,9 +181,27 @@ void PageCard::paintEvent(QPaintEvent*)
         drawFocusRing(painter, QRectF(rect()), cornerRadius, *this);
 }
 
-void PageCard::paintPage(QPainter& painter) const
+void PageCard::paintPage(QPainter& painter)
 {
-    const QRectF area = imageArea();
+    if (m_turn.state() == QAbstractAnimation::Running) {
+        drawPage(painter, imageArea());
+        return;
+    }
+    // Scrolling paints every card anew for each step, and scaling an image takes most of that.
+    const QRectF frame = imageArea().adjusted(-1, -1, 1, 1); // with the outline
+    if (m_drawn.isNull() || m_drawn.devicePixelRatio() != devicePixelRatioF()) {
+        m_drawn = QPixmap((frame.size() * devicePixelRatioF()).toSize());
+        m_drawn.setDevicePixelRatio(devicePixelRatioF());
+        m_drawn.fill(Qt::transparent);
+        QPainter page(&m_drawn);
+        page.setRenderHints(painter.renderHints());
+        drawPage(page, imageArea().translated(-frame.topLeft()));
+    }
+    painter.drawPixmap(frame.topLeft(), m_drawn);
+}
+
+void PageCard::drawPage(QPainter& painter, const QRectF& area) const
+{
     const QSizeF size = m_image.isNull() ? QSizeF(210, 297) : QSizeF(m_image.size());
     const double scale = fittingScale(size, area.size(), m_spin);
     painter.save();
@@ -212,6 +233,7 @@ void PageCard::paintBadge(QPainter& painter) const
 void PageCard::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
+    m_drawn = {};
     const int top = height() - padding - buttonDiameter;
     const int whole = 3 * buttonDiameter + 2 * gap;
     int left = (width() - whole) / 2;
@@ -252,6 +274,13 @@ void PageCard::leaveEvent(QEvent* event)
     QWidget::leaveEvent(event);
     m_isHovering = false;
     update();
+}
+
+void PageCard::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        m_drawn = {};
 }
 
 void PageCard::focusInEvent(QFocusEvent* event)

@@ -3,6 +3,7 @@
 #include "PelgraCore/Models.h"
 
 #include <QImage>
+#include <QPixmap>
 #include <QVariantAnimation>
 #include <QWidget>
 
@@ -27,6 +28,7 @@ public:
     /// Shows the page at its place (from 1) of a total. A change of the rotation is shown as a turn clockwise.
     void setPage(const PageEdit& edit, int number, int total);
     void setImage(const QImage& image);
+    bool hasImage() const { return !m_image.isNull(); }
     void setDimmed(bool dimmed);
 
     /// The angle the page is shown at, degrees clockwise; grows with every turn.
@@ -47,12 +49,14 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     void enterEvent(QEnterEvent* event) override;
     void leaveEvent(QEvent* event) override;
+    void changeEvent(QEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
 
 private:
     QRectF imageArea() const;
-    void paintPage(QPainter& painter) const;
+    void paintPage(QPainter& painter);
+    void drawPage(QPainter& painter, const QRectF& area) const;
     void paintBadge(QPainter& painter) const;
     void turnTo(std::int64_t rotation);
 
@@ -60,6 +64,7 @@ private:
     int m_number = 1;
     int m_total = 1;
     QImage m_image;
+    QPixmap m_drawn; ///< the page as it was last painted at rest; null once it would look different
     bool m_isHovering = false;
     bool m_isDimmed = false;
     double m_spin = 0;

@@ -131,9 +131,9 @@ void ToolChrome::updateControls()
 
 void ToolChrome::takeFocusToAction()
 {
-    // The keyboard begins there, and comes back from the overlay.
+    // The keyboard begins there, and comes back from the overlay and from what only held its place.
     const QWidget* const focused = window()->focusWidget();
-    if (m_action->isEnabled() && (!focused || focused == m_close || focused == m_overlay))
+    if (m_action->isEnabled() && (!focused || focused == m_close || focused->focusPolicy() == Qt::NoFocus))
         m_action->setFocus();
 }
 
