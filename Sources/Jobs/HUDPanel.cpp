@@ -5,7 +5,6 @@
 #include "Support/Motion.h"
 
 #include <QAccessible>
-#include <QBitmap>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPainterPath>
@@ -186,7 +185,7 @@ void HUDPanel::resizeEvent(QResizeEvent*)
     if (Compositing::isActive())
         clearMask();
     else
-        setMask(QRegion(capsule(QRectF(rect())).toFillPolygon().toPolygon()));
+        setMask(Compositing::maskFor(capsule(QRectF(rect())), size()));
 }
 
 } // namespace Pelgra

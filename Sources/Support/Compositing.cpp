@@ -2,6 +2,10 @@
 
 #include "Support/Platform/WheelSurface.h"
 
+#include <QBitmap>
+#include <QPainter>
+#include <QPainterPath>
+
 namespace Pelgra::Compositing {
 
 namespace {
@@ -18,6 +22,15 @@ void follow(const WheelSurface* surface)
 bool isActive()
 {
     return followed && followed->isCompositing();
+}
+
+QRegion maskFor(const QPainterPath& shape, QSize size)
+{
+    // Drawn, since a region made of the path's polygon cuts its right and lower corners straight.
+    QBitmap mask(size);
+    mask.clear();
+    QPainter(&mask).fillPath(shape, Qt::color1);
+    return QRegion(mask);
 }
 
 } // namespace Pelgra::Compositing

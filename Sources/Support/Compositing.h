@@ -1,5 +1,10 @@
 #pragma once
 
+#include <QRegion>
+#include <QSize>
+
+class QPainterPath;
+
 namespace Pelgra {
 
 class WheelSurface;
@@ -12,6 +17,9 @@ void follow(const WheelSurface* surface);
 
 /// Whether translucent windows and fading work now; false as long as nobody can tell.
 bool isActive();
+
+/// The mask that cuts a window of this size to a shape where nothing composites.
+QRegion maskFor(const QPainterPath& shape, QSize size);
 
 } // namespace Compositing
 

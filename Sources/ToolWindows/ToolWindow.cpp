@@ -129,7 +129,7 @@ void ToolWindow::cutToShape()
     if (Compositing::isActive())
         clearMask();
     else
-        setMask(QRegion(shapeOf(*this).toFillPolygon().toPolygon()));
+        setMask(Compositing::maskFor(shapeOf(*this), size()));
     update();
 }
 
