@@ -127,14 +127,15 @@ class Scene:
         point = self.petal(index, count)
         x, y = self.display.position(self.window)
         inside = [(int(point[0] - x), int(point[1] - y) + 26)]  # clear of the label
-        before = wait_for(lambda: self.brightness(inside), "the wheel's painting")
+        before = wait_for(lambda: any(self.channels(inside)) and self.channels(inside), "the wheel's painting")
         self.glide(point)
-        wait_for(lambda: abs(self.brightness(inside) - before) > 10, "the highlight")
+        # By channel: a highlight may change the hue and hardly the brightness.
+        wait_for(lambda: max((abs(a - b) for a, b in zip(self.channels(inside), before)), default=0) > 8, "the highlight")
         # The source learns a moment later that its drop would be welcome.
         self.glide(point, stay)
 
-    def brightness(self, points):
-        return sum(colour >> shift & 0xFF for colour in self.display.pixels(self.window, points) for shift in (0, 8, 16))
+    def channels(self, points):
+        return [colour >> shift & 0xFF for colour in self.display.pixels(self.window, points) for shift in (0, 8, 16)]
 
     def release(self):
         self.display.button(False)
