@@ -24,8 +24,10 @@ Release readItem(QXmlStreamReader& xml)
         } else if (xml.name() == u"link") {
             release.page = QUrl(xml.readElementText(QXmlStreamReader::SkipChildElements).trimmed(), QUrl::StrictMode);
         } else if (xml.name() == u"enclosure") {
+            // Normalised, since 1.2 and 1.2.0 are one version.
             release.version =
-                QVersionNumber::fromString(xml.attributes().value(appcastNamespace, QStringLiteral("version")));
+                QVersionNumber::fromString(xml.attributes().value(appcastNamespace, QStringLiteral("version")))
+                    .normalized();
             xml.skipCurrentElement();
         } else {
             xml.skipCurrentElement();

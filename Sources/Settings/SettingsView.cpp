@@ -91,6 +91,13 @@ SettingsView::SettingsView(Preferences* preferences, QWidget* parent)
     followLoginItem();
 }
 
+SettingsView::~SettingsView()
+{
+    // A picker that is being deleted reports that its choice is gone, when this is no settings view any more.
+    m_convertKey->disconnect(this);
+    m_toolsKey->disconnect(this);
+}
+
 QComboBox* SettingsView::makePicker(const QString& name, void (Preferences::*set)(ModifierKey))
 {
     auto* const picker = new QComboBox;
@@ -100,6 +107,8 @@ QComboBox* SettingsView::makePicker(const QString& name, void (Preferences::*set
         picker->setItemData(picker->count() - 1, keyboardKeyOf(key), Qt::ToolTipRole);
     }
     connect(picker, &QComboBox::currentIndexChanged, this, [this, picker, set](int index) {
+        if (index < 0)
+            return;
         const auto key = static_cast<ModifierKey>(picker->itemData(index).toInt());
         (m_preferences->*set)(key);
         picker->setToolTip(keyboardKeyOf(key));

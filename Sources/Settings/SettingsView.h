@@ -23,6 +23,7 @@ class SettingsView : public QWidget {
 public:
     /// The preferences outlive the view.
     explicit SettingsView(Preferences* preferences, QWidget* parent = nullptr);
+    ~SettingsView() override;
 
 private:
     QWidget* makeKeys();
