@@ -57,6 +57,8 @@ public:
 
     Invocation parse()
     {
+        if (!m_words.empty() && isForTheDesktop(m_words.front()))
+            passOnFrom(0);
         while (m_next < m_words.size() && !m_finished)
             takeWord(m_words[m_next++]);
         if (!m_command)
@@ -87,11 +89,33 @@ private:
         if (found == commandNames.end())
             throw UsageError("There is no command " + quoted(word) + ".");
         m_command = found->command;
-        if (m_command == Command::wheel) {
-            // The desktop program reads its own words.
-            m_result.passedOn.assign(m_words.begin() + static_cast<std::ptrdiff_t>(m_next), m_words.end());
-            m_finished = true;
-        }
+        if (m_command == Command::wheel)
+            passOnFrom(m_next);
+    }
+
+    /// Whether the first word belongs to the desktop program: a setting for the run, or an option of it.
+    static bool isForTheDesktop(std::string_view word)
+    {
+        constexpr std::array<std::string_view, 11> words{"-convertKey",
+                                                         "-toolsKey",
+                                                         "-jpegQuality",
+                                                         "-checkForUpdatesAutomatically",
+                                                         "-PelgraDebugWheel",
+                                                         "-PelgraDebugKind",
+                                                         "-PelgraDebugHighlight",
+                                                         "-ToolWindowsDebug",
+                                                         "--settings",
+                                                         "--background",
+                                                         "--verbose"};
+        return std::find(words.begin(), words.end(), word) != words.end();
+    }
+
+    /// The desktop program reads its own words.
+    void passOnFrom(std::size_t first)
+    {
+        m_command = Command::wheel;
+        m_result.passedOn.assign(m_words.begin() + static_cast<std::ptrdiff_t>(first), m_words.end());
+        m_finished = true;
     }
 
     void takeOption(std::string_view word)

@@ -50,6 +50,7 @@ private Q_SLOTS:
         const Invocation invocation = parse({"wheel", "-PelgraDebugWheel", "--", "x"});
         QCOMPARE(invocation.command, Command::wheel);
         QCOMPARE(invocation.passedOn, (std::vector<std::string>{"-PelgraDebugWheel", "--", "x"}));
+        QCOMPARE(parse({"-convertKey", "control"}).passedOn, (std::vector<std::string>{"-convertKey", "control"}));
         QCOMPARE(parse({"convert", "--help", "--nonsense"}).command, Command::help);
     }
 
