@@ -105,7 +105,8 @@ private Q_SLOTS:
                 break;
             }
             QCOMPARE(outcome.status, 1);
-            QVERIFY2(outcome.errors.startsWith("pelgra: Couldn’t save “"), outcome.errors.constData());
+            // Not at the very start: an encoder may warn first, of a machine without /sys for one.
+            QVERIFY2(outcome.errors.contains("pelgra: Couldn’t save “"), outcome.errors.constData());
             QCOMPARE(outcome.output, QByteArray());
             QCOMPARE(newNames(folder), std::vector<std::string>());
         }
