@@ -18,6 +18,7 @@
 #include <QVBoxLayout>
 
 #include <cmath>
+#include <functional>
 
 namespace Pelgra {
 
@@ -110,7 +111,7 @@ QComboBox* SettingsView::makePicker(const QString& name, void (Preferences::*set
         if (index < 0)
             return;
         const auto key = static_cast<ModifierKey>(picker->itemData(index).toInt());
-        (m_preferences->*set)(key);
+        std::invoke(set, m_preferences, key);
         picker->setToolTip(keyboardKeyOf(key));
     });
     return picker;
