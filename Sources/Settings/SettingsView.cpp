@@ -92,13 +92,6 @@ SettingsView::SettingsView(Preferences* preferences, QWidget* parent)
     followLoginItem();
 }
 
-SettingsView::~SettingsView()
-{
-    // A picker that is being deleted reports that its choice is gone, when this is no settings view any more.
-    m_convertKey->disconnect(this);
-    m_toolsKey->disconnect(this);
-}
-
 QComboBox* SettingsView::makePicker(const QString& name, void (Preferences::*set)(ModifierKey))
 {
     auto* const picker = new QComboBox;

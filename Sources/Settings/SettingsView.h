@@ -23,7 +23,6 @@ class SettingsView : public QWidget {
 public:
     /// The preferences outlive the view.
     explicit SettingsView(Preferences* preferences, QWidget* parent = nullptr);
-    ~SettingsView() override;
 
 private:
     QWidget* makeKeys();
