@@ -3,6 +3,7 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDBusMetaType>
 
 namespace Pelgra {
 
@@ -18,6 +19,7 @@ constexpr int answerMilliseconds = 5000;
 SingleInstance::SingleInstance(QObject* parent)
     : QObject(parent)
 {
+    qDBusRegisterMetaType<QByteArrayList>(); // else neither side can send or read the files
 }
 
 bool SingleInstance::isAnotherRunning() const
