@@ -31,10 +31,10 @@ constexpr int sectionSpacing = 18;
 constexpr int sectionPadding = 14;
 constexpr int footerPixels = 12;
 
-// The slider counts in steps of 5 %.
-constexpr int lowestStep = 10;
-constexpr int highestStep = 20;
-constexpr double qualityStep = 0.05;
+// The slider counts in per cent, which is what a screen reader reads, and stops at every fifth.
+constexpr int lowestQuality = 50;
+constexpr int highestQuality = 100;
+constexpr int qualityStep = 5;
 
 /// Which key of a PC keyboard a key is.
 QString keyboardKeyOf(ModifierKey key)
@@ -148,13 +148,20 @@ QWidget* SettingsView::makeQuality()
 
     m_quality = new QSlider(Qt::Horizontal, section);
     m_quality->setObjectName(QStringLiteral("jpegQuality"));
-    m_quality->setRange(lowestStep, highestStep);
-    m_quality->setPageStep(2);
+    m_quality->setRange(lowestQuality, highestQuality);
+    m_quality->setSingleStep(qualityStep);
+    m_quality->setPageStep(2 * qualityStep);
+    m_quality->setTickInterval(qualityStep);
     m_quality->setTickPosition(QSlider::TicksBelow);
     m_quality->setAccessibleName(name->text());
     name->setBuddy(m_quality);
-    connect(m_quality, &QSlider::valueChanged, this,
-            [this](int steps) { m_preferences->setJPEGQuality(steps * qualityStep); });
+    connect(m_quality, &QSlider::valueChanged, this, [this](int percent) {
+        const int stop = static_cast<int>(std::lround(percent / double{qualityStep})) * qualityStep;
+        if (stop == percent)
+            m_preferences->setJPEGQuality(percent / 100.0);
+        else
+            m_quality->setValue(stop); // comes back here
+    });
     auto* const row = new QHBoxLayout;
     row->addWidget(new QLabel(QStringLiteral("Smaller"), section));
     row->addWidget(m_quality, 1);
@@ -175,6 +182,7 @@ QWidget* SettingsView::makeSystem()
     m_approve = new QPushButton(QStringLiteral("Approve in System Settings…"), section);
     m_approve->setObjectName(QStringLiteral("approveLoginItem"));
     m_approve->setFlat(true);
+    m_approve->setAutoDefault(false);
     m_approve->setCursor(Qt::PointingHandCursor);
     QPalette link = m_approve->palette();
     link.setColor(QPalette::ButtonText, link.color(QPalette::Link));
@@ -243,7 +251,7 @@ void SettingsView::showQuality()
 {
     const double quality = m_preferences->jpegQuality();
     const QSignalBlocker quiet(m_quality);
-    m_quality->setValue(static_cast<int>(std::lround(quality / qualityStep)));
+    m_quality->setValue(static_cast<int>(std::lround(quality * 100)));
     m_qualityText->setText(QStringLiteral("%1%").arg(std::lround(quality * 100)));
 }
 

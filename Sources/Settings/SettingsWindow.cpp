@@ -5,6 +5,7 @@
 #include "Support/AppActivation.h"
 
 #include <QCursor>
+#include <QDialog>
 #include <QGuiApplication>
 #include <QPointer>
 #include <QScreen>
@@ -22,7 +23,7 @@ QPointer<QWidget>& instance()
 
 QWidget* make()
 {
-    auto* const settings = new QWidget(nullptr,
+    auto* const settings = new QDialog(nullptr,
                                        Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint
                                            | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint);
     settings->setWindowTitle(QStringLiteral("Pelgra Settings"));
