@@ -4,7 +4,7 @@
 #include "Support/Compositing.h"
 #include "Support/Motion.h"
 
-#include <QAccessible>
+#include <QAccessibleWidget>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPainterPath>
@@ -40,6 +40,12 @@ QPainterPath capsule(const QRectF& rect)
     return path;
 }
 
+QAccessibleInterface* accessibleFor(const QString&, QObject* object)
+{
+    auto* const panel = qobject_cast<HUDPanel*>(object);
+    return panel ? new QAccessibleWidget(panel, QAccessible::Notification) : nullptr;
+}
+
 } // namespace
 
 HUDPanel* HUDPanel::show(const HUDState& state, QPoint anchor)
@@ -65,6 +71,7 @@ HUDPanel::HUDPanel(const HUDState& state, QPoint anchor)
     , m_view(new HUDView(this))
     , m_fade(new QPropertyAnimation(this, "windowOpacity", this))
 {
+    QAccessible::installFactory(accessibleFor);
     setAttribute(Qt::WA_TranslucentBackground);
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_TransparentForMouseEvents);
@@ -93,9 +100,9 @@ void HUDPanel::applyState()
     setAccessibleName(m_view->accessibleName());
     reposition();
     QWidget::update();
-    if (QAccessible::isActive()) {
-        // A panel that never has the focus is read aloud only when it says that it is an alert.
-        QAccessibleEvent event(this, QAccessible::Alert);
+    if (isVisible()) {
+        // It never has the focus; a notification is read aloud when it is shown, and so again with another text.
+        QAccessibleEvent event(this, QAccessible::ObjectShow);
         QAccessible::updateAccessibility(&event);
     }
 }

@@ -3,9 +3,9 @@
 #include "Support/Paths.h"
 #include "Support/Symbols.h"
 #include "ToolWindows/FileThumbnail.h"
+#include "ToolWindows/ItemAccessibility.h"
 #include "ToolWindows/ToolButtons.h"
 
-#include <QAccessible>
 #include <QGraphicsOpacityEffect>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -104,17 +104,22 @@ OrderedFileRow::OrderedFileRow(const OrderedFile& file, RowLeading leading, QWid
 void OrderedFileRow::setPosition(std::size_t index, std::size_t count)
 {
     m_number->setText(QString::number(index + 1));
-    m_up->setEnabled(index > 0);
-    m_down->setEnabled(index + 1 < count);
+    const bool canMoveUp = index > 0;
+    const bool canMoveDown = index + 1 < count;
+    // At the end of the list the keyboard stays in the row; else it would go on to whatever comes next, and the key
+    // that moved the row would press that.
+    if ((m_up->hasFocus() && !canMoveUp) || (m_down->hasFocus() && !canMoveDown))
+        setFocus();
+    m_up->setEnabled(canMoveUp);
+    m_down->setEnabled(canMoveDown);
     m_up->setObjectName(QStringLiteral("moveUp-%1").arg(index));
     m_down->setObjectName(QStringLiteral("moveDown-%1").arg(index));
     setObjectName(QStringLiteral("row-%1").arg(index));
-    const QString spoken = QStringLiteral("%1, %2 of %3").arg(m_fileName).arg(index + 1).arg(count);
-    if (accessibleName() != spoken) {
-        setAccessibleName(spoken); // a screen reader reads the new place of the row that has the focus
-        QAccessibleEvent event(this, QAccessible::NameChanged);
-        QAccessible::updateAccessibility(&event);
-    }
+    // Read aloud after a move, on the row or on the button that moved it.
+    const QString place = QStringLiteral("%1 of %2").arg(index + 1).arg(count);
+    setSpokenName(*this, QStringLiteral("%1, %2").arg(m_fileName, place));
+    setSpokenDescription(*m_up, place);
+    setSpokenDescription(*m_down, place);
 }
 
 void OrderedFileRow::setDimmed(bool dimmed)

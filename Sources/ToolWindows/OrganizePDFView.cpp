@@ -103,6 +103,7 @@ QWidget* OrganizePDFView::makeHeader()
 QWidget* OrganizePDFView::makePages()
 {
     m_pages = new QStackedWidget;
+    m_pages->setAccessibleName(QStringLiteral("Pages"));
     m_pages->insertWidget(loadingPage, centered(new Spinner(loadingSpinner)));
     QLabel* const nothing = makeText(QStringLiteral("This PDF has no readable pages."), 15, nullptr);
     nothing->setWordWrap(false);

@@ -1,9 +1,9 @@
 #include "ToolWindows/PageCard.h"
 
 #include "Support/Motion.h"
+#include "ToolWindows/ItemAccessibility.h"
 #include "ToolWindows/ToolButtons.h"
 
-#include <QAccessible>
 #include <QKeyEvent>
 #include <QPainter>
 
@@ -101,23 +101,27 @@ void PageCard::setPage(const PageEdit& edit, int number, int total)
     m_number = number;
     m_total = total;
     setObjectName(QStringLiteral("page-%1").arg(number - 1));
-    m_rotate->setAccessibleName(QStringLiteral("Rotate page %1 clockwise").arg(number));
-    m_duplicate->setAccessibleName(QStringLiteral("Duplicate page %1").arg(number));
-    m_remove->setAccessibleName(QStringLiteral("Remove page %1").arg(number));
     m_rotate->setObjectName(QStringLiteral("rotate-%1").arg(number - 1));
     m_duplicate->setObjectName(QStringLiteral("duplicate-%1").arg(number - 1));
     m_remove->setObjectName(QStringLiteral("remove-%1").arg(number - 1));
     m_remove->setVisible(total > 1);
 
-    QString spoken = QStringLiteral("Page %1 of %2").arg(number).arg(total);
-    if (edit.rotation % 360 != 0)
-        spoken += QStringLiteral(", turned by %1 degrees").arg(edit.rotation % 360);
-    if (spoken != accessibleName()) {
-        setAccessibleName(spoken);
-        QAccessibleEvent event(this, QAccessible::NameChanged);
-        QAccessible::updateAccessibility(&event);
-    }
+    nameForReaders();
     update();
+}
+
+void PageCard::nameForReaders()
+{
+    const QString place = QStringLiteral("Page %1 of %2").arg(m_number).arg(m_total);
+    const std::int64_t angle = m_edit.rotation % 360;
+    const QString turned = angle == 0 ? QString() : QStringLiteral("turned by %1 degrees").arg(angle);
+    setSpokenName(*this, turned.isEmpty() ? place : place + QStringLiteral(", ") + turned);
+    setSpokenName(*m_rotate, QStringLiteral("Rotate page %1 clockwise").arg(m_number));
+    setSpokenName(*m_duplicate, QStringLiteral("Duplicate page %1").arg(m_number));
+    setSpokenName(*m_remove, QStringLiteral("Remove page %1").arg(m_number));
+    // What a press has changed, read aloud on the button.
+    setSpokenDescription(*m_rotate, turned.isEmpty() ? QStringLiteral("not turned") : turned);
+    setSpokenDescription(*m_duplicate, place);
 }
 
 void PageCard::turnTo(std::int64_t rotation)

@@ -58,6 +58,7 @@ private:
     void paintPage(QPainter& painter);
     void drawPage(QPainter& painter, const QRectF& area) const;
     void paintBadge(QPainter& painter) const;
+    void nameForReaders();
     void turnTo(std::int64_t rotation);
 
     PageEdit m_edit;

@@ -86,6 +86,16 @@ const std::optional<Identifier>& ReorderView::dragging() const
     return m_drag->dragging();
 }
 
+QList<QWidget*> ReorderView::itemsInOrder() const
+{
+    QList<QWidget*> items;
+    for (std::size_t index = 0; index < count() && items.size() < static_cast<qsizetype>(m_items.size()); ++index) {
+        if (const auto item = m_items.find(idAt(index)); item != m_items.end())
+            items.append(item->second);
+    }
+    return items;
+}
+
 void ReorderView::itemLeaves(QWidget*)
 {
 }

@@ -26,6 +26,9 @@ public:
     /// The item that is being dragged, if any.
     const std::optional<Identifier>& dragging() const;
 
+    /// The widgets that exist, first to last.
+    QList<QWidget*> itemsInOrder() const;
+
 protected:
     explicit ReorderView(QWidget* parent);
 

@@ -76,11 +76,18 @@ ToolChrome::ToolChrome(const Texts& texts, ToolContext* context, QWidget* conten
     updateControls();
 }
 
+QString ToolChrome::titleName()
+{
+    return QStringLiteral("title");
+}
+
 QWidget* ToolChrome::makeTopBar(const QString& title)
 {
     auto* const bar = new QWidget(this);
     bar->setFixedHeight(barHeight);
-    m_title = new QLabel(title, bar);
+    m_title = new QLabel(bar);
+    m_title->setObjectName(titleName()); // before the text, which assistive programs are told of
+    m_title->setText(title);
     m_title->setAlignment(Qt::AlignCenter);
     m_title->setFont(fontOf(*this, 22, QFont::Bold));
     auto* const row = new QHBoxLayout(bar);

@@ -26,6 +26,9 @@ public:
         QString progressMessage;
     };
 
+    /// The object name of the label that holds the title.
+    static QString titleName();
+
     /// Takes the content as its child. The context outlives the chrome.
     ToolChrome(const Texts& texts, ToolContext* context, QWidget* content, QWidget* parent = nullptr);
 

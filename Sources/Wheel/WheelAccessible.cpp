@@ -1,5 +1,6 @@
 #include "Wheel/WheelAccessible.h"
 
+#include "Wheel/WheelPanel.h"
 #include "Wheel/WheelView.h"
 
 #include <QAccessible>
@@ -145,8 +146,11 @@ private:
 
 QAccessibleInterface* make(const QString&, QObject* object)
 {
-    auto* const view = qobject_cast<WheelView*>(object);
-    return view ? new WheelGroup(view) : nullptr;
+    if (auto* const view = qobject_cast<WheelView*>(object))
+        return new WheelGroup(view);
+    if (auto* const panel = qobject_cast<WheelPanel*>(object))
+        return new QAccessibleWidget(panel, QAccessible::Dialog);
+    return nullptr;
 }
 
 } // namespace

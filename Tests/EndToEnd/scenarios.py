@@ -435,7 +435,8 @@ def missing_tools():
     return [tool for tool in ("Xvfb", "openbox", "dbus-daemon", GTK_PYTHON) if not shutil.which(tool)]
 
 
-def main():
+def main(before=lambda desktop: None):
+    """Runs the scenarios; what `before` starts on the desktop stays for all of them."""
     parser = argparse.ArgumentParser()
     parser.add_argument("application")
     parser.add_argument("sources")
@@ -448,7 +449,9 @@ def main():
     chosen = [s for s in SCENARIOS if re.search(options.only, s.__name__) and hasattr(s, "slow") == options.slow]
     failed = []
     with Desktop(options.application, options.sources) as desktop:
+        before(desktop)
         desktop.start_application()
+        lasting = list(desktop.processes)
         for function in chosen:
             begin = time.monotonic()
             scene = Scene(desktop, function.__name__)
@@ -461,7 +464,7 @@ def main():
                 failed.append(function.__name__)
                 print(desktop.app.text()[scene.since:], file=sys.stderr)
                 desktop.display.release_all()
-                for process in [p for p in desktop.processes if p.name not in ("server", "bus", "openbox", "pelgra", "picom")]:
+                for process in [p for p in desktop.processes if p not in lasting]:
                     print(f"---- {process.name}\n{process.text()[-2000:]}", file=sys.stderr)
                     desktop.end(process)
             print(f"{time.monotonic() - begin:6.2f} s  {function.__name__}: {verdict}", flush=True)

@@ -1,0 +1,284 @@
+#!/usr/bin/env python3
+"""Everything by keyboard, and what a screen reader learns of it over the accessibility bus.
+
+Usage: accessibility_scenarios.py APPLICATION SOURCE-FOLDER [--only REGEX]
+"""
+import json
+import signal
+import subprocess
+import sys
+
+import pictures
+import scenarios
+from desktop import GTK_PYTHON, HERE, Failure, wait_for
+from scenarios import scenario
+
+scenarios.SCENARIOS.clear()
+READER = "screen_reader"
+MOST_CONTROLS = 40
+
+
+def start_reader(desktop):
+    desktop.run(READER, [GTK_PYTHON, HERE / "screen_reader.py"]).wait_for('"ready"', timeout=30)
+
+
+class Reader:
+    """The lines that the screen reader has told since this object was made."""
+
+    def __init__(self, scene):
+        self.process = next(process for process in scene.desktop.processes if process.name == READER)
+        self.focused = None  # the path of the control that was last seen with the focus
+        self.restart()
+
+    def restart(self):
+        self.since = self.process.mark()
+
+    def lines(self):
+        whole = self.process.text()[self.since:].rpartition("\n")[0]
+        return [json.loads(line) for line in whole.splitlines()]
+
+    def wait_for(self, test, what):
+        return wait_for(lambda: next((line for line in self.lines() if test(line)), None), what)
+
+    def hears(self, event, test, what):
+        """Waits for an event of this kind whose source passes the test; the source."""
+        return self.wait_for(lambda line: line.get("event", "").endswith(event) and test(line["source"]), what)["source"]
+
+    def windows(self):
+        self.restart()
+        self.process.child.send_signal(signal.SIGUSR1)
+        return self.wait_for(lambda line: "windows" in line, "the tree")["windows"]
+
+    def window(self, title):
+        def found():
+            return next((w for w in self.windows() if w["name"] == title and "showing" in w["states"]), None)
+        return wait_for(found, f"the window “{title}” in the tree")
+
+    def window_with_focus(self, title):
+        """The window once the keyboard is in it."""
+        def found():
+            window = self.window(title)
+            focused = [node["path"] for node in nodes(window) if "focused" in node["states"]]
+            self.focused = focused[-1] if focused else None
+            return window if focused else None
+        return wait_for(found, f"the focus in “{title}”")
+
+
+def nodes(tree):
+    """Everything that shows, a container before what it holds."""
+    if "showing" not in tree["states"]:
+        return
+    yield tree
+    for child in tree["children"]:
+        yield from nodes(child)
+
+
+def spoken(node):
+    return node["label"] or node["name"]
+
+
+def controls(window):
+    """What can have the keyboard. The ring that holds the petals only hands it on to them."""
+    return [node for node in nodes(window) if "focusable" in node["states"] and node["role"] != "panel"]
+
+
+def press(scene, *keys):
+    for key in keys:
+        scene.display.key(key, True)
+    for key in reversed(keys):
+        scene.display.key(key, False)
+
+
+def focus_next(scene, reader, *keys):
+    """Presses the keys and waits for the focus to move; what has it now."""
+    reader.restart()
+    press(scene, *(keys or ("Tab",)))
+    gained = reader.wait_for(lambda line: line.get("event") == "object:state-changed:focused" and line["value"] == 1
+                             and line["source"]["path"] != reader.focused, f"the focus after {keys or 'Tab'}")["source"]
+    reader.focused = gained["path"]
+    return gained
+
+
+def focus(scene, reader, name):
+    """Presses Tab until the control of this name has the focus."""
+    for _ in range(MOST_CONTROLS):
+        if spoken(focus_next(scene, reader)) == name:
+            return
+    raise Failure(f"Tab does not reach “{name}”")
+
+
+def expect_all_named_and_reached(scene, reader, window, least):
+    found = controls(window)
+    unnamed = [node for node in found if not spoken(node)]
+    if unnamed:
+        raise Failure(f"without a name: {unnamed}")
+    wanted = {node["path"]: spoken(node) for node in found if "enabled" in node["states"]}
+    if len(wanted) < least:
+        raise Failure(f"only {sorted(wanted.values())} in “{window['name']}”")
+    if window["role"] != "dialog":
+        raise Failure(f"“{window['name']}” is a {window['role']}, which readers take for no window")
+    reached = set()
+    for _ in range(MOST_CONTROLS):
+        path = focus_next(scene, reader)["path"]
+        if path in reached:
+            break
+        reached.add(path)
+    missing = [name for path, name in wanted.items() if path not in reached]
+    if missing:
+        raise Failure(f"Tab does not reach {missing} in “{window['name']}”")
+
+
+def start_again(scene, *arguments):
+    """A second start, whose wish the running application fulfils."""
+    subprocess.run([scene.desktop.application, *arguments], env=scene.desktop.environment, check=True, timeout=30)
+
+
+def open_tool(scene, reader, tool, title, *files):
+    """Opens a tool's window from the wheel without the mouse."""
+    scene.display.move(*scenarios.GROUND)
+    start_again(scene, "wheel", "--kind", "tools", *files)
+    reader.window_with_focus("Pelgra")
+    focus(scene, reader, tool)
+    press(scene, "Return")
+    wait_for(lambda: scene.display.named(title), f"the window “{title}”")
+    return reader.window_with_focus(title)
+
+
+def documents(scene, *names):
+    for name in names:
+        (scene.folder / name).write_bytes(pictures.document((200, 300), (300, 200), (250, 250)))
+    return [str(scene.folder / name) for name in names]
+
+
+def close_window(scene, title):
+    press(scene, "Escape")
+    wait_for(lambda: not scene.display.named(title), f"“{title}” to close")
+
+
+@scenario
+def wheel(scene):
+    reader = Reader(scene)
+    scene.display.move(*scenarios.GROUND)
+    start_again(scene, "wheel", scene.picture())
+    window = reader.window_with_focus("Pelgra")
+    names = [node["name"] for node in controls(window)]
+    if names != ["JPG", "HEIC", "TIFF", "BMP", "PDF"]:
+        raise Failure(f"the petals are {names}")
+    expect_all_named_and_reached(scene, reader, window, 5)
+    close_window(scene, "Pelgra")
+
+
+@scenario
+def settings(scene):
+    reader = Reader(scene)
+    start_again(scene, "--settings")
+    window = reader.window_with_focus("Pelgra Settings")
+    expect_all_named_and_reached(scene, reader, window, 5)
+    labels = [spoken(node) for node in controls(window)]
+    if labels != ["Convert key", "Tools key", "JPEG quality", "Launch at login", "Check for updates automatically"]:
+        raise Failure(f"the controls are {labels}")
+    close_window(scene, "Pelgra Settings")
+
+
+TOOLS = {"create": ("CREATE PDF", "Create a PDF", 6), "merge": ("MERGE PDF", "Merge PDFs", 6),
+         "organize": ("ORGANIZE", "Organize PDF", 15)}
+
+for tool in TOOLS:
+    def tool_window(scene, tool=tool):
+        reader = Reader(scene)
+        petal, title, least = TOOLS[tool]
+        files = {"create": lambda: [scene.picture("a.png"), scene.picture("b.png")],
+                 "merge": lambda: documents(scene, "a.pdf", "b.pdf"),
+                 "organize": lambda: documents(scene, "a.pdf")}[tool]()
+        open_tool(scene, reader, petal, title, *files)
+        wait_for(lambda: len([n for n in controls(reader.window(title)) if "enabled" in n["states"]]) >= least,
+                 "all controls")
+        window = reader.window_with_focus(title)
+        headings = [node["name"] for node in nodes(window) if node["role"] == "heading"]
+        if headings != [title]:
+            raise Failure(f"the headings are {headings}")
+        expect_all_named_and_reached(scene, reader, window, least)
+        close_window(scene, title)
+    tool_window.__name__ = f"{tool}_window"
+    scenario(tool_window)
+
+
+def list_items(reader, title):
+    return [node["name"] for node in nodes(reader.window(title)) if node["role"] == "list item"]
+
+
+@scenario
+def moved_row_is_told(scene):
+    reader = Reader(scene)
+    open_tool(scene, reader, "MERGE PDF", "Merge PDFs", *documents(scene, "a.pdf", "b.pdf", "c.pdf"))
+    focus(scene, reader, "a.pdf, 1 of 3")
+    reader.restart()
+    press(scene, "Alt_L", "Down")
+    reader.hears("accessible-name", lambda source: source["name"] == "a.pdf, 2 of 3", "the row's new place")
+    if list_items(reader, "Merge PDFs") != ["b.pdf, 1 of 3", "a.pdf, 2 of 3", "c.pdf, 3 of 3"]:
+        raise Failure(f"the rows are {list_items(reader, 'Merge PDFs')}")
+
+    focus(scene, reader, "Move b.pdf down")
+    reader.restart()
+    press(scene, "space")
+    reader.hears("accessible-description", lambda source: (source["name"], source["description"])
+                 == ("Move b.pdf down", "2 of 3"), "the new place on the button")
+    if spoken(focus_next(scene, reader, "space")) != "b.pdf, 3 of 3":
+        raise Failure("at the end of the list the keyboard leaves the row")
+    close_window(scene, "Merge PDFs")
+
+
+@scenario
+def moved_page_is_told(scene):
+    reader = Reader(scene)
+    open_tool(scene, reader, "ORGANIZE", "Organize PDF", *documents(scene, "a.pdf"))
+    focus(scene, reader, "Page 1 of 3")
+    reader.restart()
+    press(scene, "Alt_L", "Right")
+    reader.hears("accessible-name", lambda source: source["name"] == "Page 2 of 3", "the page's new place")
+    reader.restart()
+    press(scene, "r")
+    reader.hears("accessible-name", lambda source: source["name"] == "Page 2 of 3, turned by 90 degrees", "the turn")
+    if list_items(reader, "Organize PDF") != ["Page 1 of 3", "Page 2 of 3, turned by 90 degrees", "Page 3 of 3"]:
+        raise Failure(f"the pages are {list_items(reader, 'Organize PDF')}")
+    close_window(scene, "Organize PDF")
+
+
+@scenario
+def job_is_told(scene):
+    reader = Reader(scene)
+    photo = scene.folder / "photo.png"
+    photo.write_bytes(pictures.png(3000, 2000))  # a moment's work, so that its beginning can be read
+    start_again(scene, "wheel", str(photo))
+    reader.window_with_focus("Pelgra")
+    focus(scene, reader, "HEIC")
+    reader.restart()
+    press(scene, "Return")
+    for text in ("Making photo.heic…", "photo.heic — just like that."):
+        reader.hears("showing", lambda source: source["role"] == "notification" and source["name"] == text, f"“{text}”")
+
+
+@scenario
+def failure_is_told(scene):
+    reader = Reader(scene)
+    broken = scene.folder / "broken.png"
+    broken.write_bytes(b"\x89PNG\r\n\x1a\nnothing more")
+    start_again(scene, "wheel", str(broken))
+    reader.window_with_focus("Pelgra")
+    focus(scene, reader, "JPG")
+    reader.restart()
+    press(scene, "Return")
+    reader.hears("showing", lambda source: source["role"] == "notification"
+                 and source["name"].startswith("Couldn't make broken.jpg. "), "the reason")
+
+
+def main():
+    found = subprocess.run([GTK_PYTHON, "-c", "import gi; gi.require_version('Atspi', '2.0')"], capture_output=True)
+    if found.returncode:
+        print("missing: the accessibility bus")
+        return 77
+    return scenarios.main(before=start_reader)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
