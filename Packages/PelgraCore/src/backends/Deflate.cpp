@@ -131,7 +131,8 @@ std::uint32_t joinedAdler32(std::uint32_t first, std::uint32_t second, std::size
 
 std::uint32_t crc32(std::uint32_t before, std::span<const std::byte> data)
 {
-    return libdeflate_crc32(before, data.data(), data.size());
+    // Where there is no buffer the library forgets what came before.
+    return data.empty() ? before : libdeflate_crc32(before, data.data(), data.size());
 }
 
 } // namespace Pelgra::Deflate
