@@ -1,11 +1,9 @@
-#include "Encoders.h"
 #include "backends/BmpDecoder.h"
 #include "backends/JpegDecoder.h"
 #include "backends/PngDecoder.h"
 #include "OrderedBytes.h"
 #include "PelgraCore/EngineError.h"
-#include "Support/ImageSamples.h"
-#include "Support/MemorySink.h"
+#include "Support/RoundTrip.h"
 
 #include <QTest>
 
@@ -34,34 +32,6 @@ private:
     ImageRows m_rows;
     int m_next = 0;
 };
-
-Bytes encoded(FileFormat format, const RasterImage& image, const EncodeProperties& properties = {})
-{
-    ImageRows rows(image);
-    MemorySink sink;
-    encodeImage(format, rows, properties, sink);
-    return sink.bytes();
-}
-
-void addFormRows()
-{
-    QTest::addColumn<int>("model");
-    QTest::addColumn<bool>("alpha");
-    QTest::addColumn<int>("bits");
-    for (const ColorModel model : {ColorModel::gray, ColorModel::rgb}) {
-        for (const bool alpha : {false, true}) {
-            for (const int bits : {8, 16})
-                QTest::addRow("%s%s %d", model == ColorModel::gray ? "grey" : "rgb", alpha ? " alpha" : "", bits)
-                    << static_cast<int>(model) << alpha << bits;
-        }
-    }
-}
-
-bool contains(const Bytes& bytes, std::string_view text)
-{
-    const auto wanted = std::as_bytes(std::span(text));
-    return std::search(bytes.begin(), bytes.end(), wanted.begin(), wanted.end()) != bytes.end();
-}
 
 } // namespace
 
@@ -122,6 +92,14 @@ private Q_SLOTS:
                 QCOMPARE(result.xmp, properties.metadata.auxiliaryXmp);
             }
         }
+    }
+
+    void pngEndsAsEveryReaderExpects()
+    {
+        // A chunk without content, and the checksum of its name.
+        constexpr std::string_view end("\0\0\0\0IEND\xAE\x42\x60\x82", 12);
+        const Bytes file = encoded(FileFormat::png, testPicture(3, 2));
+        QVERIFY(contains({file.end() - static_cast<std::ptrdiff_t>(end.size()), file.end()}, end));
     }
 
     void drawnContentShrinksFarMoreThanNoise()

@@ -1,5 +1,5 @@
 #include "JpegStructure.h"
-#include "Support/ImageSamples.h"
+#include "Support/RoundTrip.h"
 
 #include <QTest>
 
@@ -16,11 +16,6 @@ Bytes joined(const JpegStructure& structure)
     for (const auto& part : structure.parts)
         bytes.insert(bytes.end(), part.begin(), part.end());
     return bytes;
-}
-
-bool contains(const Bytes& bytes, std::string_view text)
-{
-    return std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()).find(text) != text.npos;
 }
 
 Bytes fullSample()
