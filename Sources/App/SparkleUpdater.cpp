@@ -4,6 +4,7 @@
 #include "PelgraCore/Version.h"
 #include "Support/AppActivation.h"
 #include "Support/Logging.h"
+#include "Support/Text.h"
 
 #include <QCoreApplication>
 #include <QDesktopServices>
@@ -26,8 +27,7 @@ const QString feedAddress = QStringLiteral(PELGRA_UPDATE_FEED);
 
 QString ownVersion()
 {
-    const std::string_view version = Pelgra::version();
-    return QString::fromLatin1(version.data(), static_cast<qsizetype>(version.size()));
+    return textOf(Pelgra::version());
 }
 
 /// Whether the system's package manager owns this installation, and so brings its updates.

@@ -7,6 +7,7 @@
 #include "Support/BackgroundTask.h"
 #include "Support/Logging.h"
 #include "Support/Paths.h"
+#include "Support/Text.h"
 
 #include <QCursor>
 #include <QElapsedTimer>
@@ -19,11 +20,6 @@ namespace Pelgra {
 namespace {
 
 using WorkOutcome = std::variant<std::vector<JobResult>, EngineError>;
-
-QString textOf(std::string_view utf8)
-{
-    return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
-}
 
 QString baseName(const std::filesystem::path& file)
 {
@@ -116,9 +112,8 @@ void JobRunner::toolFinished(FileTool tool, const std::optional<JobOutcome>& out
     if (const auto* result = std::get_if<JobResult>(&*outcome))
         HUDPanel::show(HUDDone{HUDCopy::done(textFromPath(result->displayName)), std::nullopt}, point);
     else
-        HUDPanel::show(
-            HUDFailed{HUDCopy::failed(textOf(tool.title())), QString::fromUtf8(std::get<EngineError>(*outcome).what())},
-            point);
+        HUDPanel::show(HUDFailed{HUDCopy::failed(textOf(tool.title())), textOf(std::get<EngineError>(*outcome).what())},
+                       point);
 }
 
 void JobRunner::perform(const QString& name, QPoint point, const std::filesystem::path& firstFile, Work work)
@@ -154,7 +149,7 @@ void JobRunner::perform(const QString& name, QPoint point, const std::filesystem
                        qUtf8Printable(shown));
                 state = HUDDone{HUDCopy::done(shown), std::nullopt};
             } else {
-                const QString why = QString::fromUtf8(std::get<EngineError>(*outcome).what());
+                const QString why = textOf(std::get<EngineError>(*outcome).what());
                 qCCritical(jobsLog, "Job failed: %s: %s", qUtf8Printable(name), qUtf8Printable(why));
                 state = HUDFailed{HUDCopy::failed(name), why};
             }

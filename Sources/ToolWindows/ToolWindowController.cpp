@@ -1,6 +1,7 @@
 #include "ToolWindows/ToolWindowController.h"
 
 #include "Support/AppActivation.h"
+#include "Support/Text.h"
 #include "ToolWindows/CreatePDFView.h"
 #include "ToolWindows/ItemAccessibility.h"
 #include "ToolWindows/MergePDFView.h"
@@ -66,11 +67,6 @@ ToolWindowController::Files standardized(const ToolWindowController::Files& file
     for (const auto& file : files)
         result.push_back(std::filesystem::absolute(file).lexically_normal());
     return result;
-}
-
-QString textOf(std::string_view utf8)
-{
-    return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
 }
 
 } // namespace

@@ -1,19 +1,9 @@
 #include "Wheel/WheelPetal.h"
 
 #include "PelgraCore/Catalog.h"
-
-#include <string_view>
+#include "Support/Text.h"
 
 namespace Pelgra {
-
-namespace {
-
-QString fromUtf8(std::string_view text)
-{
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-} // namespace
 
 std::vector<WheelPetal> WheelPetal::petalsFor(WheelKind kind, std::span<const std::filesystem::path> files)
 {
@@ -33,20 +23,20 @@ std::vector<WheelPetal> WheelPetal::petalsFor(WheelKind kind, std::span<const st
 
 QString WheelPetal::emptyMessage(WheelKind kind)
 {
-    return fromUtf8(Catalog::emptyMessage(kind == WheelKind::convert));
+    return textOf(Catalog::emptyMessage(kind == WheelKind::convert));
 }
 
 QString WheelPetal::label() const
 {
     if (const FileFormat* format = asFormat())
-        return fromUtf8(format->wheelLabel());
-    return fromUtf8(asTool()->wheelLabel());
+        return textOf(format->wheelLabel());
+    return textOf(asTool()->wheelLabel());
 }
 
 std::optional<QString> WheelPetal::symbolName() const
 {
     if (const FileTool* tool = asTool())
-        return fromUtf8(tool->symbolName());
+        return textOf(tool->symbolName());
     return std::nullopt;
 }
 
