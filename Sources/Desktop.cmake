@@ -13,42 +13,25 @@ set(PELGRA_UPDATE_PUBLIC_KEY "REPLACE_WITH_PUBLIC_KEY" CACHE STRING "Base64 of t
 set(logic Drag/DragSessionMachine.cpp Wheel/WheelPetal.cpp Wheel/WheelLayout.cpp ToolWindows/Reordering.cpp
     Settings/ModifierKey.cpp Support/Formatters.cpp)
 list(TRANSFORM logic PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
-set(existing_logic)
-foreach(file IN LISTS logic)
-    if(EXISTS ${file})
-        list(APPEND existing_logic ${file})
-    endif()
-endforeach()
+add_library(PelgraLogic STATIC ${logic})
+target_include_directories(PelgraLogic PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+target_link_libraries(PelgraLogic PUBLIC PelgraCore Qt6::Gui PRIVATE PelgraCompilerSettings PelgraQtSettings)
 
 file(GLOB_RECURSE application CONFIGURE_DEPENDS Drag/*.cpp Wheel/*.cpp Jobs/*.cpp ToolWindows/*.cpp Settings/*.cpp
     Support/*.cpp App/*.cpp)
-list(REMOVE_ITEM application ${existing_logic} ${CMAKE_CURRENT_SOURCE_DIR}/App/main.cpp)
+list(REMOVE_ITEM application ${logic} ${CMAKE_CURRENT_SOURCE_DIR}/App/main.cpp)
+file(GLOB resources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/data/*.qrc)
+add_library(PelgraApp STATIC ${application} ${resources})
+set_target_properties(PelgraApp PROPERTIES AUTOMOC ON AUTORCC ON)
+target_include_directories(PelgraApp PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+target_link_libraries(PelgraApp PUBLIC PelgraLogic Qt6::Widgets Qt6::Svg Qt6::DBus Qt6::Network
+    PRIVATE PkgConfig::XCB PkgConfig::CANBERRA OpenSSL::Crypto PelgraCompilerSettings PelgraQtSettings)
+set_property(SOURCE App/SparkleUpdater.cpp PROPERTY COMPILE_DEFINITIONS
+    PELGRA_UPDATE_FEED="${PELGRA_UPDATE_FEED}" PELGRA_UPDATE_PUBLIC_KEY="${PELGRA_UPDATE_PUBLIC_KEY}")
+add_dependencies(PelgraApp PelgraCoreModules)
 
-if(existing_logic)
-    add_library(PelgraLogic STATIC ${existing_logic})
-    target_include_directories(PelgraLogic PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
-    target_link_libraries(PelgraLogic PUBLIC PelgraCore Qt6::Gui PRIVATE PelgraCompilerSettings PelgraQtSettings)
-endif()
-
-if(application)
-    file(GLOB resources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/data/*.qrc)
-    add_library(PelgraApp STATIC ${application} ${resources})
-    set_target_properties(PelgraApp PROPERTIES AUTOMOC ON AUTORCC ON)
-    target_include_directories(PelgraApp PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
-    target_link_libraries(PelgraApp PUBLIC PelgraLogic Qt6::Widgets Qt6::Svg Qt6::DBus Qt6::Network
-        PRIVATE PkgConfig::XCB PkgConfig::CANBERRA OpenSSL::Crypto PelgraCompilerSettings PelgraQtSettings)
-    set_property(SOURCE App/SparkleUpdater.cpp PROPERTY COMPILE_DEFINITIONS
-        PELGRA_UPDATE_FEED="${PELGRA_UPDATE_FEED}" PELGRA_UPDATE_PUBLIC_KEY="${PELGRA_UPDATE_PUBLIC_KEY}")
-    add_dependencies(PelgraApp PelgraCoreModules)
-endif()
-
-# The program calls every part of the core; it can be linked once all of them are in the tree.
-set(core_sources ${CMAKE_SOURCE_DIR}/Packages/PelgraCore/src)
-if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/App/main.cpp AND EXISTS ${core_sources}/EngineBatch.cpp
-        AND EXISTS ${core_sources}/EngineDocuments.cpp AND EXISTS ${core_sources}/Thumbnails.cpp)
-    add_executable(pelgra-desktop App/main.cpp)
-    target_link_libraries(pelgra-desktop PRIVATE PelgraApp PelgraCompilerSettings PelgraQtSettings)
-    install(TARGETS pelgra-desktop RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-endif()
+add_executable(pelgra-desktop App/main.cpp)
+target_link_libraries(pelgra-desktop PRIVATE PelgraApp PelgraCompilerSettings PelgraQtSettings)
+install(TARGETS pelgra-desktop RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
 add_subdirectory(${CMAKE_SOURCE_DIR}/data ${CMAKE_BINARY_DIR}/data)
