@@ -31,14 +31,6 @@ namespace {
 constexpr int highlightDelayMilliseconds = 400;
 constexpr int afterwardsMilliseconds = 100;
 
-/// What an argument pair or the settings file says for a key that only debugging uses.
-QVariant debugSetting(const QString& key)
-{
-    const ArgumentPreferencesStore store(QCoreApplication::arguments().mid(1),
-                                         std::make_unique<FilePreferencesStore>(FilePreferencesStore::standardFile()));
-    return store.value(key);
-}
-
 } // namespace
 
 AppDelegate::AppDelegate(Preferences& preferences, Platform& platform, QObject* parent)
@@ -264,17 +256,18 @@ void AppDelegate::showDebugWheel()
 
 void AppDelegate::showLaunchArgumentWheelIfRequested()
 {
+    const PreferencesStore& store = m_preferences.store();
     Files files;
-    const QString paths = debugSetting(QStringLiteral("PelgraDebugWheel")).toString();
+    const QString paths = store.value(QStringLiteral("PelgraDebugWheel")).toString();
     for (const QString& path : paths.split(u':', Qt::SkipEmptyParts))
         files.push_back(std::filesystem::absolute(pathFromText(path)));
     if (files.empty())
         return;
-    const bool tools = debugSetting(QStringLiteral("PelgraDebugKind")).toString() == QStringLiteral("tools");
+    const bool tools = store.value(QStringLiteral("PelgraDebugKind")).toString() == QStringLiteral("tools");
     const QScreen* const screen = QGuiApplication::primaryScreen();
     m_wheel.show(tools ? WheelKind::tools : WheelKind::convert, files, screen ? screen->geometry().center() : QPoint(),
                  true);
-    const QVariant highlight = debugSetting(QStringLiteral("PelgraDebugHighlight"));
+    const QVariant highlight = store.value(QStringLiteral("PelgraDebugHighlight"));
     if (highlight.isValid())
         highlightLater(highlight.toInt());
 }

@@ -36,6 +36,9 @@ public:
     bool checkForUpdatesAutomatically() const { return m_checkForUpdatesAutomatically; }
     void setCheckForUpdatesAutomatically(bool checks);
 
+    /// What the settings were loaded from, for the keys that only debugging uses.
+    const PreferencesStore& store() const { return *m_store; }
+
     /// The line at the top of the menu.
     QString menuHint() const;
 
