@@ -20,7 +20,7 @@ constexpr int exitUsage = 2;
 
 void nameApplication()
 {
-    QApplication::setApplicationName(QStringLiteral("pelgra"));
+    QApplication::setApplicationName(QStringLiteral("Pelgra"));
     QApplication::setApplicationDisplayName(QStringLiteral("Pelgra"));
     QApplication::setDesktopFileName(QStringLiteral("org.pelgra.Pelgra"));
     QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("org.pelgra.Pelgra")));
