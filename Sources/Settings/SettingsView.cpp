@@ -266,10 +266,12 @@ void SettingsView::showLoginItem()
 
 void SettingsView::setLaunchAtLogin(bool on)
 {
-    const auto error = LoginItem::setEnabled(on);
-    if (error)
-        qCWarning(settingsLog, "Login item change failed: %s", qUtf8Printable(*error));
-    m_loginItemError = error.value_or(QString());
+    LoginItem::setEnabled(on, this, [this](const std::optional<QString>& error) {
+        if (error)
+            qCWarning(settingsLog, "Login item change failed: %s", qUtf8Printable(*error));
+        m_loginItemError = error.value_or(QString());
+        showLoginItem();
+    });
     showLoginItem(); // what is, not what was asked for
 }
 

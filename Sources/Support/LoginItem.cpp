@@ -1,5 +1,8 @@
 #include "Support/LoginItem.h"
 
+#include "Settings/PreferencesStore.h"
+#include "Support/BackgroundPortal.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -7,6 +10,8 @@
 #include <QSaveFile>
 #include <QStandardPaths>
 #include <QStringList>
+
+#include <utility>
 
 namespace Pelgra::LoginItem {
 
@@ -96,7 +101,7 @@ QByteArray entryText()
         .toUtf8();
 }
 
-std::optional<QString> enable()
+std::optional<QString> writeEntry()
 {
     const QString path = entryFile();
     if (!QDir().mkpath(QFileInfo(path).path()))
@@ -105,6 +110,66 @@ std::optional<QString> enable()
     if (!file.open(QIODevice::WriteOnly) || file.write(entryText()) < 0 || !file.commit())
         return file.errorString();
     return std::nullopt;
+}
+
+Status statusOnDisk()
+{
+    const auto entry = readEntry();
+    if (!entry)
+        return Status::notRegistered;
+    if (!programExists(*entry))
+        return Status::notFound;
+    return isSwitchedOff(*entry) ? Status::requiresApproval : Status::enabled;
+}
+
+std::optional<QString> removeEntry()
+{
+    const Status now = statusOnDisk();
+    if (now == Status::notFound || now == Status::notRegistered)
+        return std::nullopt;
+    QFile file(entryFile());
+    if (!file.remove())
+        return file.errorString();
+    return std::nullopt;
+}
+
+// What the portal answered last, in the user's settings.
+const QString portalKey = QStringLiteral("launchAtLoginPortal");
+const QString portalEnabled = QStringLiteral("enabled");
+const QString portalRefused = QStringLiteral("refused");
+
+FilePreferencesStore portalMemory()
+{
+    return FilePreferencesStore(FilePreferencesStore::standardFile());
+}
+
+Status lastPortalAnswer()
+{
+    const QString answer = portalMemory().value(portalKey).toString();
+    if (answer == portalEnabled)
+        return Status::enabled;
+    return answer == portalRefused ? Status::requiresApproval : Status::notRegistered;
+}
+
+void askPortal(bool enabled, QObject* context, Done done)
+{
+    using BackgroundPortal::Answer;
+    if (!enabled && lastPortalAnswer() == Status::notRegistered) {
+        done(std::nullopt);
+        return;
+    }
+    BackgroundPortal::requestAutostart(
+        enabled, context, [enabled, done = std::move(done)](Answer answer, const QString& reason) {
+            if (answer == Answer::failed) {
+                done(reason);
+                return;
+            }
+            if (enabled)
+                portalMemory().setValue(portalKey, answer == Answer::done ? portalEnabled : portalRefused);
+            else if (answer == Answer::done)
+                portalMemory().setValue(portalKey, QString());
+            done(std::nullopt);
+        });
 }
 
 } // namespace
@@ -117,25 +182,15 @@ QString entryFile()
 
 Status status()
 {
-    const auto entry = readEntry();
-    if (!entry)
-        return Status::notRegistered;
-    if (!programExists(*entry))
-        return Status::notFound;
-    return isSwitchedOff(*entry) ? Status::requiresApproval : Status::enabled;
+    return BackgroundPortal::isNeeded() ? lastPortalAnswer() : statusOnDisk();
 }
 
-std::optional<QString> setEnabled(bool enabled)
+void setEnabled(bool enabled, QObject* context, Done done)
 {
-    if (enabled)
-        return enable();
-    const Status now = status();
-    if (now == Status::notFound || now == Status::notRegistered)
-        return std::nullopt;
-    QFile file(entryFile());
-    if (!file.remove())
-        return file.errorString();
-    return std::nullopt;
+    if (BackgroundPortal::isNeeded())
+        askPortal(enabled, context, std::move(done));
+    else
+        done(enabled ? writeEntry() : removeEntry());
 }
 
 } // namespace Pelgra::LoginItem
