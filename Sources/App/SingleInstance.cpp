@@ -1,5 +1,7 @@
 #include "App/SingleInstance.h"
 
+#include "Support/Logging.h"
+
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -46,6 +48,8 @@ bool SingleInstance::forward(WheelKind kind, const Files& files) const
     QDBusMessage call = QDBusMessage::createMethodCall(serviceName, objectPath, serviceName, QStringLiteral("Open"));
     call << (kind == WheelKind::tools ? toolsKind : QStringLiteral("convert")) << QVariant::fromValue(names);
     const QDBusMessage answer = QDBusConnection::sessionBus().call(call, QDBus::Block, answerMilliseconds);
+    if (answer.type() == QDBusMessage::ErrorMessage)
+        qCWarning(applicationLog, "Another process does not answer: %s", qUtf8Printable(answer.errorMessage()));
     return answer.type() == QDBusMessage::ReplyMessage;
 }
 
