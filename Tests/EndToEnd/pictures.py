@@ -12,11 +12,18 @@ def png(width, height):
     return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b"")
 
 
-def document(*sizes):
-    """A PDF of empty pages of these sizes in points, each told from the others by its size."""
+def document(*sizes, text=""):
+    """A PDF of pages of these sizes in points, each told from the others by its size; the text in plain letters stands
+    on every one."""
+    resources = 3 + 2 * len(sizes)
     objects = [b"<< /Type /Catalog /Pages 2 0 R >>",
-               b"<< /Type /Pages /Count %d /Kids [%s] >>" % (len(sizes), b" ".join(b"%d 0 R" % (3 + i) for i in range(len(sizes))))]
-    objects += [b"<< /Type /Page /Parent 2 0 R /MediaBox [0 0 %d %d] >>" % size for size in sizes]
+               b"<< /Type /Pages /Count %d /Kids [%s] >>" % (len(sizes), b" ".join(b"%d 0 R" % (3 + 2 * i) for i in range(len(sizes))))]
+    for i, (width, height) in enumerate(sizes):
+        drawing = b"BT /F1 18 Tf 20 %d Td (%s) Tj ET" % (height - 40, text.encode()) if text else b""
+        objects += [b"<< /Type /Page /Parent 2 0 R /MediaBox [0 0 %d %d] /Contents %d 0 R /Resources %d 0 R >>"
+                    % (width, height, 4 + 2 * i, resources),
+                    b"<< /Length %d >>\nstream\n%s\nendstream" % (len(drawing), drawing)]
+    objects.append(b"<< /Font << /F1 << /Type /Font /Subtype /Type1 /BaseFont /Helvetica >> >> >>")
     body, places = b"%PDF-1.7\n", []
     for number, content in enumerate(objects, 1):
         places.append(len(body))
