@@ -2,6 +2,7 @@
 
 #include "PageDrawing.h"
 #include "PelgraCore/EngineError.h"
+#include "PelgraCore/ImageLoading.h"
 #include "Support/PDFSamples.h"
 #include "Support/TemporaryFolder.h"
 
@@ -72,6 +73,8 @@ private slots:
     void keepsWhatIsThere();
     void takesTheDensityFromTheOptions_data();
     void takesTheDensityFromTheOptions();
+    void writesPagesWithoutColorInGray_data();
+    void writesPagesWithoutColorInGray();
     void streamsPagesTooLargeToHold();
     void drawsInPartsWhatItDrawsWhole();
     void leavesNothingBehindAFailure_data();
@@ -145,6 +148,43 @@ void EnginePagesTest::takesTheDensityFromTheOptions()
     const PngFacts facts = pngFacts(result.outputs.front());
     QCOMPARE(facts.width, static_cast<unsigned>(dpi * 10));
     QVERIFY(std::abs(facts.dpi - dpi) < 0.02);
+}
+
+void EnginePagesTest::writesPagesWithoutColorInGray_data()
+{
+    QTest::addColumn<QByteArray>("format");
+    QTest::addColumn<bool>("isGray");
+    QTest::newRow("png") << QByteArray("png") << true;
+    QTest::newRow("jpg") << QByteArray("jpg") << true;
+    QTest::newRow("tiff") << QByteArray("tiff") << true;
+    QTest::newRow("bmp") << QByteArray("bmp") << false;
+}
+
+void EnginePagesTest::writesPagesWithoutColorInGray()
+{
+    QFETCH(QByteArray, format);
+    QFETCH(bool, isGray);
+    const TemporaryFolder folder;
+    SamplePage text;
+    text.mediaBox = "[0 0 101 50]";
+    text.contents = filledRectangle(0, 0, 50, 50, 0.2, 0.2, 0.2);
+    SamplePage warm = text;
+    warm.contents += filledRectangle(100, 49, 1, 1, 1, 0.9, 0.9);
+    ConversionOptions options;
+    options.pdfRasterDPI = 72;
+    const FileFormat target = *FileFormat::fromRawValue(format.toStdString());
+    const std::filesystem::path pictures =
+        Engine::pdfToImages(folder.write("a.pdf", documentWith({text, warm})), target, options).outputs.front();
+    const auto pageImage = [&](int page) {
+        const std::string name = "a " + std::to_string(page) + "." + std::string(target.pathExtension());
+        return *ImageLoader::load(pictures / name).image;
+    };
+    const RasterImage gray = pageImage(1);
+    QCOMPARE(gray.model == ColorModel::gray, isGray);
+    QCOMPARE(QSize(gray.width, gray.height), QSize(101, 50));
+    QVERIFY(std::abs(std::to_integer<int>(gray.row(20)[0]) - 51) <= 2);
+    QVERIFY(std::to_integer<int>(gray.row(20).back()) >= 253);
+    QCOMPARE(pageImage(2).model, ColorModel::rgb);
 }
 
 void EnginePagesTest::streamsPagesTooLargeToHold()
