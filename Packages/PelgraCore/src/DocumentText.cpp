@@ -5,6 +5,7 @@
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/TextExtraction.h"
 
+#include <algorithm>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -16,8 +17,12 @@ namespace {
 using TextExtraction::Block;
 using TextExtraction::Bullet;
 
-/// Pages that may be read ahead of the one that is written next, for each worker.
-constexpr std::size_t pagesAhead = 16;
+/// Neighbouring pages read by one worker, which has opened their fonts already.
+constexpr std::size_t longestRun = 8;
+/// Runs for each worker at least, so that all have something to do until the end.
+constexpr std::size_t fewestRuns = 4;
+/// Runs that may be read ahead of the one that is written next, for each worker.
+constexpr std::size_t runsAhead = 2;
 
 /// Readers that no worker uses at the moment; each has the document open for itself.
 class ReaderPool {
@@ -141,20 +146,31 @@ void readDocumentText(const std::filesystem::path& document, TextForm form, cons
     readers.giveBack(std::move(first));
 
     DocumentWriter writer(form, put);
-    const auto prepare = [&](std::size_t index) {
+    const auto workers = static_cast<std::size_t>(workerCount());
+    const std::size_t total = static_cast<std::size_t>(pageCount);
+    const std::size_t runLength = std::clamp(total / (workers * fewestRuns), std::size_t{1}, longestRun);
+    const auto prepare = [&](std::size_t run) {
         std::unique_ptr<PageReader> reader = readers.take();
-        const PageContent content = reader->read(static_cast<int>(index), control.stop);
+        std::vector<PageOutput> pages;
+        const std::size_t end = std::min(total, (run + 1) * runLength);
+        for (std::size_t index = run * runLength; index < end && !control.stop.stop_requested(); ++index) {
+            const PageContent content = reader->read(static_cast<int>(index), control.stop);
+            pages.push_back(form == TextForm::plain ? plainOutput(content) : markdownOutput(content));
+        }
         readers.giveBack(std::move(reader));
-        return form == TextForm::plain ? plainOutput(content) : markdownOutput(content);
+        return pages;
     };
-    const auto take = [&](std::size_t index, const PageOutput& page) {
-        writer.add(page);
-        if (control.progress)
-            control.progress(static_cast<int>(index) + 1, pageCount);
+    int done = 0;
+    const auto take = [&](std::size_t, const std::vector<PageOutput>& pages) {
+        for (const PageOutput& page : pages) {
+            writer.add(page);
+            ++done;
+            if (control.progress)
+                control.progress(done, pageCount);
+        }
     };
-    const int workers = workerCount();
-    OrderedPipeline<PageOutput> pipeline(static_cast<std::size_t>(pageCount), workers,
-                                         pagesAhead * static_cast<std::size_t>(workers), control.stop);
+    OrderedPipeline<std::vector<PageOutput>> pipeline((total + runLength - 1) / runLength, workerCount(),
+                                                      runsAhead * workers, control.stop);
     pipeline.run(prepare, take);
     writer.finish();
     if (recognition.lacksLanguages() && control.warning)

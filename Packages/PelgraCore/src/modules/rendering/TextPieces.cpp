@@ -23,8 +23,8 @@ fz_stext_page* tryReadText(fz_context* context, pdf_page* page, fz_cookie* cooki
     fz_var(device);
     fz_try(context)
     {
+        // Without the library's own clipping, which measures every glyph.
         fz_stext_options options{};
-        options.flags = FZ_STEXT_MEDIABOX_CLIP;
         text = fz_new_stext_page(context, pdf_bound_page(context, page));
         device = fz_new_stext_device(context, text, &options);
         if (runPart(context, pdf_run_page_contents, page, device, fz_identity, cookie)
@@ -83,7 +83,14 @@ PlacedCharacter placed(fz_context* context, const fz_stext_line& line, const fz_
     return result;
 }
 
-TextPiece pieceFrom(fz_context* context, const fz_stext_line& line)
+bool isOutside(const fz_rect& box, const fz_quad& quad)
+{
+    const fz_rect bounds = fz_rect_from_quad(quad);
+    return bounds.x1 < box.x0 || bounds.x0 > box.x1 || bounds.y1 < box.y0 || bounds.y0 > box.y1;
+}
+
+/// Without what lies outside the box.
+TextPiece pieceFrom(fz_context* context, const fz_stext_line& line, const fz_rect& box)
 {
     TextPiece piece;
     piece.directionX = line.dir.x;
@@ -91,6 +98,8 @@ TextPiece pieceFrom(fz_context* context, const fz_stext_line& line)
     piece.isVertical = line.wmode != 0;
     float largest = 0;
     for (const fz_stext_char* character = line.first_char; character; character = character->next) {
+        if (isOutside(box, character->quad))
+            continue;
         piece.characters.push_back(placed(context, line, *character));
         // Raised and lowered characters are smaller than what they belong to.
         if (piece.characters.back().size >= largest) {
@@ -114,7 +123,7 @@ std::vector<TextPiece> readTextPieces(Document& document, const PageHandle& page
         if (block->type != FZ_STEXT_BLOCK_TEXT)
             continue;
         for (const fz_stext_line* line = block->u.t.first_line; line; line = line->next)
-            pieces.push_back(pieceFrom(context, *line));
+            pieces.push_back(pieceFrom(context, *line, text->mediabox));
     }
     return pieces;
 }
