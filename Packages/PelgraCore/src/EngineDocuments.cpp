@@ -37,11 +37,14 @@ JobResult writing(const std::filesystem::path& target, Write&& write)
     }
 }
 
-JobResult writeBeside(const std::filesystem::path& input, std::string_view suffix, AssembledDocument& document)
+JobResult writeBeside(const std::filesystem::path& input, std::string_view suffix,
+                      std::unique_ptr<AssembledDocument> document)
 {
     return writing(OutputNaming::siblingURL(input, suffix, "pdf"), [&] {
         OutputFile file(input.parent_path());
-        document.write(file);
+        document->write(file);
+        // To take a large document apart takes as long as the device needs for the file.
+        const std::jthread ending([&] { document.reset(); });
         file.flush();
         std::filesystem::path output = file.publish(OutputNaming::baseNameOf(input, suffix), "pdf");
         syncFolder(input.parent_path());
@@ -141,8 +144,7 @@ JobResult mergePDFs(std::span<const std::filesystem::path> files, const JobContr
 {
     if (files.empty())
         throw EngineError::noInputs();
-    const std::unique_ptr<AssembledDocument> document = documents().merge(files, control);
-    return writeBeside(files.front(), "Merged", *document);
+    return writeBeside(files.front(), "Merged", documents().merge(files, control));
 }
 
 JobResult organizePDF(const std::filesystem::path& file, std::span<const PageEdit> pages, bool uniformWidth,
@@ -150,8 +152,7 @@ JobResult organizePDF(const std::filesystem::path& file, std::span<const PageEdi
 {
     if (pages.empty())
         throw EngineError::noPages();
-    const std::unique_ptr<AssembledDocument> document = documents().organize(file, pages, uniformWidth, control);
-    return writeBeside(file, "Organized", *document);
+    return writeBeside(file, "Organized", documents().organize(file, pages, uniformWidth, control));
 }
 
 JobResult splitPDF(const std::filesystem::path& file, const JobControl& control)

@@ -19,6 +19,8 @@ namespace Pelgra {
 namespace {
 
 constexpr std::size_t bufferSize = std::size_t{256} << 10;
+/// Written bytes after which the device is set to work, so that less is left to wait for at the end.
+constexpr off_t writeBackStep = off_t{4} << 20;
 constexpr mode_t fileMode = 0666; // less the user's umask
 constexpr mode_t folderMode = 0777;
 
@@ -136,6 +138,8 @@ OutputFile::OutputFile(OutputFile&& other) noexcept
     , m_temporaryName(std::exchange(other.m_temporaryName, {}))
     , m_descriptor(std::move(other.m_descriptor))
     , m_buffer(std::move(other.m_buffer))
+    , m_written(other.m_written)
+    , m_sentToDevice(other.m_sentToDevice)
 {
 }
 
@@ -178,6 +182,12 @@ void OutputFile::writeThrough(std::span<const std::byte> bytes)
         if (count <= 0)
             throw StorageError();
         bytes = bytes.subspan(static_cast<std::size_t>(count));
+        m_written += count;
+    }
+    if (m_written - m_sentToDevice >= writeBackStep) {
+        // A hint: whether the content arrived is what flush() finds out.
+        sync_file_range(m_descriptor.get(), m_sentToDevice, m_written - m_sentToDevice, SYNC_FILE_RANGE_WRITE);
+        m_sentToDevice = m_written;
     }
 }
 

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include <sys/types.h>
+
 /// The one way outputs reach the disk: complete, flushed, and never in the place of anything else.
 namespace Pelgra {
 
@@ -46,6 +48,8 @@ private:
     std::filesystem::path m_temporaryName; ///< empty while the file has no name at all
     UniqueDescriptor m_descriptor;
     std::vector<std::byte> m_buffer;
+    off_t m_written = 0;
+    off_t m_sentToDevice = 0; ///< of what was written, the part whose writing to the device has been started
 };
 
 /// A folder of outputs, built under a hidden name beside its final place and removed again unless published.
