@@ -59,6 +59,18 @@ int beginBoundedTile(fz_context* context, fz_device* device, fz_rect area, fz_re
                               boundedStep(stepY, area.y1 - area.y0, cell.y1 - cell.y0), matrix, id);
 }
 
+using BeginGroup = void (*)(fz_context*, fz_device*, fz_rect, fz_colorspace*, int, int, int, float);
+thread_local BeginGroup beginGroupOfLibrary = nullptr;
+
+/// Groups in ink are drawn in the colours of the page instead: what is not ink in them would come out as other colours
+/// on the way to ink and back.
+void beginGroupInPageColors(fz_context* context, fz_device* device, fz_rect area, fz_colorspace* space, int isIsolated,
+                            int isKnockout, int blendMode, float alpha)
+{
+    fz_colorspace* const drawn = fz_colorspace_is_cmyk(context, space) ? nullptr : space;
+    beginGroupOfLibrary(context, device, area, drawn, isIsolated, isKnockout, blendMode, alpha);
+}
+
 /// Draws into white pixels that fill the area. False when memory ran out.
 bool drawArea(fz_context* context, pdf_page* page, fz_matrix toPixels, fz_irect area, std::byte* pixels,
               fz_cookie* cookie) noexcept
@@ -81,6 +93,8 @@ bool drawArea(fz_context* context, pdf_page* page, fz_matrix toPixels, fz_irect 
         device = fz_new_draw_device(context, fz_identity, pixmap);
         beginTileOfLibrary = device->begin_tile;
         device->begin_tile = beginBoundedTile;
+        beginGroupOfLibrary = device->begin_group;
+        device->begin_group = beginGroupInPageColors;
         isDrawn = runPart(context, pdf_run_page_contents, page, device, matrix, cookie)
             && runPart(context, pdf_run_page_annots, page, device, matrix, cookie)
             && runPart(context, pdf_run_page_widgets, page, device, matrix, cookie);

@@ -1,8 +1,8 @@
 #include "WorkAccount.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <ctime>
+#include <numeric>
 #include <utility>
 
 #include <malloc.h>
@@ -11,9 +11,11 @@ namespace Pelgra::Rendering {
 
 namespace {
 
-/// Looking at the clock costs as much as several small allocations.
+/// Looking at a clock costs as much as a small allocation, asking for the processor time as much as many.
 constexpr unsigned callsBetweenChecks = 32;
-constexpr auto white = std::byte{0xFF};
+constexpr std::int64_t timeBetweenChecks = 10'000'000; // nanoseconds
+constexpr double timeBetweenLooks = 1; // seconds
+constexpr unsigned white = 0xFF;
 
 thread_local WorkAccount* currentAccount = nullptr;
 
@@ -23,6 +25,14 @@ double processorSeconds()
     timespec now{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+/// Nanoseconds of the clock that is read without a call of the system; it moves every few milliseconds.
+std::int64_t coarseTime()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
 }
 
 } // namespace
@@ -38,8 +48,11 @@ void WorkAccount::begin(std::stop_token stop, std::span<const std::byte> bitmap)
     m_callsSinceCheck = 0;
     m_refusedSize = 0;
     m_ranOutOfMemory = false;
+    m_lastCheck = coarseTime();
     m_begin = processorSeconds();
-    m_resultWasSeen = false;
+    m_lastLook = 0;
+    m_lastProgress = 0;
+    m_lightness = std::uint64_t{white} * bitmap.size();
     m_stop = std::move(stop);
     m_bitmap = bitmap;
     m_isWorking = true;
@@ -61,14 +74,30 @@ WorkAccount* WorkAccount::current()
 
 void WorkAccount::checkTime()
 {
-    const double spent = processorSeconds() - m_begin;
-    if (!m_resultWasSeen && spent > shortLimit) {
-        m_resultWasSeen = std::any_of(m_bitmap.begin(), m_bitmap.end(), [](std::byte value) { return value != white; });
-        if (!m_resultWasSeen)
-            m_cookie.abort = 1;
-    }
-    if (spent > longLimit || m_stop.stop_requested())
+    if (m_stop.stop_requested())
         m_cookie.abort = 1;
+    const std::int64_t now = coarseTime();
+    if (now - m_lastCheck < timeBetweenChecks)
+        return;
+    m_lastCheck = now;
+    const double spent = processorSeconds() - m_begin;
+    if (spent - m_lastLook > timeBetweenLooks) {
+        m_lastLook = spent;
+        if (hasProgressed())
+            m_lastProgress = spent;
+    }
+    if (spent > longLimit || spent - m_lastProgress > shortLimit)
+        m_cookie.abort = 1;
+}
+
+bool WorkAccount::hasProgressed()
+{
+    const auto add = [](std::uint64_t sum, std::byte value) {
+        return sum + std::to_integer<unsigned>(value);
+    };
+    const std::uint64_t before = m_lightness;
+    m_lightness = std::accumulate(m_bitmap.begin(), m_bitmap.end(), std::uint64_t{0}, add);
+    return m_lightness != before;
 }
 
 void* WorkAccount::grow(void* block, std::size_t size)

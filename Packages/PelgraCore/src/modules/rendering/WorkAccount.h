@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <stop_token>
 #include <utility>
@@ -26,8 +27,8 @@ public:
     const fz_alloc_context* allocator() const { return &m_allocator; }
 
     /// Begins a piece of work on the calling thread. It ends itself when the stop is requested, after longLimit
-    /// seconds of the thread's processor time, or after shortLimit seconds where nothing but white is drawn by then.
-    /// The bitmap, not the library's own, may be empty.
+    /// seconds of the thread's processor time, or when nothing new has appeared in the bitmap for shortLimit seconds.
+    /// The bitmap, not the library's own, begins white and may be empty.
     void begin(std::stop_token stop, std::span<const std::byte> bitmap);
     /// Ends the piece of work; allocation works again whatever became of it.
     void end();
@@ -51,6 +52,7 @@ private:
     static void release(void* self, void* block);
     void* grow(void* block, std::size_t size);
     void checkTime();
+    bool hasProgressed();
 
     fz_alloc_context m_allocator{};
     fz_cookie m_cookie{};
@@ -61,8 +63,11 @@ private:
     /// up; what it asks for next tells whether it had to.
     std::size_t m_refusedSize = 0;
     bool m_ranOutOfMemory = false;
+    std::int64_t m_lastCheck = 0; ///< in nanoseconds of a coarse clock
     double m_begin = 0; ///< processor time of the thread in seconds
-    bool m_resultWasSeen = false;
+    double m_lastLook = 0; ///< at the bitmap, in seconds since the beginning, as the next
+    double m_lastProgress = 0;
+    std::uint64_t m_lightness = 0; ///< of the bitmap at the last look
     std::stop_token m_stop;
     std::span<const std::byte> m_bitmap;
 };
