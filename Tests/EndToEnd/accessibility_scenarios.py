@@ -128,15 +128,10 @@ def expect_all_named_and_reached(scene, reader, window, least):
         raise Failure(f"Tab does not reach {missing} in “{window['name']}”")
 
 
-def start_again(scene, *arguments):
-    """A second start, whose wish the running application fulfils."""
-    subprocess.run([scene.desktop.application, *arguments], env=scene.desktop.environment, check=True, timeout=30)
-
-
 def open_tool(scene, reader, tool, title, *files):
     """Opens a tool's window from the wheel without the mouse."""
     scene.display.move(*scenarios.GROUND)
-    start_again(scene, "wheel", "--kind", "tools", *files)
+    scene.start_again("wheel", "--kind", "tools", *files)
     reader.window_with_focus("Pelgra")
     focus(scene, reader, tool)
     press(scene, "Return")
@@ -159,7 +154,7 @@ def close_window(scene, title):
 def wheel(scene):
     reader = Reader(scene)
     scene.display.move(*scenarios.GROUND)
-    start_again(scene, "wheel", scene.picture())
+    scene.start_again("wheel", scene.picture())
     window = reader.window_with_focus("Pelgra")
     names = [node["name"] for node in controls(window)]
     if names != ["JPG", "HEIC", "TIFF", "BMP", "PDF"]:
@@ -171,7 +166,7 @@ def wheel(scene):
 @scenario
 def settings(scene):
     reader = Reader(scene)
-    start_again(scene, "--settings")
+    scene.start_again("--settings")
     window = reader.window_with_focus("Pelgra Settings")
     expect_all_named_and_reached(scene, reader, window, 5)
     labels = [spoken(node) for node in controls(window)]
@@ -249,7 +244,7 @@ def job_is_told(scene):
     reader = Reader(scene)
     photo = scene.folder / "photo.png"
     photo.write_bytes(pictures.png(3000, 2000))  # a moment's work, so that its beginning can be read
-    start_again(scene, "wheel", str(photo))
+    scene.start_again("wheel", str(photo))
     reader.window_with_focus("Pelgra")
     focus(scene, reader, "HEIC")
     reader.restart()
@@ -263,7 +258,7 @@ def failure_is_told(scene):
     reader = Reader(scene)
     broken = scene.folder / "broken.png"
     broken.write_bytes(b"\x89PNG\r\n\x1a\nnothing more")
-    start_again(scene, "wheel", str(broken))
+    scene.start_again("wheel", str(broken))
     reader.window_with_focus("Pelgra")
     focus(scene, reader, "JPG")
     reader.restart()

@@ -172,15 +172,17 @@ class Desktop:
         self.app.wait_for("Pelgra launched")
         return self.app
 
-    def start_source(self, kind, content, type="text/uri-list", actions="copy,move,link", delay=0, hang=False):
-        """A window from which a drag of this content can be started."""
+    def start_source(self, kind, content, type="text/uri-list", actions="copy,move,link", delay=0, hang_after=None,
+                     title="Pelgra test source"):
+        """A window from which a drag of this content can be started. It may answer so many requests and hang then."""
         data = self.folder / "dragged"
         data.write_bytes(content)
         command = {"qt6": [self.sources / "QtSource"], "gtk3": [GTK_PYTHON, HERE / "Sources/gtk3_source.py"],
                    "gtk4": [GTK_PYTHON, HERE / "Sources/gtk4_source.py"]}[kind]
-        command += ["--type", type, "--data", data, "--actions", actions, "--delay", delay] + (["--hang"] if hang else [])
+        command += ["--type", type, "--data", data, "--actions", actions, "--delay", delay, "--title", title]
+        command += [] if hang_after is None else ["--hang-after", hang_after]
         source = self.run(kind, command)
-        source.window = wait_for(lambda: self.display.named("Pelgra test source"), f"the window of {kind}", 20)
+        source.window = wait_for(lambda: self.display.named(title), f"the window of {kind}", 20)
         x, y = self.display.position(source.window)
         attributes = self.display.attributes(source.window)
         source.point = (x + attributes.width // 2, y + attributes.height // 2)

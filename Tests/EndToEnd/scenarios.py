@@ -144,6 +144,10 @@ class Scene:
         self.app.wait_for("Drag session ended", self.since)
         wait_for(lambda: not self.desktop.wheel(), "the wheel to vanish")
 
+    def start_again(self, *arguments):
+        """A second start, whose wish the running application fulfils."""
+        subprocess.run([self.desktop.application, *arguments], env=self.desktop.environment, check=True, timeout=30)
+
     def close(self):
         self.display.release_all()
         wait_for(lambda: not self.desktop.wheel(), "the wheel to vanish")
@@ -308,7 +312,7 @@ for source_kind in ("qt6", "gtk3", "gtk4"):
 
 @scenario
 def hung_source_costs_its_own_session_only(scene):
-    scene.begin_drag("gtk3", address(scene.picture()), hang=True, expect_session=False)
+    scene.begin_drag("gtk3", address(scene.picture()), hang_after=0, expect_session=False)
     before = scene.app.processor_seconds()
     for _ in range(10):
         scene.tap()
@@ -321,6 +325,23 @@ def hung_source_costs_its_own_session_only(scene):
         raise Failure("a session without files")
     drop_on_first_petal(scene, "gtk3", [scene.picture()])
     scene.expect_files("photo.png", "photo.jpg")
+
+
+@scenario
+def source_hung_at_the_drop_costs_its_own_files_only(scene):
+    scene.begin_drag("gtk3", address(scene.picture("first.png")), hang_after=1)
+    scene.open_wheel()
+    scene.point_at(0, 5)
+    scene.release()
+    scene.source.wait_for("hang")
+    scene.expect_end()
+    scene.start_again("--settings")  # comes back only once it was answered
+    wait_for(lambda: scene.display.named("Pelgra Settings"), "the settings")
+    scene.tap("Escape")
+    hung, scene.since = scene.source, scene.app.mark()
+    drop_on_first_petal(scene, "qt6", [scene.picture("second.png")], title="Pelgra second source")
+    scene.expect_files("first.png", "second.png", "second.jpg")
+    scene.desktop.end(hung)
 
 
 @scenario

@@ -1,5 +1,5 @@
 /// A window that drags what a file says, for the end-to-end tests.
-/// Usage: QtSource --type MIME-TYPE --data FILE [--actions copy,move,link] [--delay SECONDS | --hang]
+/// Usage: QtSource --type MIME-TYPE --data FILE [--actions copy,move,link] [--delay SECONDS] [--title TEXT]
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDrag>
@@ -83,7 +83,7 @@ int main(int argumentCount, char** arguments)
                        {"data", {}, "file"},
                        {"actions", {}, "list", "copy,move,link"},
                        {"delay", {}, "seconds", "0"},
-                       {"hang", {}}});
+                       {"title", {}, "text", "Pelgra test source"}});
     parser.process(application);
     SourceWindow window;
     QFile file(parser.value("data"));
@@ -95,9 +95,8 @@ int main(int argumentCount, char** arguments)
     window.actions.setFlag(Qt::CopyAction, actions.contains("copy"));
     window.actions.setFlag(Qt::MoveAction, actions.contains("move"));
     window.actions.setFlag(Qt::LinkAction, actions.contains("link"));
-    window.delay =
-        parser.isSet("hang") ? 3600'000 : static_cast<unsigned long>(parser.value("delay").toDouble() * 1000);
-    window.setWindowTitle("Pelgra test source");
+    window.delay = static_cast<unsigned long>(parser.value("delay").toDouble() * 1000);
+    window.setWindowTitle(parser.value("title"));
     window.setGeometry(40, 60, 200, 150);
     window.show();
     return QApplication::exec();

@@ -2,7 +2,7 @@
 import argparse
 import time
 
-TITLE = "Pelgra test source"
+answered = 0
 
 
 def options():
@@ -11,7 +11,8 @@ def options():
     parser.add_argument("--data", required=True)
     parser.add_argument("--actions", default="copy,move,link")
     parser.add_argument("--delay", type=float, default=0)
-    parser.add_argument("--hang", action="store_true")
+    parser.add_argument("--hang-after", type=int, metavar="ANSWERS")
+    parser.add_argument("--title", default="Pelgra test source")
     return parser.parse_args()
 
 
@@ -21,7 +22,12 @@ def content(chosen):
 
 
 def be_slow(chosen):
-    time.sleep(3600 if chosen.hang else chosen.delay)
+    global answered
+    if answered == chosen.hang_after:
+        tell("hang")
+        time.sleep(3600)
+    answered += 1
+    time.sleep(chosen.delay)
 
 
 def tell(line):

@@ -19,7 +19,7 @@ def give(widget, context, selection, info, time):
     selection.set(Gdk.Atom.intern(options.type, False), 8, content)
 
 
-window = Gtk.Window(title=common.TITLE)
+window = Gtk.Window(title=options.title)
 window.set_default_size(200, 150)
 box = Gtk.EventBox()
 window.add(box)

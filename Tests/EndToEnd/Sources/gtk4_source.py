@@ -20,7 +20,7 @@ def ended(source, drag, delete_data):
 
 
 def show(application):
-    window = Gtk.ApplicationWindow(application=application, title=common.TITLE)
+    window = Gtk.ApplicationWindow(application=application, title=options.title)
     window.set_default_size(200, 150)
     box = Gtk.Box()
     source = Gtk.DragSource(actions=Gdk.DragAction(actions))
