@@ -11,6 +11,8 @@ import time
 import x11
 
 HERE = pathlib.Path(__file__).resolve().parent
+WHEEL_SIDE = 300  # at a scale of 1
+WHEEL_SIDES = (WHEEL_SIDE, WHEEL_SIDE * 3 // 2, WHEEL_SIDE * 2)
 GTK_PYTHON = "/usr/bin/python3"  # the one that Debian's python3-gi belongs to
 
 
@@ -97,6 +99,7 @@ class Desktop:
         self.screen = screen
         self.compositor = compositor
         self.extra = environment or {}
+        self.application_environment = {}
         self.processes = []
 
     def __enter__(self):
@@ -168,7 +171,7 @@ class Desktop:
         self.processes.remove(process)
 
     def start_application(self, *arguments):
-        self.app = self.run("pelgra", [self.application, *arguments])
+        self.app = self.run("pelgra", [self.application, *arguments], self.application_environment)
         self.app.wait_for("Pelgra launched")
         return self.app
 
@@ -190,7 +193,7 @@ class Desktop:
 
     def wheel(self):
         """The wheel's window while it is visible, else None."""
-        found = self.display.visible(lambda window, a: a.override_redirect and (a.width, a.height) == (300, 300))
+        found = self.display.visible(lambda window, a: a.override_redirect and a.width == a.height in WHEEL_SIDES)
         return found[0] if found else None
 
     def print_logs(self):

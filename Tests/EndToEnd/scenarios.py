@@ -15,7 +15,7 @@ import sys
 import time
 
 import pictures
-from desktop import GTK_PYTHON, Desktop, Failure, wait_for
+from desktop import GTK_PYTHON, WHEEL_SIDE, Desktop, Failure, wait_for
 
 GROUND = (760, 430)  # nothing but the root window
 RADIUS = 94  # the middle of the ring
@@ -119,14 +119,19 @@ class Scene:
     def petal(self, index, count):
         """The screen point in the middle of a petal."""
         x, y = self.display.position(self.window)
-        angle = 2 * math.pi * index / count
-        return x + 150 + RADIUS * math.sin(angle), y + 150 - RADIUS * math.cos(angle)
+        angle, middle = 2 * math.pi * index / count, WHEEL_SIDE / 2
+        return (x + self.scale() * (middle + RADIUS * math.sin(angle)),
+                y + self.scale() * (middle - RADIUS * math.cos(angle)))
+
+    def scale(self):
+        """Device pixels to a logical one, of the wheel where it is."""
+        return self.display.attributes(self.window).width / WHEEL_SIDE
 
     def point_at(self, index, count, stay=4):
         """Moves onto a petal and stays until it is highlighted, and for some steps more."""
         point = self.petal(index, count)
         x, y = self.display.position(self.window)
-        inside = [(int(point[0] - x), int(point[1] - y) + 26)]  # clear of the label
+        inside = [(int(point[0] - x), int(point[1] - y + 26 * self.scale()))]  # clear of the label
         before = wait_for(lambda: any(self.channels(inside)) and self.channels(inside), "the wheel's painting")
         self.glide(point)
         # By channel: a highlight may change the hue and hardly the brightness.
@@ -456,12 +461,19 @@ def missing_tools():
     return [tool for tool in ("Xvfb", "openbox", "dbus-daemon", GTK_PYTHON) if not shutil.which(tool)]
 
 
-def main(before=lambda desktop: None):
+def panels(scene, scale=1):
+    """The heads-up panels that are visible."""
+    return scene.display.visible(lambda window, a: a.override_redirect and 24 <= a.height / scale <= 120
+                                 and 100 <= a.width / scale <= 400)
+
+
+def main(before=lambda desktop: None, screen="1280x800x24"):
     """Runs the scenarios; what `before` starts on the desktop stays for all of them."""
     parser = argparse.ArgumentParser()
     parser.add_argument("application")
     parser.add_argument("sources")
     parser.add_argument("--only", default="")
+    parser.add_argument("--scale", help="the application's scale factor")
     parser.add_argument("--slow", action="store_true", help="the real file managers instead of the quick scenarios")
     options = parser.parse_args()
     if missing_tools():
@@ -469,7 +481,9 @@ def main(before=lambda desktop: None):
         return 77
     chosen = [s for s in SCENARIOS if re.search(options.only, s.__name__) and hasattr(s, "slow") == options.slow]
     failed = []
-    with Desktop(options.application, options.sources) as desktop:
+    with Desktop(options.application, options.sources, screen) as desktop:
+        if options.scale:
+            desktop.application_environment["QT_SCALE_FACTOR"] = options.scale
         before(desktop)
         desktop.start_application()
         lasting = list(desktop.processes)

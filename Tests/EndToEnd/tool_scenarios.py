@@ -13,7 +13,7 @@ import time
 import pictures
 import scenarios
 from desktop import Failure, wait_for
-from scenarios import address, scenario
+from scenarios import address, panels, scenario
 
 scenarios.SCENARIOS.clear()
 scenarios.MAGIC[b".pdf"] = b"%PDF"
@@ -48,12 +48,6 @@ def expect_pages(path, *sizes):
     wait_for(path.exists, path.name)
     if page_sizes(path) != list(sizes):
         raise Failure(f"{path.name} has pages of {page_sizes(path)} where {list(sizes)} should be")
-
-
-def panel(scene):
-    """The heads-up panel while it is visible."""
-    found = scene.display.visible(lambda window, a: a.override_redirect and 24 <= a.height <= 120 and 100 <= a.width <= 400)
-    return found[0] if found else None
 
 
 def drop_on_tool(scene, tool, paths):
@@ -99,7 +93,7 @@ class Window:
     def run(self):
         self.click(self.width - 24 - 40, self.height - FOOTER)
         wait_for(lambda: self.window not in self.display.visible(lambda *_: True), "the window to close", 20)
-        wait_for(lambda: panel(self.scene), "the panel")
+        wait_for(lambda: panels(self.scene), "the panel")
 
 
 def is_white(window, x, y):
@@ -107,15 +101,15 @@ def is_white(window, x, y):
 
 
 @scenario
-def conversion_shows_its_panel(scene):
+def conversion_shows_its_panels(scene):
     scenarios.drop_on_first_petal(scene, "gtk3", [scene.picture()])
-    wait_for(lambda: panel(scene), "the panel")
+    wait_for(lambda: panels(scene), "the panel")
     scene.app.wait_for("Job started: photo.jpg", scene.since)
     line = scene.app.wait_for("Job finished in", scene.since)
     if not re.search(r"Job finished in \d+\.\d\ds: photo\.jpg$", line):
         raise Failure(line)
     scene.expect_files("photo.png", "photo.jpg")
-    wait_for(lambda: not panel(scene), "the panel to vanish")
+    wait_for(lambda: not panels(scene), "the panel to vanish")
 
 
 @scenario
@@ -124,9 +118,9 @@ def failed_conversion_tells_why(scene):
     broken.write_bytes(b"\x89PNG\r\n\x1a\nnothing more")
     scenarios.drop_on_first_petal(scene, "gtk3", [str(broken)])
     scene.app.wait_for("Job failed: broken.jpg: ", scene.since)
-    wait_for(lambda: panel(scene), "the panel")
+    wait_for(lambda: panels(scene), "the panel")
     scene.expect_files("broken.png")
-    wait_for(lambda: not panel(scene), "the panel to vanish")
+    wait_for(lambda: not panels(scene), "the panel to vanish")
 
 
 @scenario
