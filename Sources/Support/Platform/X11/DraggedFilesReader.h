@@ -15,7 +15,8 @@ namespace Pelgra {
 /// A source may refuse a reader that is not the current drop target. GTK and Qt 5 answer anybody. Qt 6 answers only
 /// a request that carries the time of its latest message to a drop target (no message yet: no time at all), or one that
 /// comes from a window inside the current drop target. So these are tried in turn: no time; no time from inside the
-/// drop-aware window below the pointer; the times of the latest pointer movements, one of which is that message's.
+/// drop-aware window below the pointer; the times of the latest pointer movements, one of which is that message's; once
+/// in a drag, all times since its beginning, for a source too busy to take the movement's.
 class DraggedFilesReader {
 public:
     explicit DraggedFilesReader(XcbConnection& connection)
@@ -38,12 +39,14 @@ public:
     const std::vector<std::filesystem::path>& files() const { return m_files; }
 
 private:
-    enum class Stage { off, plain, targets, underPointer, motionTimes, resting, known, givenUp };
+    enum class Stage { off, plain, targets, underPointer, motionTimes, everyTime, resting, known, givenUp };
 
     void ask(Stage stage, xcb_atom_t target, xcb_timestamp_t time, xcb_window_t parent);
     void evaluate();
     void tryNext();
-    void tryNextMotionTime();
+    /// False when none is left.
+    bool tryNextMotionTime();
+    void tryNextTime();
     void rest(std::chrono::milliseconds duration);
     bool offersNoFiles(const std::string& targets) const;
     std::vector<xcb_timestamp_t> motionTimes() const; ///< of the pointer since the drag began, newest last
@@ -54,6 +57,7 @@ private:
     std::unique_ptr<SelectionRequest> m_request;
     xcb_timestamp_t m_begin = XCB_CURRENT_TIME;
     std::vector<xcb_timestamp_t> m_untried; ///< newest last
+    xcb_timestamp_t m_timesTried = 0; ///< from the beginning of the drag, one by one
     bool m_askedForTargets = false;
     bool m_knowsNoFiles = false; ///< the source listed its types, and files are not among them
     std::chrono::steady_clock::time_point m_restUntil;
