@@ -31,7 +31,7 @@ def tell(**line):
 
 def is_ours(accessible):
     application = accessible.get_application()
-    return application is not None and application.get_name() == APPLICATION
+    return application is not None and application.get_name().lower() == APPLICATION
 
 
 def labels(accessible):
