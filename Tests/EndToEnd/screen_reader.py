@@ -11,7 +11,7 @@ import gi
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, Gio, GLib  # noqa: E402
 
-APPLICATION = "pelgra"
+APPLICATION = "Pelgra"
 EVENTS = ("object:state-changed:focused", "object:state-changed:showing", "object:property-change:accessible-name",
           "object:property-change:accessible-description")
 STATES = {name: getattr(Atspi.StateType, name.upper()) for name in ("focusable", "focused", "showing", "enabled")}
