@@ -218,7 +218,10 @@ void AppDelegate::cancelDrag()
 
 void AppDelegate::openSettings()
 {
-    SettingsWindow::show();
+    if (m_trayHost && m_trayHost->isThere())
+        SettingsWindow::show();
+    else
+        SettingsWindow::show([this] { requestQuit(); });
 }
 
 void AppDelegate::checkForUpdates()

@@ -3,6 +3,7 @@
 #include "Support/Platform/Platform.h"
 
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -35,6 +36,12 @@ TrayHost::TrayHost(Platform& platform, QObject* parent)
 TrayHost::~TrayHost()
 {
     m_platform.onTrayChanged = nullptr;
+}
+
+bool TrayHost::isThere() const
+{
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    return m_platform.hasTray() || (bus.isConnected() && bus.interface()->isServiceRegistered(watcherService).value());
 }
 
 void TrayHost::askTheBus()

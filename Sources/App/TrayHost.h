@@ -17,6 +17,9 @@ public:
     explicit TrayHost(Platform& platform, QObject* parent = nullptr);
     ~TrayHost() override;
 
+    /// Whether there is one at the moment. Asks the session bus and waits for its answer.
+    bool isThere() const;
+
 Q_SIGNALS:
     /// There is a tray now. Comes at most once, never before the event loop runs.
     void available();

@@ -8,17 +8,41 @@
 #include <QDialog>
 #include <QGuiApplication>
 #include <QPointer>
+#include <QPushButton>
 #include <QScreen>
 #include <QVBoxLayout>
+
+#include <utility>
 
 namespace Pelgra::SettingsWindow {
 
 namespace {
 
+constexpr int quitMargin = 20; // logical pixels
+
 QPointer<QWidget>& instance()
 {
     static QPointer<QWidget> settings;
     return settings;
+}
+
+/// Does what show() was given last.
+std::function<void()>& quitting()
+{
+    static std::function<void()> quit;
+    return quit;
+}
+
+QPushButton* makeQuitButton(QWidget* parent)
+{
+    auto* const button = new QPushButton(QStringLiteral("Quit Pelgra"), parent);
+    button->setObjectName(QStringLiteral("quit"));
+    button->setAutoDefault(false);
+    QObject::connect(button, &QPushButton::clicked, parent, [] {
+        if (quitting())
+            quitting()();
+    });
+    return button;
 }
 
 QWidget* make()
@@ -32,6 +56,11 @@ QWidget* make()
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     layout->addWidget(new SettingsView(&Preferences::shared()));
+    auto* const bottom = new QHBoxLayout;
+    bottom->setContentsMargins(0, 0, quitMargin, 0);
+    bottom->addStretch();
+    bottom->addWidget(makeQuitButton(settings));
+    layout->addLayout(bottom);
     return settings;
 }
 
@@ -50,10 +79,14 @@ void center(QWidget& settings)
 
 } // namespace
 
-void show()
+void show(std::function<void()> quit)
 {
     if (!instance())
         instance() = make();
+    quitting() = std::move(quit);
+    auto* const button = instance()->findChild<QPushButton*>(QStringLiteral("quit"));
+    button->setVisible(quitting() != nullptr);
+    instance()->layout()->setContentsMargins(0, 0, 0, quitting() ? quitMargin : 0);
     if (!instance()->isVisible())
         center(*instance());
     AppActivation::activate(*instance());

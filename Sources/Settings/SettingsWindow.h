@@ -1,13 +1,16 @@
 #pragma once
 
+#include <functional>
+
 class QWidget;
 
 /// The one settings window of the process. Main thread.
 namespace Pelgra::SettingsWindow {
 
 /// Shows the window, made at the first call, in front of all others. A hidden window comes back in the middle of the
-/// screen; a visible one stays where it is.
-void show();
+/// screen; a visible one stays where it is. Where there is no tray whose menu quits, a button at the bottom does, with
+/// the given function.
+void show(std::function<void()> quit = nullptr);
 
 /// The window, or null before the first show().
 QWidget* window();

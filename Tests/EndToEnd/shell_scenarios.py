@@ -92,8 +92,40 @@ class Session:
 def second_start_opens_the_settings(session):
     session.launch()
     session.hand_over()
+    open_settings(session)
+
+
+@scenario
+def settings_quit_where_no_tray_does(session):
+    first = session.launch()
+    session.hand_over()
+    window = open_settings(session)
+    without_tray = session.display.attributes(window).height
+    tray = Tray(session.desktop)
+    tray.wait_for_item()
+    session.hand_over()
+    wait_for(lambda: session.display.attributes(window).height < without_tray, "the button to vanish")
+    tray.stop()
+    session.hand_over()
+    wait_for(lambda: session.display.attributes(window).height == without_tray, "the button")
+    session.display.key("Shift_L", True)
+    press(session, "Tab")  # from the first control back to the last
+    session.display.key("Shift_L", False)
+    press(session, "space")
+    if first.child.wait(10):
+        raise Failure(f"it ended with {first.child.returncode}")
+    session.started.remove(first)
+
+
+def press(session, key):
+    session.display.key(key, True)
+    session.display.key(key, False)
+
+
+def open_settings(session):
     window = session.wait_for_window("Pelgra Settings")
     wait_for(lambda: session.display.focus() == window, "the focus of the settings")
+    return window
 
 
 @scenario
@@ -206,7 +238,7 @@ def tray_comes_goes_and_returns(session):
     if process.child.poll() is not None:
         raise Failure("it ended with the tray")
     session.hand_over()  # without a tray the settings are still at hand
-    session.wait_for_window("Pelgra Settings")
+    open_settings(session)
 
 
 @scenario
