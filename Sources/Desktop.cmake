@@ -33,5 +33,6 @@ add_dependencies(PelgraApp PelgraCoreModules)
 add_executable(pelgra-desktop App/main.cpp)
 target_link_libraries(pelgra-desktop PRIVATE PelgraApp PelgraCompilerSettings PelgraQtSettings)
 install(TARGETS pelgra-desktop RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES ${CMAKE_SOURCE_DIR}/docs/man/pelgra-desktop.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 
 add_subdirectory(${CMAKE_SOURCE_DIR}/data ${CMAKE_BINARY_DIR}/data)
