@@ -20,8 +20,8 @@ constexpr int exitUsage = 2;
 
 void nameApplication()
 {
+    // The display name as well; given apart it would stand behind every window’s title.
     QApplication::setApplicationName(QStringLiteral("Pelgra"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Pelgra"));
     QApplication::setDesktopFileName(QStringLiteral("org.pelgra.Pelgra"));
     QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("org.pelgra.Pelgra")));
     QApplication::setQuitOnLastWindowClosed(false);

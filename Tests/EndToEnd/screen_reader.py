@@ -31,7 +31,7 @@ def tell(**line):
 
 def is_ours(accessible):
     application = accessible.get_application()
-    return application is not None and application.get_name().lower() == APPLICATION
+    return application is not None and application.get_name() == APPLICATION
 
 
 def labels(accessible):
