@@ -25,7 +25,7 @@ namespace Pelgra {
 namespace {
 
 // Logical pixels.
-constexpr int formWidth = 460;
+constexpr int formWidth = 500; // the note below the keys on one line in the widest of common fonts
 constexpr int windowPadding = 20;
 constexpr int sectionSpacing = 18;
 constexpr int sectionPadding = 14;

@@ -15,6 +15,7 @@ OrderedFileList::OrderedFileList(std::vector<OrderedFile> files, RowLeading lead
     , m_files(std::move(files))
     , m_leading(leading)
 {
+    moveVerticallyOnly();
 }
 
 QRect OrderedFileList::frameOf(std::size_t index) const

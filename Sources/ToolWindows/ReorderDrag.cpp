@@ -53,19 +53,29 @@ void ReorderDrag::move(QPoint viewportPoint, bool buttonDown)
 
 void ReorderDrag::begin(const Identifier& item)
 {
+    m_picture->setParent(m_area->window()); // its shadow reaches beyond the list
     m_picture->setPixmap(pictureOf(item));
     m_picture->adjustSize();
+    m_origin = originOf(item);
+    m_grip = m_pressPoint - m_origin;
+    movePicture();
     m_picture->show();
     m_picture->raise();
-    m_grip = m_pressPoint - originOf(item);
     m_dragging = item;
     m_scrolling.start(tickMilliseconds, this);
     Q_EMIT draggingChanged();
 }
 
+void ReorderDrag::movePicture()
+{
+    const QPoint place = m_point - m_grip;
+    m_picture->move(
+        m_area->viewport()->mapTo(m_area->window(), QPoint(isVertical ? m_origin.x() : place.x(), place.y())));
+}
+
 void ReorderDrag::follow()
 {
-    m_picture->move(m_point - m_grip);
+    movePicture();
     const auto target = itemAt(contentPoint(m_point));
     if (target && *target != *m_dragging)
         Q_EMIT entered(*m_dragging, *target);

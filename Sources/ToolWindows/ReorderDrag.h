@@ -28,8 +28,10 @@ public:
     std::function<bool()> isEnabled; ///< whether an item may be dragged at all
     std::function<std::optional<Identifier>(QPoint contentPoint)> itemAt;
     std::function<QPixmap(const Identifier& item)> pictureOf;
-    std::function<QPoint(const Identifier& item)> originOf; ///< top-left corner, in the viewport
+    std::function<QPoint(const Identifier& item)> originOf; ///< top-left corner of its picture, in the viewport
     std::function<QPoint(QPoint viewportPoint)> contentPoint; ///< from the viewport's coordinates to the content's
+
+    bool isVertical = false; ///< whether the picture only moves up and down
 
     /// The item being dragged, which is drawn dimmed.
     const std::optional<Identifier>& dragging() const { return m_dragging; }
@@ -51,6 +53,7 @@ protected:
 
 private:
     void begin(const Identifier& item);
+    void movePicture();
     void follow();
     int scrollStep() const;
 
@@ -60,6 +63,7 @@ private:
     std::optional<Identifier> m_pressed;
     std::optional<Identifier> m_dragging;
     QPoint m_pressPoint;
+    QPoint m_origin; ///< of the picture when it was lifted, in the viewport
     QPoint m_grip; ///< from the picture's top-left corner to the pointer
     QPoint m_point;
 };

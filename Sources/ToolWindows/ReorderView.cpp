@@ -1,6 +1,7 @@
 #include "ToolWindows/ReorderView.h"
 
 #include "Support/Motion.h"
+#include "Support/SoftShadow.h"
 #include "ToolWindows/ReorderDrag.h"
 #include "ToolWindows/SlimScrollBar.h"
 #include "ToolWindows/ToolButtons.h"
@@ -19,22 +20,29 @@ namespace {
 
 constexpr int moveMilliseconds = 180;
 constexpr double liftedRadius = 13; // between those of rows and cards
+constexpr int liftedMargin = 20; // for the shadow
+const SoftShadow liftedShadow{QColor(0, 0, 0, 80), {0, 4}, 16};
 constexpr int margin =
     200; // logical pixels kept ready above and below the visible part, so that Tab finds its neighbours
 
-/// An item as it looks lifted from its place: no longer translucent.
+/// An item as it looks lifted from its place: no longer translucent, above its shadow.
 QPixmap liftedPicture(QWidget& item)
 {
-    const QPixmap content = item.grab();
-    QPixmap picture(content.size());
-    picture.setDevicePixelRatio(content.devicePixelRatio());
+    const double scale = item.devicePixelRatioF();
+    const QRectF frame(QPointF(liftedMargin, liftedMargin), QSizeF(item.size()));
+    QPixmap picture((QSizeF(item.size()) + 2.0 * QSizeF(liftedMargin, liftedMargin)).toSize() * scale);
+    picture.setDevicePixelRatio(scale);
     picture.fill(Qt::transparent);
     QPainter painter(&picture);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(primaryColor(item, 0.18), 1));
+    liftedShadow.paint(painter, frame, liftedRadius);
+    painter.setPen(Qt::NoPen);
     painter.setBrush(item.palette().color(QPalette::Window));
-    painter.drawRoundedRect(QRectF(item.rect()).adjusted(0.5, 0.5, -0.5, -0.5), liftedRadius, liftedRadius);
-    painter.drawPixmap(0, 0, content);
+    painter.drawRoundedRect(frame, liftedRadius, liftedRadius);
+    painter.setBrush(Qt::NoBrush); // the item's own painters begin with what this one has
+    item.render(&painter, frame.topLeft().toPoint(), QRegion(), QWidget::DrawChildren);
+    painter.setPen(QPen(primaryColor(item, 0.12), 1));
+    painter.drawRoundedRect(frame.adjusted(0.5, 0.5, -0.5, -0.5), liftedRadius, liftedRadius);
     return picture;
 }
 
@@ -71,7 +79,7 @@ ReorderView::ReorderView(QWidget* parent)
     };
     m_drag->originOf = [this](const Identifier& id) {
         const auto item = m_items.find(id);
-        return item == m_items.end() ? QPoint() : item->second->mapTo(viewport(), QPoint());
+        return item == m_items.end() ? QPoint() : item->second->mapTo(viewport(), -QPoint(liftedMargin, liftedMargin));
     };
     connect(m_drag, &ReorderDrag::draggingChanged, this, [this] { refresh(false); });
     connect(m_drag, &ReorderDrag::entered, this, [this](const Identifier& dragged, const Identifier& target) {
@@ -94,6 +102,11 @@ QList<QWidget*> ReorderView::itemsInOrder() const
             items.append(item->second);
     }
     return items;
+}
+
+void ReorderView::moveVerticallyOnly()
+{
+    m_drag->isVertical = true;
 }
 
 void ReorderView::itemLeaves(QWidget*)

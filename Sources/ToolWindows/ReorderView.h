@@ -51,6 +51,9 @@ protected:
     virtual bool dragOver(const Identifier& dragging, const Identifier& target) = 0;
     virtual void dragEnded();
 
+    /// A dragged item's picture keeps its left edge.
+    void moveVerticallyOnly();
+
     int contentWidth() const;
     const std::map<Identifier, QWidget*>& items() const { return m_items; }
 

@@ -101,7 +101,7 @@ def is_white(window, x, y):
 
 
 @scenario
-def conversion_shows_its_panels(scene):
+def conversion_shows_its_panel(scene):
     scenarios.drop_on_first_petal(scene, "gtk3", [scene.picture()])
     wait_for(lambda: panels(scene), "the panel")
     scene.app.wait_for("Job started: photo.jpg", scene.since)
