@@ -65,6 +65,8 @@ class Window:
         self.scene = scene
         self.display = scene.display
         self.window = wait_for(lambda: self.display.named(title), f"the window “{title}”")
+        if self.display.name(self.window) != title:
+            raise Failure(f"the window is called “{self.display.name(self.window)}”")
         wait_for(self.is_painted, "the window's painting")
         self.x, self.y = self.display.position(self.window)
         attributes = self.display.attributes(self.window)
