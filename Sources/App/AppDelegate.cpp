@@ -7,6 +7,7 @@
 #include "Settings/Preferences.h"
 #include "Settings/SettingsWindow.h"
 #include "Support/AppActivation.h"
+#include "Support/BackgroundTask.h"
 #include "Support/Compositing.h"
 #include "Support/Logging.h"
 #include "Support/Motion.h"
@@ -30,6 +31,7 @@ namespace {
 
 constexpr int highlightDelayMilliseconds = 400;
 constexpr int afterwardsMilliseconds = 100;
+constexpr int longestFarewellMilliseconds = 5000;
 
 } // namespace
 
@@ -309,10 +311,11 @@ void AppDelegate::requestQuit()
 
 void AppDelegate::terminate()
 {
-    // Outputs have no name before they are complete, so ending here leaves nothing unfinished; jobs that can stop do so
-    // and clear away the folders they were building.
+    // Files have no name before they are complete, so ending leaves none unfinished. Jobs that build a folder are given
+    // the time to stop and clear it away; no session waits for ever.
     if (m_jobs)
         m_jobs->stopAll();
+    jobPool().waitForDone(longestFarewellMilliseconds);
     QCoreApplication::quit();
 }
 

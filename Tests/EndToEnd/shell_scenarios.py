@@ -162,6 +162,23 @@ def wheel_alone_ends_with_its_work(session):
 
 
 @scenario
+def ending_with_the_session_leaves_nothing_unfinished(session):
+    process = session.launch()
+    paper = session.document("paper.pdf", *[(595, 842)] * 200)
+    session.hand_over("wheel", paper)
+    session.wheel()
+    for key in ("Tab", "Return"):
+        session.display.key(key, True)
+        session.display.key(key, False)
+    process.wait_for("Job started: paper.jpg")
+    wait_for(lambda: list(session.folder.glob(".*/*.jpg")), "the first page")
+    process.child.send_signal(signal.SIGTERM)
+    if process.child.wait(10) or list(session.folder.iterdir()) != [paper]:
+        raise Failure(f"ended with {process.child.returncode} and left {list(session.folder.iterdir())}")
+    session.started.remove(process)
+
+
+@scenario
 def debugged_wheel_and_its_highlight(session):
     files = f"{session.picture('a.png')}::{session.picture('b.png')}"
     for kind, shown, highlight in (("tools", "tools", "0"), ("Tools", "convert", "99"), ("Tools", "convert", "1")):
