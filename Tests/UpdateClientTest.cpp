@@ -6,6 +6,7 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
+#include <QTimer>
 
 #include <openssl/evp.h>
 
@@ -64,7 +65,7 @@ QByteArray feed(const QByteArray& version, const QByteArray& expires = "2999-01-
 /// A server on this machine that plays one behaviour for the feed and serves the signature.
 class FeedServer : public QObject {
 public:
-    enum class Play { whole, truncated, endless, silent };
+    enum class Play { whole, truncated, endless, dripping, silent };
 
     FeedServer(QByteArray feed, QByteArray signature, Play play)
         : m_feed(std::move(feed))
@@ -100,6 +101,11 @@ private:
             connect(socket, &QTcpSocket::bytesWritten, socket, [socket] { socket->write(QByteArray(100000, 'x')); });
             socket->write("x");
             break;
+        case Play::dripping:
+            socket->write("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n");
+            m_drip.callOnTimeout(socket, [socket] { socket->write("x"); });
+            m_drip.start(50);
+            break;
         case Play::silent:
             break;
         }
@@ -113,6 +119,7 @@ private:
     }
 
     QTcpServer m_server;
+    QTimer m_drip;
     QByteArray m_feed;
     QByteArray m_signature;
     Play m_play;
@@ -145,7 +152,8 @@ private Q_SLOTS:
         row("page without encryption", feed("1.3", "2999-01-01T00:00:00Z", "http://example.org"), "up to date");
         row("no feed at all", "signed nonsense", "understood");
         row("endless", feed("1.3"), "too long", FeedServer::Play::endless);
-        row("slow", feed("1.3"), "in time", FeedServer::Play::silent);
+        row("byte by byte", feed("1.3"), "in time", FeedServer::Play::dripping);
+        row("silent", feed("1.3"), "in time", FeedServer::Play::silent);
     }
     void believesOnlyWhatIsSignedAndCurrent()
     {

@@ -1,6 +1,7 @@
 #!/bin/sh
-# Validates the desktop entries, the AppStream metadata and the icons. Usage: check-data.sh SOURCE-FOLDER
-cd "$1/data" || exit 1
+# Validates the desktop entries, the AppStream metadata, the icons, the entries for file managers, the completions and
+# the manual pages. Usage: check-data.sh SOURCE-FOLDER
+root=$(cd "$1" && pwd) && cd "$root/data" || exit 1
 status=0
 for entry in desktop/*.desktop filemanagers/*sendto.desktop; do
     # The checker's hints are not errors; its errors are.
@@ -10,8 +11,10 @@ appstreamcli validate --no-net desktop/org.pelgra.Pelgra.metainfo.xml || status=
 for picture in icons/*.svg symbols/*.svg; do
     rsvg-convert -w 64 "$picture" >/dev/null || status=1
 done
-python3 -m py_compile filemanagers/pelgra_menu.py && rm -rf filemanagers/__pycache__ || status=1
-for rules in filemanagers/*.nemo_action; do
-    grep -q '^Exec=pelgra-desktop wheel --kind' "$rules" || { echo "$rules runs nothing" >&2; status=1; }
+"$root/tools/check-entries.py" "$root/data" || status=1
+bash -n completions/pelgra.bash || status=1
+for page in ../docs/man/*.1; do
+    complaints=$(LC_ALL=C.UTF-8 MANROFFSEQ='' MANWIDTH=80 man --warnings -E UTF-8 -l -Tutf8 -Z "$page" 2>&1 >/dev/null)
+    [ -z "$complaints" ] || { echo "$page: $complaints" >&2; status=1; }
 done
 exit $status
