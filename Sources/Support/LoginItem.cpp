@@ -88,16 +88,19 @@ bool programExists(const QHash<QString, QString>& entry)
 
 QByteArray entryText()
 {
-    const QString exec = quotedForExec(QCoreApplication::applicationFilePath());
+    const QString program = QCoreApplication::applicationFilePath();
+    QString escaped = program;
+    escaped.replace(QStringLiteral("\\"), QStringLiteral("\\\\"));
     return QStringLiteral("[Desktop Entry]\n"
                           "Type=Application\n"
                           "Name=Pelgra\n"
                           "Comment=Convert files while you drag them\n"
                           "Exec=%1 --background\n"
+                          "TryExec=%2\n" // once Pelgra is removed the session passes over the entry
                           "Icon=org.pelgra.Pelgra\n"
                           "Terminal=false\n"
                           "X-GNOME-Autostart-enabled=true\n")
-        .arg(exec)
+        .arg(quotedForExec(program), escaped)
         .toUtf8();
 }
 
