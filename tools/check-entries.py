@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Checks the entries for file managers, whose formats have no validators of their own. Usage: check-entries.py DATA-FOLDER
 
-KDE's service menus and Nemo's actions are key files; Nautilus and Caja load an extension in Python, which is run here
+KDE's service menus, Nemo's actions and freedesktop.org's actions are key files; Nautilus and Caja load an extension in Python, which is run here
 against stand-ins for both.
 """
 import configparser
@@ -41,6 +41,15 @@ def check_service_menu(path, types):
         expect((action["Name"], action["Exec"]), (label, command(kind)), f"{path.name} {kind}")
 
 
+def check_action(path, kind, label, types):
+    """Desktop Entry Specification Extension for Menus and Actions of freedesktop.org."""
+    action = key_file(path)
+    main = action["Desktop Entry"]
+    expect((main["Type"], main["Name"], main["Profiles"]), ("Action", label, "files;"), path.name)
+    profile = action["X-Action-Profile files"]
+    expect((profile["MimeTypes"], profile["Exec"]), (types, command(kind)), path.name)
+
+
 def check_nemo(folder):
     for kind, label in KINDS.items():
         action = key_file(folder / f"pelgra-{kind}.nemo_action")["Nemo Action"]
@@ -73,9 +82,12 @@ def check_extension(path, manager, window):
     repository = types.ModuleType("gi.repository")
     repository.GObject = types.SimpleNamespace(GObject=type("GObject", (), {}))
     setattr(repository, manager, types.SimpleNamespace(MenuProvider=type("MenuProvider", (), {}), MenuItem=MenuItem))
+    for other in {"Nautilus", "Caja"} - {manager}:  # installed as well, but not the one that asks
+        setattr(repository, other, types.SimpleNamespace(MenuProvider=None, MenuItem=None))
     sys.modules |= {"gi": types.ModuleType("gi"), "gi.repository": repository}
     started = []
     extension = types.ModuleType("extension")
+    extension.__file__ = f"/usr/share/{manager.lower()}-python/extensions/{path.name}"
     exec(compile(path.read_text(encoding="utf8"), path.name, "exec"), extension.__dict__)
     extension.subprocess = types.SimpleNamespace(Popen=started.append)
     menu = extension.PelgraMenu()
@@ -91,9 +103,10 @@ def check_extension(path, manager, window):
 def main():
     data = pathlib.Path(sys.argv[1])
     entries = data / "filemanagers"
-    types_offered = key_file(data / "desktop/org.pelgra.Pelgra.convert.desktop")["Desktop Entry"]["MimeType"]
-    for kind in KINDS:
+    types_offered = key_file(entries / "pelgra-convert-sendto.desktop")["Desktop Entry"]["MimeType"]
+    for kind, label in KINDS.items():
         expect(key_file(entries / f"pelgra-{kind}-sendto.desktop")["Desktop Entry"]["MimeType"], types_offered, f"Thunar {kind}")
+        check_action(entries / f"pelgra-{kind}-action.desktop", kind, label, types_offered)
     check_service_menu(entries / "pelgra-servicemenu.desktop", types_offered)
     check_nemo(entries)
     check_extension(entries / "pelgra_menu.py", "Nautilus", ())

@@ -4,10 +4,11 @@ import subprocess
 
 from gi.repository import GObject
 
-try:
-    from gi.repository import Nautilus as FileManager
-except ImportError:
+# Both may be installed; each loads the copy in a folder of its own.
+if "caja-python" in __file__:
     from gi.repository import Caja as FileManager
+else:
+    from gi.repository import Nautilus as FileManager
 
 EXTENSIONS = {".jpg", ".jpeg", ".jpe", ".jfif", ".png", ".webp", ".heic", ".heif", ".tif", ".tiff", ".avif", ".bmp",
               ".svg", ".gif", ".pdf"}
