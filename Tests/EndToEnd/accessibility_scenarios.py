@@ -27,7 +27,6 @@ class Reader:
 
     def __init__(self, scene):
         self.process = next(process for process in scene.desktop.processes if process.name == READER)
-        self.focused = None  # the path of the control that was last seen with the focus
         self.restart()
 
     def restart(self):
@@ -54,14 +53,9 @@ class Reader:
             return next((w for w in self.windows() if w["name"] == title and "showing" in w["states"]), None)
         return wait_for(found, f"the window “{title}” in the tree")
 
-    def window_with_focus(self, title):
-        """The window once the keyboard is in it."""
-        def found():
-            window = self.window(title)
-            focused = [node["path"] for node in nodes(window) if "focused" in node["states"]]
-            self.focused = focused[-1] if focused else None
-            return window if focused else None
-        return wait_for(found, f"the focus in “{title}”")
+    def focused(self, title):
+        """The window's control that has the keyboard, if any."""
+        return next((node for node in reversed(list(nodes(self.window(title)))) if "focused" in node["states"]), None)
 
 
 def nodes(tree):
@@ -89,22 +83,37 @@ def press(scene, *keys):
         scene.display.key(key, False)
 
 
-def focus_next(scene, reader, *keys):
-    """Presses the keys and waits for the focus to move; what has it now."""
-    reader.restart()
-    press(scene, *(keys or ("Tab",)))
-    gained = reader.wait_for(lambda line: line.get("event") == "object:state-changed:focused" and line["value"] == 1
-                             and line["source"]["path"] != reader.focused, f"the focus after {keys or 'Tab'}")["source"]
-    reader.focused = gained["path"]
-    return gained
+def focus_next(scene, reader, title, key="Tab"):
+    """Presses the key and waits for the focus to move; what has it then. Asked for, since events may be late."""
+    before = wait_for(lambda: reader.focused(title), f"the focus in “{title}”")["path"]
+    press(scene, key)
+
+    def moved():
+        now = reader.focused(title)
+        return now if now and now["path"] != before else None
+    return wait_for(moved, f"the focus in “{title}” to move after {key}")
 
 
-def focus(scene, reader, name):
+def focus(scene, reader, title, name):
     """Presses Tab until the control of this name has the focus."""
     for _ in range(MOST_CONTROLS):
-        if spoken(focus_next(scene, reader)) == name:
+        if spoken(focus_next(scene, reader, title)) == name:
             return
     raise Failure(f"Tab does not reach “{name}”")
+
+
+def open_wheel(scene, reader, *arguments):
+    """A wheel with the keyboard; asked for again when the window manager gave that to another window just then."""
+    scene.display.move(*scenarios.GROUND)
+
+    def opened():
+        scene.start_again("wheel", *arguments)
+        try:
+            window = wait_for(lambda: scene.display.named("Pelgra"), "the wheel", 1)
+            return wait_for(lambda: scene.display.focus() == window and reader.focused("Pelgra"), "its focus", 1)
+        except Failure:
+            return None
+    wait_for(opened, "the wheel")
 
 
 def expect_all_named_and_reached(scene, reader, window, least):
@@ -119,7 +128,7 @@ def expect_all_named_and_reached(scene, reader, window, least):
         raise Failure(f"“{window['name']}” is a {window['role']}, which readers take for no window")
     reached = set()
     for _ in range(MOST_CONTROLS):
-        path = focus_next(scene, reader)["path"]
+        path = focus_next(scene, reader, window["name"])["path"]
         if path in reached:
             break
         reached.add(path)
@@ -130,13 +139,11 @@ def expect_all_named_and_reached(scene, reader, window, least):
 
 def open_tool(scene, reader, tool, title, *files):
     """Opens a tool's window from the wheel without the mouse."""
-    scene.display.move(*scenarios.GROUND)
-    scene.start_again("wheel", "--kind", "tools", *files)
-    reader.window_with_focus("Pelgra")
-    focus(scene, reader, tool)
+    open_wheel(scene, reader, "--kind", "tools", *files)
+    focus(scene, reader, "Pelgra", tool)
     press(scene, "Return")
     wait_for(lambda: scene.display.named(title), f"the window “{title}”")
-    return reader.window_with_focus(title)
+    return reader.window(title)
 
 
 def documents(scene, *names):
@@ -153,9 +160,8 @@ def close_window(scene, title):
 @scenario
 def wheel(scene):
     reader = Reader(scene)
-    scene.display.move(*scenarios.GROUND)
-    scene.start_again("wheel", scene.picture())
-    window = reader.window_with_focus("Pelgra")
+    open_wheel(scene, reader, scene.picture())
+    window = reader.window("Pelgra")
     names = [node["name"] for node in controls(window)]
     if names != ["JPG", "HEIC", "TIFF", "BMP", "PDF"]:
         raise Failure(f"the petals are {names}")
@@ -167,7 +173,7 @@ def wheel(scene):
 def settings(scene):
     reader = Reader(scene)
     scene.start_again("--settings")
-    window = reader.window_with_focus("Pelgra Settings")
+    window = reader.window("Pelgra Settings")
     expect_all_named_and_reached(scene, reader, window, 6)
     labels = [spoken(node) for node in controls(window)]
     if labels != ["Convert key", "Tools key", "JPEG quality", "Launch at login", "Check for updates automatically",
@@ -189,7 +195,7 @@ for tool in TOOLS:
         open_tool(scene, reader, petal, title, *files)
         wait_for(lambda: len([n for n in controls(reader.window(title)) if "enabled" in n["states"]]) >= least,
                  "all controls")
-        window = reader.window_with_focus(title)
+        window = reader.window(title)
         headings = [node["name"] for node in nodes(window) if node["role"] == "heading"]
         if headings != [title]:
             raise Failure(f"the headings are {headings}")
@@ -207,19 +213,19 @@ def list_items(reader, title):
 def moved_row_is_told(scene):
     reader = Reader(scene)
     open_tool(scene, reader, "MERGE PDF", "Merge PDFs", *documents(scene, "a.pdf", "b.pdf", "c.pdf"))
-    focus(scene, reader, "a.pdf, 1 of 3")
+    focus(scene, reader, "Merge PDFs", "a.pdf, 1 of 3")
     reader.restart()
     press(scene, "Alt_L", "Down")
     reader.hears("accessible-name", lambda source: source["name"] == "a.pdf, 2 of 3", "the row's new place")
     if list_items(reader, "Merge PDFs") != ["b.pdf, 1 of 3", "a.pdf, 2 of 3", "c.pdf, 3 of 3"]:
         raise Failure(f"the rows are {list_items(reader, 'Merge PDFs')}")
 
-    focus(scene, reader, "Move b.pdf down")
+    focus(scene, reader, "Merge PDFs", "Move b.pdf down")
     reader.restart()
     press(scene, "space")
     reader.hears("accessible-description", lambda source: (source["name"], source["description"])
                  == ("Move b.pdf down", "2 of 3"), "the new place on the button")
-    if spoken(focus_next(scene, reader, "space")) != "b.pdf, 3 of 3":
+    if spoken(focus_next(scene, reader, "Merge PDFs", "space")) != "b.pdf, 3 of 3":
         raise Failure("at the end of the list the keyboard leaves the row")
     close_window(scene, "Merge PDFs")
 
@@ -228,7 +234,7 @@ def moved_row_is_told(scene):
 def moved_page_is_told(scene):
     reader = Reader(scene)
     open_tool(scene, reader, "ORGANIZE", "Organize PDF", *documents(scene, "a.pdf"))
-    focus(scene, reader, "Page 1 of 3")
+    focus(scene, reader, "Organize PDF", "Page 1 of 3")
     reader.restart()
     press(scene, "Alt_L", "Right")
     reader.hears("accessible-name", lambda source: source["name"] == "Page 2 of 3", "the page's new place")
@@ -245,9 +251,8 @@ def job_is_told(scene):
     reader = Reader(scene)
     photo = scene.folder / "photo.png"
     photo.write_bytes(pictures.png(3000, 2000))  # a moment's work, so that its beginning can be read
-    scene.start_again("wheel", str(photo))
-    reader.window_with_focus("Pelgra")
-    focus(scene, reader, "HEIC")
+    open_wheel(scene, reader, str(photo))
+    focus(scene, reader, "Pelgra", "HEIC")
     reader.restart()
     press(scene, "Return")
     for text in ("Making photo.heic…", "photo.heic — just like that."):
@@ -259,9 +264,8 @@ def failure_is_told(scene):
     reader = Reader(scene)
     broken = scene.folder / "broken.png"
     broken.write_bytes(b"\x89PNG\r\n\x1a\nnothing more")
-    scene.start_again("wheel", str(broken))
-    reader.window_with_focus("Pelgra")
-    focus(scene, reader, "JPG")
+    open_wheel(scene, reader, str(broken))
+    focus(scene, reader, "Pelgra", "JPG")
     reader.restart()
     press(scene, "Return")
     reader.hears("showing", lambda source: source["role"] == "notification"
