@@ -12,9 +12,10 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 PELGRA = ROOT / "build/release/bin/pelgra"
 
 
-def prepare():
-    """Installs the peers and builds Pelgra, as ./run and ./test do it."""
-    script = f'set -euo pipefail; . "{ROOT}/tools/setup.sh"; ensure_packages build bench; build_preset release'
+def prepare(*programs):
+    """Installs the peers and builds Pelgra, as ./run and ./test do it, and the named programs of this folder."""
+    script = (f'set -euo pipefail; . "{ROOT}/tools/setup.sh"; ensure_packages build bench; build_preset release'
+              + "".join(f"; build_preset release {program}" for program in programs))
     subprocess.run(["bash", "-c", script], check=True)
 
 
@@ -69,8 +70,9 @@ def run_once(measured, make_command, inputs, keep):
         return made
 
 
-def compare(title, goal, inputs, ours, peers, runs, folder, check=None):
-    """Times ours and every peer in turn, `runs` rounds after one that does not count. Returns the table's rows."""
+def compare(title, goal, inputs, ours, peers, runs, folder, check=None, require=None):
+    """Times ours and every peer in turn, `runs` rounds after one that does not count, and prints a table. Returns whether
+    the goal was reached: the ratio to the fastest peer, and what `require` says of our own runs (a text and a verdict)."""
     candidates = [(Measured("pelgra"), ours)] + [(Measured(name), command) for name, command in peers.items()]
     for round_number in range(runs + 1):
         for measured, command in candidates:
@@ -92,7 +94,12 @@ def compare(title, goal, inputs, ours, peers, runs, folder, check=None):
     ratio = mine.median / fastest.median if fastest and mine.seconds else None
     print_case(title, goal, ratio, fastest.name if fastest else "no peer does the same work", lines, notes)
     shutil.rmtree(folder / "last", ignore_errors=True)
-    return ratio is not None and (goal is None or ratio <= goal)
+    reached = bool(mine.seconds) and (goal is None or (ratio is not None and ratio <= goal))
+    if require and mine.seconds:
+        text, holds = require(mine)
+        print(f"  {text}: {'reached' if holds else 'NOT reached'}", flush=True)
+        reached &= holds
+    return reached
 
 
 def print_case(title, goal, ratio, against, lines, notes):

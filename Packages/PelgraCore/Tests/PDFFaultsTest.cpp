@@ -108,8 +108,13 @@ void PDFFaultsTest::countsThePagesThatAreThere()
     builder.set(2, "<< /Type /Pages " + tree.toStdString() + " >>");
     const auto document = open(builder.build());
     QCOMPARE(document->pageCount(), widths.size());
-    for (int index = 0; index < widths.size(); ++index)
+    for (int index = 0; index < widths.size(); ++index) {
         QCOMPARE(document->displayedSize(index).width, double(widths[index]));
+        // Looked for alone, too.
+        const auto partly = openRenderer(m_folder / "document.pdf", index + 1);
+        QCOMPARE(partly->pageCount(), index + 1);
+        QCOMPARE(partly->displayedSize(index).width, double(widths[index]));
+    }
 }
 
 void PDFFaultsTest::repairsCrossReferences()

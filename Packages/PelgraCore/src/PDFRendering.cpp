@@ -38,11 +38,11 @@ const RenderingModule& renderingModule()
     return module<RenderingModule>("rendering");
 }
 
-std::unique_ptr<PageRenderer> openRenderer(const std::filesystem::path& file)
+std::unique_ptr<PageRenderer> openRenderer(const std::filesystem::path& file, int pagesNeeded)
 {
     std::unique_ptr<PageRenderer> renderer;
     try {
-        renderer = renderingModule().open(file);
+        renderer = renderingModule().open(file, pagesNeeded);
     } catch (const std::exception&) {
         throw EngineError::unreadable(file);
     }

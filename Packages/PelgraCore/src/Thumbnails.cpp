@@ -14,7 +14,9 @@ namespace {
 
 std::optional<RasterImage> pageThumbnail(const std::filesystem::path& file, int pageIndex, double maxPixels)
 {
-    const std::unique_ptr<PageRenderer> renderer = openRenderer(file);
+    if (pageIndex < 0 || pageIndex >= mostPages)
+        return std::nullopt;
+    const std::unique_ptr<PageRenderer> renderer = openRenderer(file, pageIndex + 1);
     const PageSize size = renderer->displayedSize(pageIndex);
     return renderer->render(pageIndex, maxPixels / std::max(size.width, size.height));
 }

@@ -127,7 +127,7 @@ bool isLocked(fz_context* context, pdf_document* document)
 
 } // namespace
 
-std::unique_ptr<Document> Document::open(const std::filesystem::path& file)
+std::unique_ptr<Document> Document::open(const std::filesystem::path& file, int pagesNeeded)
 {
     std::unique_ptr<Document> document(new Document);
     document->m_file.reset(openRegularFile(file));
@@ -139,7 +139,7 @@ std::unique_ptr<Document> Document::open(const std::filesystem::path& file)
     const Work work(document->m_account);
     if (!document->readDocument())
         return nullptr;
-    document->m_pageCount = settlePageTree(document->context(), document->m_document);
+    document->m_pageCount = settlePageTree(document->context(), document->m_document, pagesNeeded);
     return document->m_pageCount >= 0 ? std::move(document) : nullptr;
 }
 

@@ -38,7 +38,7 @@ struct PageGeometry {
 class Document {
 public:
     /// Null for what cannot be read or needs a password. Broken cross references are repaired.
-    static std::unique_ptr<Document> open(const std::filesystem::path& file);
+    static std::unique_ptr<Document> open(const std::filesystem::path& file, int pagesNeeded);
     ~Document();
     Document(const Document&) = delete;
     Document& operator=(const Document&) = delete;
@@ -46,7 +46,8 @@ public:
     fz_context* context() const { return m_context.get(); }
     WorkAccount& account() { return m_account; }
 
-    /// The leaves of the page tree that were really found; what the tree claims to hold counts for nothing.
+    /// The leaves of the page tree that were really found, no more than needed; what the tree claims to hold counts for
+    /// nothing.
     int pageCount() const { return m_pageCount; }
 
     /// Null where there is no such page or it cannot be loaded. The boxes of the page (in memory) are replaced by

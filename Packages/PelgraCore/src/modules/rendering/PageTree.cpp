@@ -24,6 +24,7 @@ struct Walk {
     int capacity;
     pdf_mark_bits* visited;
     pdf_obj* pages; ///< an array
+    int pagesNeeded;
     bool isAsClaimed;
 };
 
@@ -80,16 +81,32 @@ void visit(Walk* walk, pdf_obj* kid)
         enter(walk, kid);
         return;
     }
-    if (pdf_array_len(context, walk->pages) >= pageCountLimit)
-        return;
     pdf_array_push(context, walk->pages, kid);
     ++walk->branches[walk->depth - 1].found;
+}
+
+/// Whether the branches that the walk was in when it had its pages lead to them by what they claim.
+bool leadToPages(const Walk* walk)
+{
+    int found = 0;
+    for (int level = walk->depth - 1; level >= 0; --level) {
+        const Branch& branch = walk->branches[level];
+        found += branch.found;
+        if (pdf_dict_get_int(walk->context, branch.node, PDF_NAME(Count)) < found)
+            return false;
+    }
+    return true;
 }
 
 void walkFrom(Walk* walk, pdf_obj* root)
 {
     enter(walk, root);
     while (walk->depth > 0) {
+        if (pdf_array_len(walk->context, walk->pages) >= walk->pagesNeeded) {
+            if (!leadToPages(walk))
+                walk->isAsClaimed = false;
+            return;
+        }
         Branch& branch = walk->branches[walk->depth - 1];
         if (branch.next < pdf_array_len(walk->context, branch.kids))
             visit(walk, pdf_array_get(walk->context, branch.kids, branch.next++));
@@ -116,9 +133,9 @@ void flatten(Walk* walk, pdf_obj* catalog)
 }
 
 /// The number of pages found, or -1.
-int settleOnce(fz_context* context, pdf_document* document) noexcept
+int settleOnce(fz_context* context, pdf_document* document, int pagesNeeded) noexcept
 {
-    Walk walk = {context, document, nullptr, 0, 0, nullptr, nullptr, true};
+    Walk walk = {context, document, nullptr, 0, 0, nullptr, nullptr, pagesNeeded, true};
     int count = -1;
     fz_var(walk);
     fz_var(count);
@@ -184,15 +201,15 @@ void rebuild(fz_context* context, pdf_document* document) noexcept
 
 } // namespace
 
-int settlePageTree(fz_context* context, pdf_document* document) noexcept
+int settlePageTree(fz_context* context, pdf_document* document, int pagesNeeded) noexcept
 {
-    int count = settleOnce(context, document);
+    int count = settleOnce(context, document, pagesNeeded);
     // A fault met on the way makes the library rebuild the cross references by itself; the walk then starts again.
     if (count < 0)
-        count = settleOnce(context, document);
+        count = settleOnce(context, document, pagesNeeded);
     if (count <= 0) {
         rebuild(context, document);
-        count = settleOnce(context, document);
+        count = settleOnce(context, document, pagesNeeded);
     }
     return count;
 }

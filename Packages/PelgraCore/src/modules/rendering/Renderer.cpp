@@ -172,9 +172,9 @@ std::vector<TextPiece> Renderer::textPieces(int pageIndex, const std::stop_token
     return page ? readTextPieces(*m_document, page) : std::vector<TextPiece>();
 }
 
-std::unique_ptr<PageRenderer> openRenderer(const std::filesystem::path& file)
+std::unique_ptr<PageRenderer> openRenderer(const std::filesystem::path& file, int pagesNeeded)
 {
-    std::unique_ptr<Document> document = Document::open(file);
+    std::unique_ptr<Document> document = Document::open(file, pagesNeeded);
     return document ? std::make_unique<Renderer>(std::move(document)) : nullptr;
 }
 

@@ -26,6 +26,6 @@ private:
     int m_pageIndex = -1;
 };
 
-std::unique_ptr<PageRenderer> openRenderer(const std::filesystem::path& file);
+std::unique_ptr<PageRenderer> openRenderer(const std::filesystem::path& file, int pagesNeeded);
 
 } // namespace Pelgra::Rendering
