@@ -140,7 +140,7 @@ void OrderedFileRow::paintEvent(QPaintEvent*)
     painter.setPen(Qt::NoPen);
     painter.setBrush(primaryColor(*this, 0.055));
     painter.drawRoundedRect(QRectF(rect()), cornerRadius, cornerRadius);
-    if (hasFocus())
+    if (showsFocus(*this))
         drawFocusRing(painter, QRectF(rect()), cornerRadius, *this);
 }
 
@@ -158,6 +158,8 @@ void OrderedFileRow::elideName()
 
 void OrderedFileRow::keyPressEvent(QKeyEvent* event)
 {
+    window()->setAttribute(Qt::WA_KeyboardFocusChange); // a click may have brought the focus here, without a ring
+    update();
     const int step = event->key() == Qt::Key_Up ? -1 : event->key() == Qt::Key_Down ? +1 : 0;
     if (step == 0)
         QWidget::keyPressEvent(event);

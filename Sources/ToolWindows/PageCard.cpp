@@ -181,7 +181,7 @@ void PageCard::paintEvent(QPaintEvent*)
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius, cornerRadius);
     paintPage(painter);
     paintBadge(painter);
-    if (hasFocus())
+    if (showsFocus(*this))
         drawFocusRing(painter, QRectF(rect()), cornerRadius, *this);
 }
 
@@ -249,6 +249,8 @@ void PageCard::resizeEvent(QResizeEvent* event)
 
 void PageCard::keyPressEvent(QKeyEvent* event)
 {
+    window()->setAttribute(Qt::WA_KeyboardFocusChange); // a click may have brought the focus here, without a ring
+    update();
     const bool moves = event->modifiers().testFlag(Qt::AltModifier) || event->modifiers().testFlag(Qt::ControlModifier);
     if (const auto direction = directionOf(event->key())) {
         if (moves)

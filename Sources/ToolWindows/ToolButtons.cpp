@@ -33,6 +33,11 @@ QColor secondaryColor(const QWidget& widget)
     return primaryColor(widget, 0.62);
 }
 
+bool showsFocus(const QWidget& widget)
+{
+    return widget.hasFocus() && widget.window()->testAttribute(Qt::WA_KeyboardFocusChange);
+}
+
 void drawFocusRing(QPainter& painter, const QRectF& rect, double radius, const QWidget& widget)
 {
     painter.setBrush(Qt::NoBrush);
@@ -68,7 +73,7 @@ void CircleIconButton::paintEvent(QPaintEvent*)
         painter.drawEllipse(circle);
     }
     drawSymbol(painter, circle, m_symbol, m_symbolSize, primaryColor(*this, m_foregroundOpacity * strength));
-    if (hasFocus())
+    if (showsFocus(*this))
         drawFocusRing(painter, circle, circle.height() / 2, *this);
 }
 
@@ -89,7 +94,7 @@ void ChevronButton::paintEvent(QPaintEvent*)
     painter.setBrush(primaryColor(*this, !isEnabled() ? 0.035 : isDown() ? 0.16 : 0.08));
     painter.drawRoundedRect(area, chevronRadius, chevronRadius);
     drawSymbol(painter, area, m_symbol, chevronSymbolSize, primaryColor(*this, isEnabled() ? 0.8 : 0.22));
-    if (hasFocus())
+    if (showsFocus(*this))
         drawFocusRing(painter, area, chevronRadius, *this);
 }
 

@@ -45,6 +45,9 @@ private:
     QString m_symbol;
 };
 
+/// Whether to draw the ring: the control has the focus, and the window has been used by keyboard.
+bool showsFocus(const QWidget& widget);
+
 /// Draws the ring that tells which control has the keyboard focus.
 void drawFocusRing(QPainter& painter, const QRectF& rect, double radius, const QWidget& widget);
 

@@ -114,6 +114,22 @@ private Q_SLOTS:
         QCOMPARE(merge.findChild<QWidget*>(QStringLiteral("moveUp-1"))->accessibleName(), "Move b.pdf up");
     }
 
+    void theRingShowsOnceTheKeyboardIsUsed()
+    {
+        ToolWindow& window = open(FileTool::mergePDF);
+        auto* const row = window.findChild<QWidget*>(QStringLiteral("row-0"));
+        const QColor ring = row->palette().color(QPalette::Highlight);
+        const auto hasRing = [&] {
+            return row->grab().toImage().pixelColor(row->width() / 2, 1) == ring;
+        };
+        QTest::mouseClick(row, Qt::LeftButton);
+        QVERIFY(row->hasFocus());
+        QVERIFY(!hasRing());
+        QTest::keyClick(row, Qt::Key_Down, Qt::AltModifier);
+        QVERIFY(row->hasFocus());
+        QVERIFY(hasRing());
+    }
+
     void whileAJobRunsTheKeyboardStaysInTheOverlay()
     {
         ToolWindow& window = open(FileTool::mergePDF);
