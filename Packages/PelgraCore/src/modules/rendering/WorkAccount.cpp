@@ -1,5 +1,6 @@
 #include "WorkAccount.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <numeric>
@@ -86,7 +87,7 @@ void WorkAccount::checkTime()
         if (hasProgressed())
             m_lastProgress = spent;
     }
-    if (spent > longLimit || spent - m_lastProgress > shortLimit)
+    if (spent > longLimit || spent - m_lastProgress > std::max(shortLimit, m_lastProgress))
         m_cookie.abort = 1;
 }
 

@@ -27,8 +27,9 @@ public:
     const fz_alloc_context* allocator() const { return &m_allocator; }
 
     /// Begins a piece of work on the calling thread. It ends itself when the stop is requested, after longLimit
-    /// seconds of the thread's processor time, or when nothing new has appeared in the bitmap for shortLimit seconds.
-    /// The bitmap, not the library's own, begins white and may be empty.
+    /// seconds of the thread's processor time, or when nothing new has appeared in the bitmap for shortLimit seconds,
+    /// or as long as it took to the last that did: a page that shows more and more is given more time. The bitmap, not
+    /// the library's own, begins white and may be empty.
     void begin(std::stop_token stop, std::span<const std::byte> bitmap);
     /// Ends the piece of work; allocation works again whatever became of it.
     void end();
