@@ -8,6 +8,7 @@
 #include <QTest>
 
 #include <cstring>
+#include <memory>
 
 using namespace Pelgra;
 
@@ -240,6 +241,32 @@ private Q_SLOTS:
         std::memcpy(&sample, image.pixels.data() + 2 * (alpha ? components - 1 : 0), 2);
         const auto pixel = file.end() - static_cast<std::ptrdiff_t>(stride) + (alpha ? 3 : bitsPerPixel == 24 ? 2 : 0);
         QCOMPARE(std::to_integer<int>(*pixel), (sample * 255 + 32767) / 65535);
+    }
+
+    /// The encoder takes several times the picture's memory.
+    void theHeicEncoderRunsWithoutThePicture()
+    {
+        class Watch final : public ByteSink {
+        public:
+            explicit Watch(std::weak_ptr<const RasterImage> image)
+                : m_image(std::move(image))
+            {
+            }
+            void write(std::span<const std::byte>) override { (m_image.expired() ? wasGone : wasThere) = true; }
+            void writeAt(std::size_t, std::span<const std::byte>) override { }
+            bool wasGone = false;
+            bool wasThere = false;
+
+        private:
+            std::weak_ptr<const RasterImage> m_image;
+        };
+        RasterImage image = rampPicture(80, 64, ColorModel::rgb, false, 8);
+        image.iccProfile = wideRgbProfile();
+        auto shared = std::make_shared<const RasterImage>(std::move(image));
+        Watch sink(shared);
+        ImageRows rows(std::move(shared));
+        encodeImage(FileFormat::heic, rows, {}, sink);
+        QVERIFY(sink.wasGone && !sink.wasThere);
     }
 
     void unsupportedTargetsAreNamed()

@@ -25,7 +25,7 @@ PreparedOutput prepareImage(const std::filesystem::path& file, FileFormat format
                             int threads, const std::stop_token& stop)
 {
     LoadedImage loaded = loadImage(file);
-    const SharedImage upright = loaded.upright(format == FileFormat::jpg);
+    SharedImage upright = loaded.upright(format == FileFormat::jpg);
     loaded.image.reset(); // the stored pixels are needed no more
     if (!format.imageIOType())
         throw EngineError::unsupported(format);
@@ -37,7 +37,7 @@ PreparedOutput prepareImage(const std::filesystem::path& file, FileFormat format
     properties.metadata = std::move(loaded.metadata);
     properties.threads = threads;
     return PreparedOutput(file, {}, format.pathExtension(), stop, [&](ByteSink& sink) {
-        ImageRows rows(*upright);
+        ImageRows rows(std::move(upright));
         encodeImage(format, rows, properties, sink);
     });
 }

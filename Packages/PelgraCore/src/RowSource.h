@@ -3,6 +3,7 @@
 #include "PelgraCore/ImageLoading.h"
 
 #include <span>
+#include <utility>
 
 namespace Pelgra {
 
@@ -35,6 +36,8 @@ public:
     virtual std::span<const std::byte> row(int y) = 0;
     /// The whole picture where it is in memory, else null.
     virtual const RasterImage* wholeImage() const { return nullptr; }
+    /// Says that nothing will be asked of this any more, so that what holds the rows can go.
+    virtual void release() { }
 };
 
 /// The rows of a picture in memory.
@@ -42,16 +45,29 @@ class ImageRows final : public RowSource {
 public:
     /// The image must outlive this.
     explicit ImageRows(const RasterImage& image)
-        : m_image(image)
+        : m_image(&image)
         , m_form(formOf(image))
     {
     }
+    /// Keeps the image until release().
+    explicit ImageRows(SharedImage image)
+        : ImageRows(*image)
+    {
+        m_owner = std::move(image);
+    }
     const RasterForm& form() const override { return m_form; }
-    std::span<const std::byte> row(int y) override { return m_image.row(y); }
-    const RasterImage* wholeImage() const override { return &m_image; }
+    std::span<const std::byte> row(int y) override { return m_image->row(y); }
+    const RasterImage* wholeImage() const override { return m_image; }
+    void release() override
+    {
+        m_image = nullptr;
+        m_form.iccProfile = {};
+        m_owner.reset();
+    }
 
 private:
-    const RasterImage& m_image;
+    SharedImage m_owner;
+    const RasterImage* m_image;
     RasterForm m_form;
 };
 

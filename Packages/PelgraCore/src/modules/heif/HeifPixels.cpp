@@ -9,7 +9,9 @@
 #include <cstdint>
 #include <cstring>
 #include <future>
+#include <limits>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 namespace Pelgra {
@@ -34,7 +36,7 @@ Plane planeOf(const heif_image& image, heif_channel channel)
     plane.width = heif_image_get_width(&image, channel);
     plane.height = heif_image_get_height(&image, channel);
     plane.depth = heif_image_get_bits_per_pixel_range(&image, channel);
-    if (!plane.data || stride <= 0 || plane.width < 1 || plane.height < 1 || plane.depth < 1 || plane.depth > 16)
+    if (!plane.data || stride <= 0 || plane.width < 1 || plane.height < 1 || plane.depth < 8 || plane.depth > 16)
         throw DecodeError("a colour plane is missing");
     return plane;
 }
@@ -68,30 +70,33 @@ LumaWeights weightsOf(int matrix, int primaries)
     }
 }
 
-/// Converts samples of luma and colour difference to red, green and blue, scaled to 0 to `maximum`.
+/// Converts samples of luma and colour difference, held in the given type, to red, green and blue of the same type.
+template <typename Sample>
 struct ColorMatrix {
-    /// In units of 1/65536 of an output step.
-    std::int64_t luma = 0, lumaOffset = 0, chromaOffset = 0, redCr = 0, greenCb = 0, greenCr = 0, blueCb = 0;
-    int maximum = 255;
+    static constexpr int maximum = std::numeric_limits<Sample>::max();
+    /// What holds every sum.
+    using Number = std::conditional_t<sizeof(Sample) == 1, std::int32_t, std::int64_t>;
 
-    static ColorMatrix make(const heif_color_profile_nclx* codes, int depth, int outputMaximum)
+    /// In units of 1/65536 of an output step.
+    Number luma = 0, lumaOffset = 0, chromaOffset = 0, redCr = 0, greenCb = 0, greenCr = 0, blueCb = 0;
+
+    static ColorMatrix make(const heif_color_profile_nclx* codes, int depth)
     {
         const bool fullRange = !codes || codes->full_range_flag != 0;
         const LumaWeights weights =
             weightsOf(codes ? codes->matrix_coefficients : 6, codes ? codes->color_primaries : 1);
         const double steps = std::ldexp(1.0, depth - 8);
         const double coded = std::ldexp(1.0, depth) - 1;
-        const double lumaScale = outputMaximum / (fullRange ? coded : 219 * steps);
-        const double chromaScale = outputMaximum / (fullRange ? coded : 224 * steps);
+        const double lumaScale = maximum / (fullRange ? coded : 219 * steps);
+        const double chromaScale = maximum / (fullRange ? coded : 224 * steps);
         const double green = 1 - weights.red - weights.blue;
         const auto fixed = [](double value) {
-            return static_cast<std::int64_t>(std::llround(value * 65536));
+            return static_cast<Number>(std::llround(value * 65536));
         };
         ColorMatrix matrix;
-        matrix.maximum = outputMaximum;
         matrix.luma = fixed(lumaScale);
-        matrix.lumaOffset = fullRange ? 0 : static_cast<std::int64_t>(16 * steps);
-        matrix.chromaOffset = std::int64_t{1} << (depth - 1);
+        matrix.lumaOffset = fullRange ? 0 : static_cast<Number>(16 * steps);
+        matrix.chromaOffset = Number{1} << (depth - 1);
         matrix.redCr = fixed(2 * (1 - weights.red) * chromaScale);
         matrix.blueCb = fixed(2 * (1 - weights.blue) * chromaScale);
         matrix.greenCr = fixed(-2 * (1 - weights.red) * weights.red / green * chromaScale);
@@ -99,19 +104,22 @@ struct ColorMatrix {
         return matrix;
     }
 
-    template <typename Sample>
-    Sample clamped(std::int64_t value) const
+    /// Whether plain samples stay what they are.
+    bool isIdentity() const { return luma == 65536 && lumaOffset == 0; }
+
+    Sample clamped(Number value) const
     {
-        return static_cast<Sample>(std::clamp<std::int64_t>((value + 32768) >> 16, 0, maximum));
+        return static_cast<Sample>(std::clamp<Number>((value + 32768) >> 16, 0, maximum));
     }
 };
 
 /// What one conversion works on.
+template <typename Sample>
 struct Conversion {
     std::vector<Plane> colors; ///< one plane for grey, else three
     bool isDifference = false; ///< luma and colour differences rather than red, green, blue
-    bool isGreenBlueRed = false; ///< the identity matrix: the planes hold green, blue, red
-    ColorMatrix matrix;
+    bool isGreenBlueRed = false;
+    ColorMatrix<Sample> matrix;
     RasterImage* out = nullptr;
 };
 
@@ -131,58 +139,74 @@ const std::uint8_t* rowFor(const Plane& plane, int y, int height)
     return plane.data + plane.stride * static_cast<std::size_t>(row);
 }
 
-/// Luma and colour differences of one row. Halved colour is repeated, as the format's own reader does.
-template <typename In, typename Out>
-void convertDifferenceRow(const Conversion& conversion, int y, std::byte* to, std::size_t step)
+/// Luma and colour differences of one row, each difference standing for so many columns.
+template <typename Sample, int columns>
+void mixRow(const ColorMatrix<Sample>& matrix, const std::uint8_t* luma, const std::uint8_t* cbRow,
+            const std::uint8_t* crRow, int width, std::byte* to, std::size_t step)
 {
-    const ColorMatrix& matrix = conversion.matrix;
+    using Number = typename ColorMatrix<Sample>::Number;
+    for (int x = 0; x < width; x += columns) {
+        const Number cb = sampleAt<Sample>(cbRow, x / columns) - matrix.chromaOffset;
+        const Number cr = sampleAt<Sample>(crRow, x / columns) - matrix.chromaOffset;
+        const Number red = cr * matrix.redCr, blue = cb * matrix.blueCb;
+        const Number green = cb * matrix.greenCb + cr * matrix.greenCr;
+        const int count = std::min(columns, width - x);
+        for (int index = 0; index < count; ++index, to += step) {
+            const Number light = (sampleAt<Sample>(luma, x + index) - matrix.lumaOffset) * matrix.luma;
+            const std::array<Sample, 3> color{matrix.clamped(light + red), matrix.clamped(light + green),
+                                              matrix.clamped(light + blue)};
+            std::memcpy(to, color.data(), sizeof color);
+        }
+    }
+}
+
+/// Halved colour is repeated, as the format's own reader does.
+template <typename Sample>
+void convertDifferenceRow(const Conversion<Sample>& conversion, int y, std::byte* to, std::size_t step)
+{
     const int height = conversion.out->height;
     const int width = conversion.out->width;
     const Plane& chroma = conversion.colors[1];
     const std::uint8_t* const luma = rowFor(conversion.colors[0], y, height);
     // Odd sizes: half of 5 is 3, and row 4 belongs to row 2 of the halved plane.
     const int verticalShift = chroma.height < height ? 1 : 0;
-    const int horizontalShift = chroma.width < width ? 1 : 0;
     const auto chromaRow = static_cast<std::size_t>(std::min(y >> verticalShift, chroma.height - 1));
     const std::uint8_t* const cbRow = chroma.data + chroma.stride * chromaRow;
     const std::uint8_t* const crRow = conversion.colors[2].data + conversion.colors[2].stride * chromaRow;
-    for (int x = 0; x < width; ++x, to += step) {
-        const std::int64_t light = (sampleAt<In>(luma, x) - matrix.lumaOffset) * matrix.luma;
-        const std::int64_t cb = sampleAt<In>(cbRow, x >> horizontalShift) - matrix.chromaOffset;
-        const std::int64_t cr = sampleAt<In>(crRow, x >> horizontalShift) - matrix.chromaOffset;
-        const std::array<Out, 3> color{matrix.clamped<Out>(light + cr * matrix.redCr),
-                                       matrix.clamped<Out>(light + cb * matrix.greenCb + cr * matrix.greenCr),
-                                       matrix.clamped<Out>(light + cb * matrix.blueCb)};
-        std::memcpy(to, color.data(), sizeof color);
-    }
+    if (chroma.width < width)
+        mixRow<Sample, 2>(conversion.matrix, luma, cbRow, crRow, width, to, step);
+    else
+        mixRow<Sample, 1>(conversion.matrix, luma, cbRow, crRow, width, to, step);
 }
 
 /// Planes that hold the output's components already, each only scaled.
-template <typename In, typename Out>
-void convertPlainRow(const Conversion& conversion, int y, std::byte* to, std::size_t step)
+template <typename Sample>
+void convertPlainRow(const Conversion<Sample>& conversion, int y, std::byte* to, std::size_t step)
 {
     constexpr std::array<std::size_t, 3> greenBlueRed{2, 0, 1};
+    const ColorMatrix<Sample>& matrix = conversion.matrix;
+    const bool isIdentity = matrix.isIdentity();
     for (std::size_t component = 0; component < conversion.colors.size(); ++component) {
         const Plane& plane = conversion.colors[conversion.isGreenBlueRed ? greenBlueRed[component] : component];
         const std::uint8_t* const row = rowFor(plane, y, conversion.out->height);
-        std::byte* place = to + component * sizeof(Out);
+        std::byte* place = to + component * sizeof(Sample);
         for (int x = 0; x < conversion.out->width; ++x, place += step) {
-            const auto value = conversion.matrix.clamped<Out>((sampleAt<In>(row, x) - conversion.matrix.lumaOffset)
-                                                              * conversion.matrix.luma);
+            const Sample coded = sampleAt<Sample>(row, x);
+            const Sample value = isIdentity ? coded : matrix.clamped((coded - matrix.lumaOffset) * matrix.luma);
             std::memcpy(place, &value, sizeof value);
         }
     }
 }
 
-template <typename In, typename Out>
-void convertRows(const Conversion& conversion, int from, int to)
+template <typename Sample>
+void convertRows(const Conversion<Sample>& conversion, int from, int to)
 {
     for (int y = from; y < to; ++y) {
         std::byte* const row = conversion.out->row(y).data();
         if (conversion.isDifference)
-            convertDifferenceRow<In, Out>(conversion, y, row, conversion.out->bytesPerPixel());
+            convertDifferenceRow(conversion, y, row, conversion.out->bytesPerPixel());
         else
-            convertPlainRow<In, Out>(conversion, y, row, conversion.out->bytesPerPixel());
+            convertPlainRow(conversion, y, row, conversion.out->bytesPerPixel());
     }
 }
 
@@ -206,7 +230,8 @@ void convertAlpha(const Plane& plane, RasterImage& out)
 }
 
 /// Rows are independent of one another, so every core takes a band.
-void convertInBands(const Conversion& conversion, void (*convert)(const Conversion&, int, int))
+template <typename Sample>
+void convertInBands(const Conversion<Sample>& conversion)
 {
     const int height = conversion.out->height;
     constexpr int smallestBand = 256;
@@ -214,9 +239,9 @@ void convertInBands(const Conversion& conversion, void (*convert)(const Conversi
         std::clamp(height / smallestBand, 1, static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, 8u)));
     std::vector<std::future<void>> others;
     for (int band = 1; band < bands; ++band)
-        others.push_back(std::async(std::launch::async, convert, std::cref(conversion), height * band / bands,
-                                    height * (band + 1) / bands));
-    convert(conversion, 0, height / bands);
+        others.push_back(std::async(std::launch::async, convertRows<Sample>, std::cref(conversion),
+                                    height * band / bands, height * (band + 1) / bands));
+    convertRows(conversion, 0, height / bands);
     for (std::future<void>& other : others)
         other.get();
 }
@@ -251,6 +276,25 @@ void checkPlanes(const std::vector<Plane>& planes, bool isDifference)
         throw DecodeError("colour planes differ in size");
 }
 
+/// The identity matrix: the planes hold green, blue, red.
+bool isGreenBlueRed(heif_colorspace space, const heif_color_profile_nclx* codes)
+{
+    return space == heif_colorspace_YCbCr && codes && codes->matrix_coefficients == 0;
+}
+
+template <typename Sample>
+void convertColors(const std::vector<Plane>& planes, heif_colorspace space, const heif_color_profile_nclx* codes,
+                   RasterImage& out)
+{
+    Conversion<Sample> conversion;
+    conversion.colors = planes;
+    conversion.isGreenBlueRed = isGreenBlueRed(space, codes);
+    conversion.isDifference = space == heif_colorspace_YCbCr && !conversion.isGreenBlueRed;
+    conversion.matrix = ColorMatrix<Sample>::make(space == heif_colorspace_RGB ? nullptr : codes, planes.front().depth);
+    conversion.out = &out;
+    convertInBands(conversion);
+}
+
 } // namespace
 
 RasterImage pixelsOf(const heif_image& image, bool isPremultiplied)
@@ -261,12 +305,9 @@ RasterImage pixelsOf(const heif_image& image, bool isPremultiplied)
         codes = nullptr;
     const HeifColorCodes codesOwner(codes);
 
-    Conversion conversion;
-    conversion.colors = colorPlanes(image, space);
-    conversion.isGreenBlueRed = space == heif_colorspace_YCbCr && codes && codes->matrix_coefficients == 0;
-    conversion.isDifference = space == heif_colorspace_YCbCr && !conversion.isGreenBlueRed;
-    checkPlanes(conversion.colors, conversion.isDifference);
-    const Plane& first = conversion.colors.front();
+    const std::vector<Plane> planes = colorPlanes(image, space);
+    checkPlanes(planes, space == heif_colorspace_YCbCr && !isGreenBlueRed(space, codes));
+    const Plane& first = planes.front();
     const bool isDeep = first.depth > 8;
     const bool hasAlpha = heif_image_has_channel(&image, heif_channel_Alpha) != 0;
     std::optional<RasterImage> out = RasterImage::make(
@@ -274,12 +315,10 @@ RasterImage pixelsOf(const heif_image& image, bool isPremultiplied)
         isDeep ? 16 : 8);
     if (!out)
         throw DecodeError("the picture is too large");
-    conversion.out = &*out;
-    conversion.matrix =
-        ColorMatrix::make(space == heif_colorspace_RGB ? nullptr : codes, first.depth, isDeep ? 65535 : 255);
-    convertInBands(conversion,
-                   isDeep ? convertRows<std::uint16_t, std::uint16_t> : convertRows<std::uint8_t, std::uint8_t>);
-
+    if (isDeep)
+        convertColors<std::uint16_t>(planes, space, codes, *out);
+    else
+        convertColors<std::uint8_t>(planes, space, codes, *out);
     if (hasAlpha) {
         const Plane alpha = planeOf(image, heif_channel_Alpha);
         checkPlanes({alpha}, false);
