@@ -19,6 +19,7 @@ void becomeDesktopProgram(std::span<const std::string> arguments)
     vector.push_back(nullptr);
 
     signal(SIGPIPE, SIG_DFL); // an ignored signal would stay ignored over there
+    signal(SIGXFSZ, SIG_DFL);
     std::error_code error;
     const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
     if (!error)

@@ -326,6 +326,16 @@ private Q_SLOTS:
         QCOMPARE(outcome.errors, "pelgra: Couldn’t save “" + name + "”. (disk/" + name + ")\n");
     }
 
+    void aFileBeyondTheAllowedSizeIsReported()
+    {
+        const TemporaryFolder folder;
+        writePicture(folder, "a.png", 100, 100);
+        const Outcome outcome =
+            shell(folder, "(ulimit -f 2; \"$PELGRA\" convert --to bmp a.png 2>err); cat err >&2; rm err");
+        QCOMPARE(outcome.errors, std::string("pelgra: Couldn’t save “a.bmp”. (a.bmp)\n"));
+        QCOMPARE(folder.names(), std::vector<std::string>{"a.png"});
+    }
+
     void documentsAreMergedSplitAndOrganised()
     {
         const TemporaryFolder folder;
