@@ -51,10 +51,10 @@ class Scene:
         self.since = self.app.mark()
         self.source = None
 
-    def picture(self, name="photo.png"):
+    def picture(self, name="photo.png", size=(12, 8)):
         path = os.path.join(os.fsencode(self.folder), os.fsencode(name))
         with open(path, "wb") as file:
-            file.write(pictures.png(12, 8))
+            file.write(pictures.png(*size))
         return path
 
     def names(self):
