@@ -1,5 +1,6 @@
 #include "PelgraCore/PDFRendering.h"
 
+#include "RenderingModule.h"
 #include "Support/DrawnPages.h"
 #include "Support/PDFSamples.h"
 #include "Support/TemporaryFolder.h"
@@ -43,6 +44,9 @@ private slots:
     void picturesInInkLookAlike_data();
     void picturesInInkLookAlike();
     void screenColorsInGroupsOfInkStay();
+    void seesEveryColor_data();
+    void seesEveryColor();
+    void drawsInGrayWhatItDrawsWithoutColor();
 };
 
 void PDFColorsTest::inkLooksAsPrinted_data()
@@ -112,6 +116,71 @@ void PDFColorsTest::screenColorsInGroupsOfInkStay()
     page.resources = "/XObject << /Form " + reference(form) + " >> /ExtGState << /Half << /ca 0.5 >> >>";
     builder.addPage(page);
     QVERIFY(isNear(drawnBy(builder.build()), {191, 191, 191}));
+}
+
+void PDFColorsTest::seesEveryColor_data()
+{
+    QTest::addColumn<QByteArray>("contents");
+    QTest::addColumn<bool>("isColorless");
+    QTest::newRow("nothing") << QByteArray() << true;
+    QTest::newRow("grey") << QByteArray("0.3 g 0 0 9 9 re f") << true;
+    QTest::newRow("black of the screen") << QByteArray("0 0 0 rg 0.5 0.5 0.5 RG 0 0 9 9 re B") << true;
+    QTest::newRow("grey picture") << QByteArray("/Gray Do") << true;
+    QTest::newRow("picture of white and black") << QByteArray("0 g /Stencil Do") << true;
+    QTest::newRow("fill") << QByteArray("0.3 0.3 0.31 rg 0 0 9 9 re f") << false;
+    QTest::newRow("stroke") << QByteArray("1 0 0 RG 0 0 9 9 re S") << false;
+    QTest::newRow("text") << QByteArray("1 0 0 rg BT /F1 9 Tf (a) Tj ET") << false;
+    QTest::newRow("ink") << QByteArray("0 0 0 1 k 0 0 9 9 re f") << false;
+    QTest::newRow("picture") << QByteArray("/Color Do") << false;
+    QTest::newRow("palette") << QByteArray("/Indexed Do") << false;
+    QTest::newRow("stencil") << QByteArray("1 0 0 rg /Stencil Do") << false;
+    QTest::newRow("inline picture") << QByteArray("BI /W 1 /H 1 /CS /RGB /BPC 8 ID \xFF\x01\x01 EI") << false;
+    QTest::newRow("shading") << QByteArray("/Shade sh") << false;
+    QTest::newRow("pattern") << QByteArray("/Pattern cs /Tiles scn 0 0 9 9 re f") << false;
+    QTest::newRow("form") << QByteArray("/Form Do") << false;
+}
+
+void PDFColorsTest::seesEveryColor()
+{
+    QFETCH(QByteArray, contents);
+    QFETCH(bool, isColorless);
+    PDFBuilder builder;
+    const auto picture = [&](const std::string& content, const std::string& entries) {
+        return reference(builder.addStream(content, "/Type /XObject /Subtype /Image /Width 1 /Height 1 " + entries));
+    };
+    SamplePage page;
+    page.contents = contents.toStdString();
+    page.resources = "/XObject << /Gray " + picture("x", "/ColorSpace /DeviceGray /BitsPerComponent 8") + " /Color "
+        + picture("xyz", "/ColorSpace /DeviceRGB /BitsPerComponent 8") + " /Indexed "
+        + picture(std::string(1, '\0'), "/ColorSpace [/Indexed /DeviceRGB 0 <FF0000>] /BitsPerComponent 8")
+        + " /Stencil " + picture("x", "/ImageMask true /BitsPerComponent 1") + " /Form "
+        + reference(builder.addStream("0 0 1 rg 0 0 9 9 re f", "/Type /XObject /Subtype /Form /BBox [0 0 9 9]"))
+        + " >> /Shading << /Shade << /ShadingType 2 /ColorSpace /DeviceRGB /Coords [0 0 9 9] /Function << "
+          "/FunctionType 2 /Domain [0 1] /N 1 /C0 [1 1 1] /C1 [1 0 0] >> >> >> /Pattern << /Tiles "
+        + reference(builder.addStream("1 0 0 rg 0 0 5 5 re f",
+                                      "/Type /Pattern /PatternType 1 /PaintType 1 /TilingType 1 /BBox [0 0 9 9] "
+                                      "/XStep 9 /YStep 9 /Resources << >>"))
+        + " >>";
+    builder.addPage(page);
+    const auto renderer = openRenderer(m_folder.write("colors.pdf", builder.build()));
+    QCOMPARE(renderer->isColorless(0, {}), isColorless);
+    QVERIFY(!renderer->isColorless(1, {})); // no such page
+}
+
+void PDFColorsTest::drawsInGrayWhatItDrawsWithoutColor()
+{
+    SamplePage page;
+    page.contents = filledRectangle(100, 100, 300, 500, 0.6, 0.6, 0.6) + textAt(80, 400, 60, "Without colour");
+    const auto renderer = openRenderer(m_folder.write("gray.pdf", documentWith({page})));
+    QVERIFY(renderer->isColorless(0, {}));
+    const auto colored = renderer->render(0, 1);
+    const PixelSize size{colored->width, colored->height, ColorModel::gray};
+    PixelBuffer gray(size.byteCount());
+    QVERIFY(renderer->drawRows(0, size, 0, gray, {}));
+    for (std::size_t index = 0; index < gray.size(); ++index) {
+        const int difference = std::to_integer<int>(gray[index]) - std::to_integer<int>(colored->pixels[index * 3]);
+        QVERIFY(std::abs(difference) <= 1);
+    }
 }
 
 QTEST_GUILESS_MAIN(PDFColorsTest)

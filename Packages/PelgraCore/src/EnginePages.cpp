@@ -53,7 +53,7 @@ public:
         } else {
             const BitmapBudget::Share share(m_budget, size.byteCount());
             RasterImage image = drawPage(m_pool, pageIndex, size, threads, m_stop);
-            if (mayBeGray())
+            if (mayBeGray() && size.model == ColorModel::rgb)
                 reduceToGrayIfColorless(image);
             ImageRows rows(image);
             encodeImage(m_format, rows, properties, sink);
@@ -67,9 +67,11 @@ private:
     PixelSize pixelsOf(int pageIndex)
     {
         const RendererPool::Lease renderer(m_pool);
-        const std::optional<PixelSize> size = pixelSizeFor(renderer->displayedSize(pageIndex), m_dpi / pointsPerInch);
+        std::optional<PixelSize> size = pixelSizeFor(renderer->displayedSize(pageIndex), m_dpi / pointsPerInch);
         if (!size)
             throw EngineError::unreadable(m_file);
+        if (mayBeGray() && renderer->isColorless(pageIndex, m_stop))
+            size->model = ColorModel::gray;
         return *size;
     }
 

@@ -77,7 +77,7 @@ PageBands::PageBands(RendererPool& pool, int pageIndex, PixelSize size, std::sto
     , m_pageIndex(pageIndex)
     , m_size(size)
     , m_stop(std::move(stop))
-    , m_form{size.width, size.height, ColorModel::rgb, false, 8, {}}
+    , m_form{size.width, size.height, size.model, false, 8, {}}
 {
 }
 
@@ -99,7 +99,7 @@ std::span<const std::byte> PageBands::row(int y)
 
 RasterImage drawPage(RendererPool& pool, int pageIndex, PixelSize size, int threads, const std::stop_token& stop)
 {
-    std::optional<RasterImage> image = RasterImage::make(size.width, size.height, ColorModel::rgb, false, 8);
+    std::optional<RasterImage> image = RasterImage::make(size.width, size.height, size.model, false, 8);
     if (!image)
         throw EngineError::unreadable(pool.file());
     const int parts = size.byteCount() < bytesWorthAThread ? 1 : std::clamp(threads, 1, size.height);

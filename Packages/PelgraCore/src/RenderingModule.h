@@ -13,14 +13,15 @@
 
 namespace Pelgra {
 
-/// The size of a drawn page.
+/// The size of a drawn page, and whether it is drawn in RGB or in grey.
 struct PixelSize {
     int width = 0;
     int height = 0;
+    ColorModel model = ColorModel::rgb;
     bool operator==(const PixelSize&) const = default;
 
-    std::size_t rowBytes() const { return static_cast<std::size_t>(width) * 3; }
-    /// Bytes of the whole page in 8-bit RGB.
+    std::size_t rowBytes() const { return static_cast<std::size_t>(width) * (model == ColorModel::gray ? 1 : 3); }
+    /// Bytes of the whole page with 8 bits to the component.
     std::size_t byteCount() const { return rowBytes() * static_cast<std::size_t>(height); }
 };
 
@@ -31,9 +32,12 @@ std::optional<PixelSize> pixelSizeFor(PageSize size, double scale);
 /// A document that can also be drawn in parts and read.
 class PageRenderer : public PDFDocument {
 public:
-    /// Draws rows of a page, from the top one given, into tight rows of 8-bit sRGB that fill the span; the page as a
-    /// whole fills a bitmap of the given size. Parts of a page that are at fault are left out; false where the page
-    /// cannot be fetched or drawn at all, takes too much time or memory, or a stop was requested.
+    /// Whether nothing on the page has a colour, as far as can be told without drawing it; else false.
+    virtual bool isColorless(int pageIndex, const std::stop_token& stop) = 0;
+
+    /// Draws rows of a page, from the top one given, into tight rows of 8-bit sRGB or grey that fill the span; the page
+    /// as a whole fills a bitmap of the given size. Parts of a page that are at fault are left out; false where the
+    /// page cannot be fetched or drawn at all, takes too much time or memory, or a stop was requested.
     virtual bool drawRows(int pageIndex, PixelSize size, int top, std::span<std::byte> pixels,
                           const std::stop_token& stop) = 0;
 

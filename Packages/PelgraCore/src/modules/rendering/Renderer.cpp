@@ -72,8 +72,8 @@ void beginGroupInPageColors(fz_context* context, fz_device* device, fz_rect area
 }
 
 /// Draws into white pixels that fill the area. False when memory ran out.
-bool drawArea(fz_context* context, pdf_page* page, fz_matrix toPixels, fz_irect area, std::byte* pixels,
-              fz_cookie* cookie) noexcept
+bool drawArea(fz_context* context, pdf_page* page, fz_matrix toPixels, fz_irect area, fz_colorspace* space,
+              std::byte* pixels, fz_cookie* cookie) noexcept
 {
     fz_pixmap* pixmap = nullptr;
     fz_device* device = nullptr;
@@ -88,7 +88,7 @@ bool drawArea(fz_context* context, pdf_page* page, fz_matrix toPixels, fz_irect 
         // The library applies a matrix of its own to every page; ours takes its place.
         pdf_page_transform(context, page, &box, &ownMatrix);
         const fz_matrix matrix = fz_concat(fz_invert_matrix(ownMatrix), toPixels);
-        pixmap = fz_new_pixmap_with_bbox_and_data(context, fz_device_rgb(context), area, nullptr, 0,
+        pixmap = fz_new_pixmap_with_bbox_and_data(context, space, area, nullptr, 0,
                                                   reinterpret_cast<unsigned char*>(pixels));
         device = fz_new_draw_device(context, fz_identity, pixmap);
         beginTileOfLibrary = device->begin_tile;
@@ -111,6 +111,31 @@ bool drawArea(fz_context* context, pdf_page* page, fz_matrix toPixels, fz_irect 
         return isDrawn && fz_caught(context) != FZ_ERROR_MEMORY;
     }
     return isDrawn;
+}
+
+/// Lets the page pass a device that looks at the colours it is told to use, and ends at the first that is none of grey.
+bool usesColor(fz_context* context, pdf_page* page, fz_cookie* cookie) noexcept
+{
+    fz_device* device = nullptr;
+    int isColored = 0;
+    fz_var(device);
+    fz_var(isColored);
+    fz_try(context)
+    {
+        constexpr float tolerance = 0;
+        device = fz_new_test_device(context, &isColored, tolerance, 0, nullptr);
+        pdf_run_page(context, page, device, fz_identity, cookie);
+        fz_close_device(context, device);
+    }
+    fz_always(context)
+    {
+        fz_drop_device(context, device);
+    }
+    fz_catch(context)
+    {
+        return true; // also the device's way to end
+    }
+    return isColored != 0;
 }
 
 constexpr auto white = std::byte{0xFF};
@@ -139,6 +164,16 @@ PageSize Renderer::displayedSize(int pageIndex)
     return m_document->geometryOf(pageAt(pageIndex)).displayedSize();
 }
 
+bool Renderer::isColorless(int pageIndex, const std::stop_token& stop)
+{
+    // Drawing in colour is always right, so what takes long is not worth the answer.
+    constexpr double limit = 0.5;
+    const Work work(m_document->account(), stop, {}, limit);
+    const PageHandle& page = pageAt(pageIndex);
+    return page && !usesColor(m_document->context(), page.get(), m_document->account().cookie())
+        && !m_document->account().isCutOff();
+}
+
 bool Renderer::drawRows(int pageIndex, PixelSize size, int top, std::span<std::byte> pixels,
                         const std::stop_token& stop)
 {
@@ -149,8 +184,10 @@ bool Renderer::drawRows(int pageIndex, PixelSize size, int top, std::span<std::b
         return false;
     const PageGeometry geometry = m_document->geometryOf(page);
     const auto rows = static_cast<int>(pixels.size() / size.rowBytes());
-    const bool isDrawn = drawArea(m_document->context(), page.get(), pixelsOf(geometry, size),
-                                  {0, top, size.width, top + rows}, pixels.data(), m_document->account().cookie());
+    fz_context* const context = m_document->context();
+    fz_colorspace* const space = size.model == ColorModel::gray ? fz_device_gray(context) : fz_device_rgb(context);
+    const bool isDrawn = drawArea(context, page.get(), pixelsOf(geometry, size), {0, top, size.width, top + rows},
+                                  space, pixels.data(), m_document->account().cookie());
     return isDrawn && !m_document->account().isCutOff();
 }
 

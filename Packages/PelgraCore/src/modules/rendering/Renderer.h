@@ -13,6 +13,7 @@ public:
     int pageCount() const override { return m_document->pageCount(); }
     PageSize displayedSize(int pageIndex) override;
     std::optional<RasterImage> render(int pageIndex, double scale) override;
+    bool isColorless(int pageIndex, const std::stop_token& stop) override;
     bool drawRows(int pageIndex, PixelSize size, int top, std::span<std::byte> pixels,
                   const std::stop_token& stop) override;
     std::vector<TextPiece> textPieces(int pageIndex, const std::stop_token& stop) override;

@@ -43,13 +43,14 @@ WorkAccount::WorkAccount()
 {
 }
 
-void WorkAccount::begin(std::stop_token stop, std::span<const std::byte> bitmap)
+void WorkAccount::begin(std::stop_token stop, std::span<const std::byte> bitmap, double shortLimit)
 {
     m_cookie = {};
     m_callsSinceCheck = 0;
     m_refusedSize = 0;
     m_ranOutOfMemory = false;
     m_lastCheck = coarseTime();
+    m_shortLimit = shortLimit;
     m_begin = processorSeconds();
     m_lastLook = 0;
     m_lastProgress = 0;
@@ -87,7 +88,7 @@ void WorkAccount::checkTime()
         if (hasProgressed())
             m_lastProgress = spent;
     }
-    if (spent > longLimit || spent - m_lastProgress > std::max(shortLimit, m_lastProgress))
+    if (spent > longLimit || spent - m_lastProgress > std::max(m_shortLimit, m_lastProgress))
         m_cookie.abort = 1;
 }
 

@@ -19,6 +19,9 @@ public:
     /// too.
     static constexpr std::size_t memoryLimit = std::size_t{512} << 20;
 
+    /// Seconds without progress, as it is.
+    static constexpr double usualShortLimit = 8;
+
     WorkAccount();
     WorkAccount(const WorkAccount&) = delete;
     WorkAccount& operator=(const WorkAccount&) = delete;
@@ -30,7 +33,7 @@ public:
     /// seconds of the thread's processor time, or when nothing new has appeared in the bitmap for shortLimit seconds,
     /// or as long as it took to the last that did: a page that shows more and more is given more time. The bitmap, not
     /// the library's own, begins white and may be empty.
-    void begin(std::stop_token stop, std::span<const std::byte> bitmap);
+    void begin(std::stop_token stop, std::span<const std::byte> bitmap, double shortLimit);
     /// Ends the piece of work; allocation works again whatever became of it.
     void end();
 
@@ -45,8 +48,7 @@ public:
     void noteRefusal() { m_ranOutOfMemory = true; }
 
 private:
-    static constexpr double shortLimit = 8;
-    static constexpr double longLimit = 60;
+    static constexpr double longLimit = 60; // seconds
 
     static void* allocate(void* self, std::size_t size);
     static void* reallocate(void* self, void* block, std::size_t size);
@@ -65,6 +67,7 @@ private:
     std::size_t m_refusedSize = 0;
     bool m_ranOutOfMemory = false;
     std::int64_t m_lastCheck = 0; ///< in nanoseconds of a coarse clock
+    double m_shortLimit = usualShortLimit;
     double m_begin = 0; ///< processor time of the thread in seconds
     double m_lastLook = 0; ///< at the bitmap, in seconds since the beginning, as the next
     double m_lastProgress = 0;
@@ -76,10 +79,11 @@ private:
 /// Holds a piece of work open.
 class Work {
 public:
-    explicit Work(WorkAccount& account, std::stop_token stop = {}, std::span<const std::byte> bitmap = {})
+    explicit Work(WorkAccount& account, std::stop_token stop = {}, std::span<const std::byte> bitmap = {},
+                  double shortLimit = WorkAccount::usualShortLimit)
         : m_account(account)
     {
-        m_account.begin(std::move(stop), bitmap);
+        m_account.begin(std::move(stop), bitmap, shortLimit);
     }
     Work(const Work&) = delete;
     Work& operator=(const Work&) = delete;
