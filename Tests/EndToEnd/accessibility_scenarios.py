@@ -55,7 +55,9 @@ class Reader:
 
     def focused(self, title):
         """The window's control that has the keyboard, if any."""
-        return next((node for node in reversed(list(nodes(self.window(title)))) if "focused" in node["states"]), None)
+        self.restart()
+        self.process.child.send_signal(signal.SIGUSR2)
+        return self.wait_for(lambda line: "focus" in line, "the focus")["focus"].get(title)
 
 
 def nodes(tree):
@@ -250,7 +252,7 @@ def moved_page_is_told(scene):
 def job_is_told(scene):
     reader = Reader(scene)
     photo = scene.folder / "photo.png"
-    photo.write_bytes(pictures.png(3000, 2000))  # a moment's work, so that its beginning can be read
+    photo.write_bytes(pictures.png(6000, 4500))  # some work, so that its beginning can be read
     open_wheel(scene, reader, str(photo))
     focus(scene, reader, "Pelgra", "HEIC")
     reader.restart()

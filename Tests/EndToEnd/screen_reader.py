@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """What a screen reader learns of the application: told on standard output, a line of JSON for each event.
 
-Turns accessibility on for the session, as a reader does when it starts. SIGUSR1 asks for the whole tree.
+Turns accessibility on for the session, as a reader does when it starts. SIGUSR1 asks for the whole tree, SIGUSR2 for what
+has the keyboard.
 """
 import json
 import signal
@@ -47,20 +48,47 @@ def described(accessible):
             "states": [name for name, state in STATES.items() if states.contains(state)]}
 
 
+def children(accessible):
+    found = [accessible.get_child_at_index(i) for i in range(accessible.get_child_count())]
+    return [child for child in found if child is not None]
+
+
+def has_state(accessible, name):
+    return accessible.get_state_set().contains(STATES[name])
+
+
 def tree(accessible):
-    children = [accessible.get_child_at_index(i) for i in range(accessible.get_child_count())]
-    return described(accessible) | {"children": [tree(child) for child in children if child is not None]}
+    below = children(accessible) if has_state(accessible, "showing") else []
+    return described(accessible) | {"children": [tree(child) for child in below]}
+
+
+def focused(accessible):
+    """The innermost, since a group that hands the keyboard on to its members has it too."""
+    if not has_state(accessible, "showing"):
+        return None
+    inner = next((found for found in map(focused, children(accessible)) if found), None)
+    return inner or (described(accessible) if has_state(accessible, "focused") else None)
+
+
+def windows():
+    desktop = Atspi.get_desktop(0)
+    desktop.clear_cache()
+    return [window for application in children(desktop) if is_ours(application) for window in children(application)]
 
 
 def tell_tree():
-    desktop = Atspi.get_desktop(0)
-    desktop.clear_cache()
-    found = [desktop.get_child_at_index(i) for i in range(desktop.get_child_count())]
     try:
-        tell(windows=[window for application in found if application is not None and is_ours(application)
-                      for window in tree(application)["children"]])
+        tell(windows=[tree(window) for window in windows()])
     except GLib.Error as problem:  # something went while it was looked at; the next question finds it gone
         tell(windows=[], problem=str(problem))
+    return True
+
+
+def tell_focus():
+    try:
+        tell(focus={window.get_name(): focused(window) for window in windows()})
+    except GLib.Error as problem:
+        tell(focus={}, problem=str(problem))
     return True
 
 
@@ -77,5 +105,6 @@ listener = Atspi.EventListener.new(heard)
 for name in EVENTS:
     listener.register(name)
 GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGUSR1, tell_tree)
+GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGUSR2, tell_focus)
 tell(ready=True)
 GLib.MainLoop().run()
