@@ -393,10 +393,34 @@ window = Gtk.Window(title="Pelgra test target")
 window.set_default_size(400, 200)
 window.drag_dest_set(Gtk.DestDefaults.ALL, [Gtk.TargetEntry.new("text/uri-list", 0, 0)], Gdk.DragAction.COPY)
 window.connect("drag-motion", lambda *_: print("motion", flush=True))
+window.connect("drag-data-received", lambda *_: print("received", flush=True))
 window.move(600, 450)
 window.show_all()
 Gtk.main()
 """
+
+
+@scenario
+def full_screen_window_below_gets_the_drop_in_the_hole(scene):
+    scene.source = scene.desktop.start_source("gtk3", address(scene.picture()))
+    other = scene.desktop.run("other", [GTK_PYTHON, "-c", OTHER_WINDOW.replace("window.move(600, 450)", "window.fullscreen()")])
+    below = wait_for(lambda: scene.display.named("Pelgra test target"), "the other window")
+    wait_for(lambda: scene.display.position(below) == (0, 0), "the full screen")
+    subprocess.run(["wmctrl", "-R", "Pelgra test source"], env=scene.desktop.environment, check=True)
+    subprocess.run(["wmctrl", "-r", "Pelgra test source", "-b", "add,above"], env=scene.desktop.environment, check=True)
+    mark = other.mark()
+    scene.pick_up()
+    scene.app.wait_for("Drag session started", scene.since)
+    scene.open_wheel()
+    if scene.display.top() != scene.window:
+        raise Failure("something stands above the wheel")
+    scene.glide(GROUND)
+    other.wait_for("motion", mark)
+    scene.release()
+    other.wait_for("received", mark)
+    scene.expect_end()
+    scene.expect_files("photo.png")
+    scene.desktop.end(other)
 
 
 @scenario

@@ -139,6 +139,11 @@ class Display:
                 found.append(window)
         return found
 
+    def top(self):
+        """The uppermost visible window but for the picture that a source drags with the pointer."""
+        visible = [w for w in self.children(self.root) if self.is_viewable(w)]
+        return next(w for w in reversed(visible) if self.attributes(w).width > 160)
+
     def named(self, title):
         found = self.visible(lambda window, attributes: attributes.width > 1 and title in self.name(window))
         return found[0] if found else None
