@@ -66,6 +66,32 @@ private Q_SLOTS:
         QCOMPARE(alive.use_count(), 1);
     }
 
+    void aWorkerTakesNeighboursAndAllBeforeAFailure()
+    {
+        constexpr std::size_t runLength = 4;
+        std::binary_semaphore failed(0);
+        std::vector<std::thread::id> workers(12);
+        std::vector<std::size_t> taken;
+        OrderedPipeline<int> pipeline(workers.size(), 2, workers.size(), {}, runLength);
+        QVERIFY_EXCEPTION_THROWN(pipeline.run(
+                                     [&](std::size_t index) {
+                                         workers[index] = std::this_thread::get_id();
+                                         if (index == 2)
+                                             failed.acquire();
+                                         if (index == 6) {
+                                             failed.release();
+                                             throw std::runtime_error("seventh");
+                                         }
+                                         return 0;
+                                     },
+                                     [&](std::size_t index, int) { taken.push_back(index); }),
+                                 std::runtime_error);
+        QCOMPARE(taken, (std::vector<std::size_t>{0, 1, 2, 3, 4, 5}));
+        for (std::size_t index = 0; index < 6; ++index)
+            QVERIFY(workers[index] == workers[index / runLength * runLength]);
+        QVERIFY(workers[7] == std::thread::id());
+    }
+
     void noWorkerRunsFurtherAheadThanTheWindow()
     {
         constexpr std::size_t window = 5;

@@ -21,8 +21,8 @@ using TextExtraction::Bullet;
 constexpr std::size_t longestRun = 8;
 /// Runs for each worker at least, so that all have something to do until the end.
 constexpr std::size_t fewestRuns = 4;
-/// Runs that may be read ahead of the one that is written next, for each worker.
-constexpr std::size_t runsAhead = 2;
+/// Pages that may be read ahead of the one that is written next, for each worker.
+constexpr std::size_t pagesAhead = 16;
 
 /// Readers that no worker uses at the moment; each has the document open for itself.
 class ReaderPool {
@@ -146,31 +146,21 @@ void readDocumentText(const std::filesystem::path& document, TextForm form, cons
     readers.giveBack(std::move(first));
 
     DocumentWriter writer(form, put);
-    const auto workers = static_cast<std::size_t>(workerCount());
-    const std::size_t total = static_cast<std::size_t>(pageCount);
-    const std::size_t runLength = std::clamp(total / (workers * fewestRuns), std::size_t{1}, longestRun);
-    const auto prepare = [&](std::size_t run) {
+    const auto prepare = [&](std::size_t index) {
         std::unique_ptr<PageReader> reader = readers.take();
-        std::vector<PageOutput> pages;
-        const std::size_t end = std::min(total, (run + 1) * runLength);
-        for (std::size_t index = run * runLength; index < end && !control.stop.stop_requested(); ++index) {
-            const PageContent content = reader->read(static_cast<int>(index), control.stop);
-            pages.push_back(form == TextForm::plain ? plainOutput(content) : markdownOutput(content));
-        }
+        const PageContent content = reader->read(static_cast<int>(index), control.stop);
         readers.giveBack(std::move(reader));
-        return pages;
+        return form == TextForm::plain ? plainOutput(content) : markdownOutput(content);
     };
-    int done = 0;
-    const auto take = [&](std::size_t, const std::vector<PageOutput>& pages) {
-        for (const PageOutput& page : pages) {
-            writer.add(page);
-            ++done;
-            if (control.progress)
-                control.progress(done, pageCount);
-        }
+    const auto take = [&](std::size_t index, const PageOutput& page) {
+        writer.add(page);
+        if (control.progress)
+            control.progress(static_cast<int>(index) + 1, pageCount);
     };
-    OrderedPipeline<std::vector<PageOutput>> pipeline((total + runLength - 1) / runLength, workerCount(),
-                                                      runsAhead * workers, control.stop);
+    const auto workers = static_cast<std::size_t>(workerCount());
+    const auto total = static_cast<std::size_t>(pageCount);
+    const std::size_t runLength = std::clamp(total / (workers * fewestRuns), std::size_t{1}, longestRun);
+    OrderedPipeline<PageOutput> pipeline(total, workerCount(), pagesAhead * workers, control.stop, runLength);
     pipeline.run(prepare, take);
     writer.finish();
     if (recognition.lacksLanguages() && control.warning)

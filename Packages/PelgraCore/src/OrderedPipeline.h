@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <exception>
 #include <functional>
+#include <limits>
 #include <mutex>
 #include <optional>
 #include <stop_token>
@@ -25,15 +26,17 @@ inline int workerCount()
 
 /// Prepares items on several threads and takes them on the calling thread strictly in order.
 ///
-/// prepare(index) runs on the workers and must be safe there; take(index, item) on the caller. A worker runs ahead of
-/// the caller by `window` items at most. The first failure in order, of prepare or take, is thrown once everything
-/// before it has been taken; what was prepared beyond it is destroyed. With one worker nothing is started and each item
-/// is prepared and taken in turn. Throws JobCancelled soon after a requested stop.
+/// prepare(index) runs on the workers and must be safe there; take(index, item) on the caller. A worker begins no item
+/// further ahead of the caller than `window`, and takes `runLength` neighbouring items at a time. The first failure in
+/// order, of prepare or take, is thrown once everything before it has been taken; what was prepared beyond it is
+/// destroyed. With one worker nothing is started and each item is prepared and taken in turn. Throws JobCancelled soon
+/// after a requested stop.
 template <typename Item>
 class OrderedPipeline {
 public:
-    OrderedPipeline(std::size_t count, int workers, std::size_t window, std::stop_token stop)
+    OrderedPipeline(std::size_t count, int workers, std::size_t window, std::stop_token stop, std::size_t runLength = 1)
         : m_slots(count)
+        , m_runLength(std::max<std::size_t>(runLength, 1))
         , m_workers(static_cast<int>(std::min<std::size_t>(static_cast<std::size_t>(std::max(workers, 1)), count)))
         , m_window(std::max<std::size_t>(window, 1))
         , m_stop(std::move(stop))
@@ -90,36 +93,50 @@ private:
 
     void work(const std::function<Item(std::size_t)>& prepare)
     {
-        while (const std::optional<std::size_t> index = claim()) {
-            Slot& slot = m_slots[*index];
-            std::optional<Item> item;
-            std::exception_ptr failure;
-            try {
-                item.emplace(prepare(*index));
-            } catch (...) {
-                failure = std::current_exception();
-            }
-            const std::lock_guard lock(m_mutex);
-            if (failure)
-                m_failed = true; // nothing further is needed; everything before has been claimed already
-            else
-                slot.item.emplace(std::move(*item));
-            slot.failure = std::move(failure);
-            m_changed.notify_all();
+        while (const std::optional<std::size_t> first = claim()) {
+            const std::size_t end = std::min(*first + m_runLength, m_slots.size());
+            for (std::size_t index = *first; index < end && isNeeded(index); ++index)
+                fill(index, prepare);
         }
     }
 
-    /// The next item to prepare, once it is within the window; none when there is nothing left to do.
+    void fill(std::size_t index, const std::function<Item(std::size_t)>& prepare)
+    {
+        std::optional<Item> item;
+        std::exception_ptr failure;
+        try {
+            item.emplace(prepare(index));
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        const std::lock_guard lock(m_mutex);
+        if (failure)
+            m_firstFailure = std::min(m_firstFailure, index);
+        else
+            m_slots[index].item.emplace(std::move(*item));
+        m_slots[index].failure = std::move(failure);
+        m_changed.notify_all();
+    }
+
+    /// Whether the caller still waits for an item that has been claimed.
+    bool isNeeded(std::size_t index)
+    {
+        const std::lock_guard lock(m_mutex);
+        return !m_ended && index < m_firstFailure && !m_stop.stop_requested();
+    }
+
+    /// The first of the next items to prepare, once it is within the window; none when there is nothing left to do.
     std::optional<std::size_t> claim()
     {
         std::unique_lock lock(m_mutex);
         const auto isOver = [this] {
-            return m_ended || m_failed || m_next == m_slots.size();
+            // What failed was claimed before, and nothing beyond it is needed.
+            return m_ended || m_firstFailure < m_slots.size() || m_next == m_slots.size();
         };
         m_changed.wait(lock, m_stop, [&] { return isOver() || m_next < m_taken + m_window; });
         if (isOver() || m_stop.stop_requested())
             return std::nullopt;
-        return m_next++;
+        return std::exchange(m_next, std::min(m_next + m_runLength, m_slots.size()));
     }
 
     Item await(std::size_t index)
@@ -138,6 +155,7 @@ private:
     }
 
     std::vector<Slot> m_slots;
+    std::size_t m_runLength;
     int m_workers;
     std::size_t m_window;
     std::stop_token m_stop;
@@ -146,7 +164,7 @@ private:
     std::size_t m_next = 0; ///< the first item no worker has claimed
     std::size_t m_taken = 0; ///< items the caller has taken
     bool m_ended = false;
-    bool m_failed = false;
+    std::size_t m_firstFailure = std::numeric_limits<std::size_t>::max();
 };
 
 } // namespace Pelgra

@@ -41,7 +41,8 @@ public:
     virtual bool drawRows(int pageIndex, PixelSize size, int top, std::span<std::byte> pixels,
                           const std::stop_token& stop) = 0;
 
-    /// What the page shows as text, in the order of its contents; as much as can be read.
+    /// What the page shows as text, in the order of its contents; as much as can be read. Throws std::runtime_error
+    /// where time or memory ran out before there was any: to draw such a page is not worth a try.
     virtual std::vector<TextPiece> textPieces(int pageIndex, const std::stop_token& stop) = 0;
 };
 

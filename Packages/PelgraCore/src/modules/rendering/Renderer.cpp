@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <stdexcept>
 
 namespace Pelgra::Rendering {
 
@@ -206,7 +207,10 @@ std::vector<TextPiece> Renderer::textPieces(int pageIndex, const std::stop_token
 {
     const Work work(m_document->account(), stop);
     const PageHandle& page = pageAt(pageIndex);
-    return page ? readTextPieces(*m_document, page) : std::vector<TextPiece>();
+    std::vector<TextPiece> pieces = page ? readTextPieces(*m_document, page) : std::vector<TextPiece>();
+    if (pieces.empty() && m_document->account().isCutOff() && !stop.stop_requested())
+        throw std::runtime_error("the page takes too much");
+    return pieces;
 }
 
 std::unique_ptr<PageRenderer> openRenderer(const std::filesystem::path& file, int pagesNeeded)
