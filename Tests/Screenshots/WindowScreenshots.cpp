@@ -91,7 +91,10 @@ public:
             && takeTool("create-one", FileTool::createPDF, {pictures[0]}, none)
             && takeTool("create-dragging", FileTool::createPDF, pictures, [](auto& c) { drag(c, "row-0", "row-2"); })
             && takeTool("create-keyboard", FileTool::createPDF, pictures,
-                        [](auto& c) { child(c, "row-1")->setFocus(Qt::TabFocusReason); })
+                        [](auto& c) {
+                            c.window().setAttribute(Qt::WA_KeyboardFocusChange); // as Tab does
+                            child(c, "row-1")->setFocus();
+                        })
             && takeTool("merge", FileTool::mergePDF, documents, none)
             && takeTool("merge-running", FileTool::mergePDF, documents, [this](auto& c) { runForever(c); })
             && takeTool("organize", FileTool::organizePDF, report, none)

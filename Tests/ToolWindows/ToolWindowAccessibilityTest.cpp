@@ -114,20 +114,32 @@ private Q_SLOTS:
         QCOMPARE(merge.findChild<QWidget*>(QStringLiteral("moveUp-1"))->accessibleName(), "Move b.pdf up");
     }
 
+    void theRingShowsOnceTheKeyboardIsUsed_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<QString>("focused");
+        QTest::newRow("Tab") << int{Qt::Key_Tab} << int{Qt::NoModifier} << "moveDown-0";
+        QTest::newRow("arrow") << int{Qt::Key_Down} << int{Qt::NoModifier} << "row-1";
+        QTest::newRow("move") << int{Qt::Key_Down} << int{Qt::AltModifier} << "row-1";
+    }
     void theRingShowsOnceTheKeyboardIsUsed()
     {
+        QFETCH(int, key);
+        QFETCH(int, modifiers);
+        QFETCH(QString, focused);
         ToolWindow& window = open(FileTool::mergePDF);
-        auto* const row = window.findChild<QWidget*>(QStringLiteral("row-0"));
-        const QColor ring = row->palette().color(QPalette::Highlight);
-        const auto hasRing = [&] {
-            return row->grab().toImage().pixelColor(row->width() / 2, 1) == ring;
+        const auto hasRing = [](QWidget* control) {
+            const QColor ring = control->palette().color(QPalette::Highlight);
+            return control->grab().toImage().pixelColor(control->width() / 2, 1) == ring;
         };
+        auto* const row = window.findChild<QWidget*>(QStringLiteral("row-0"));
         QTest::mouseClick(row, Qt::LeftButton);
         QVERIFY(row->hasFocus());
-        QVERIFY(!hasRing());
-        QTest::keyClick(row, Qt::Key_Down, Qt::AltModifier);
-        QVERIFY(row->hasFocus());
-        QVERIFY(hasRing());
+        QVERIFY(!hasRing(row));
+        QTest::keyClick(row, static_cast<Qt::Key>(key), Qt::KeyboardModifiers(modifiers));
+        QCOMPARE(window.focusWidget()->objectName(), focused);
+        QVERIFY(hasRing(window.focusWidget()));
     }
 
     void whileAJobRunsTheKeyboardStaysInTheOverlay()
