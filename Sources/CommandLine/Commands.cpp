@@ -151,6 +151,10 @@ int runJob(const Invocation& invocation, Console& console)
         console.clearProgress();
         return interruption.exitStatus();
     } catch (const EngineError& error) {
+        if (control.stop.stop_requested()) { // whatever else failed, the work was stopped
+            console.clearProgress();
+            return interruption.exitStatus();
+        }
         console.printError(error, fileOf(error, inputInTurn(invocation, done)));
         return exitFailed;
     }
