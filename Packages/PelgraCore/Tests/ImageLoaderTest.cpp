@@ -1,9 +1,11 @@
+#include "backends/PngColors.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/ImageLoading.h"
 #include "Support/ImageSamples.h"
 
 #include <QTest>
 
+#include <lcms2.h>
 #include <sys/stat.h>
 
 using namespace Pelgra;
@@ -29,6 +31,25 @@ bool showsTestPicture(const RasterImage& image, int tolerance)
                                  quadrantComponents(image.model, image.hasAlpha, image.bitsPerComponent, quadrant))
             <= tolerance;
     });
+}
+
+/// What a pixel of a grey or RGB profile looks like.
+std::array<int, 3> shownInSrgb(const Bytes& iccProfile, const std::vector<std::uint8_t>& pixel)
+{
+    const cmsHPROFILE source =
+        cmsOpenProfileFromMem(iccProfile.data(), static_cast<cmsUInt32Number>(iccProfile.size()));
+    const cmsHPROFILE target = cmsCreate_sRGBProfile();
+    const cmsHTRANSFORM transform = cmsCreateTransform(source, pixel.size() == 1 ? TYPE_GRAY_8 : TYPE_RGB_8, target,
+                                                       TYPE_RGB_8, INTENT_RELATIVE_COLORIMETRIC, 0);
+    std::array<std::uint8_t, 3> shown{};
+    if (transform) {
+        cmsDoTransform(transform, pixel.data(), shown.data(), 1);
+        cmsDeleteTransform(transform);
+    }
+    if (source)
+        cmsCloseProfile(source);
+    cmsCloseProfile(target);
+    return {shown[0], shown[1], shown[2]};
 }
 
 LoadedImage loadSample(std::string_view name, const Bytes& bytes)
@@ -179,6 +200,32 @@ private Q_SLOTS:
         QCOMPARE(loadSample("a.png", pngSample(rgb, {.iccProfile = profile})).image->iccProfile, profile);
         QCOMPARE(loadSample("a.webp", webpSample(rgb, {}, profile)).image->iccProfile, profile);
         QVERIFY(loadSample("a.jpg", jpegSample(gray, {.iccProfile = profile})).image->iccProfile.empty());
+    }
+
+    void makesProfilesOfWhatPngsSay()
+    {
+        const std::array<double, 8> adobeLike{0.3127, 0.3290, 0.64, 0.33, 0.21, 0.71, 0.15, 0.06};
+        const std::array<double, 8> noColors{0.3127, 0.3290, 0.3, 0.3, 0.3, 0.3, 0.3, 0.3};
+        const auto profileOf = [](const PngSampleOptions& options, ColorModel model = ColorModel::rgb) {
+            return loadSample("a.png", pngSample(testPicture(16, 16, model), options)).image->iccProfile;
+        };
+        const auto isNear = [](const std::array<int, 3>& color, const std::array<int, 3>& wanted) {
+            return std::equal(color.begin(), color.end(), wanted.begin(),
+                              [](int a, int b) { return std::abs(a - b) <= 2; });
+        };
+        // Half the light is 188 of 255 in sRGB.
+        QVERIFY(isNear(shownInSrgb(profileOf({.gamma = 1.0}), {128, 128, 128}), {188, 188, 188}));
+        QVERIFY(isNear(shownInSrgb(profileOf({.gamma = 1.0}, ColorModel::gray), {128}), {188, 188, 188}));
+        // A pale green in a wider space is a stronger one here; a grey is the same grey.
+        const Bytes wide = profileOf({.gamma = 1 / 2.2, .chromaticities = adobeLike});
+        QVERIFY(shownInSrgb(wide, {100, 200, 100})[0] < 60);
+        QVERIFY(isNear(shownInSrgb(wide, {128, 128, 128}), {128, 128, 128}));
+        QVERIFY(profileOf({.gamma = 0.45455}).empty());
+        PngProperties properties;
+        properties.chromaticities = noColors;
+        QVERIFY(profileFromChunks(properties, ColorModel::rgb).empty());
+        QVERIFY(profileOf({.gamma = 20.0}).empty());
+        QCOMPARE(profileOf({.iccProfile = wideRgbProfile(), .gamma = 1.0}), wideRgbProfile());
     }
 
     void readsWebpWithOrientation()

@@ -12,7 +12,7 @@ namespace Pelgra {
 namespace {
 
 /// A page below this is drawn before a second thread has opened the document.
-constexpr std::size_t bytesWorthAThread = std::size_t{12} << 20;
+constexpr std::int64_t pixelsWorthAThread = std::int64_t{4} << 20;
 constexpr std::size_t bandBytes = std::size_t{64} << 20;
 /// The pictures of a page are scaled anew for each band: in bands of 64 rows a scan took 35 times as long as whole.
 constexpr int leastBandRows = 1024;
@@ -102,7 +102,8 @@ RasterImage drawPage(RendererPool& pool, int pageIndex, PixelSize size, int thre
     std::optional<RasterImage> image = RasterImage::make(size.width, size.height, size.model, false, 8);
     if (!image)
         throw EngineError::unreadable(pool.file());
-    const int parts = size.byteCount() < bytesWorthAThread ? 1 : std::clamp(threads, 1, size.height);
+    const bool isSmall = std::int64_t{size.width} * size.height < pixelsWorthAThread;
+    const int parts = isSmall ? 1 : std::clamp(threads, 1, size.height);
     const auto drawPart = [&](int part) {
         const auto edge = [&](int number) {
             return static_cast<int>(std::int64_t{size.height} * number / parts);

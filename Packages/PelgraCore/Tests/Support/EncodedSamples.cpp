@@ -129,6 +129,12 @@ void setPngProperties(PngWriter& writer, const PngSampleOptions& options)
         entry.lang_key = empty.data();
         png_set_text(writer.png, writer.info, &entry, 1);
     }
+    if (options.gamma)
+        png_set_gAMA(writer.png, writer.info, *options.gamma);
+    if (options.chromaticities) {
+        const auto& xy = *options.chromaticities;
+        png_set_cHRM(writer.png, writer.info, xy[0], xy[1], xy[2], xy[3], xy[4], xy[5], xy[6], xy[7]);
+    }
 }
 
 void setPalette(PngWriter& writer, const PngIndexedOptions& options)

@@ -82,6 +82,8 @@ struct PngSampleOptions {
     /// Pixels per unit across and down, and the unit (0 unknown, 1 metre).
     std::optional<std::array<std::uint32_t, 3>> density = {};
     Bytes exif = {}, xmp = {}, iccProfile = {};
+    std::optional<double> gamma = {}; ///< encoding exponent
+    std::optional<std::array<double, 8>> chromaticities = {}; ///< white, red, green, blue as x and y
 };
 
 /// Grey or RGB, with or without alpha, in 8 or 16 bits.

@@ -2,6 +2,7 @@
 
 #include "ExifFields.h"
 #include "PngChunks.h"
+#include "PngColors.h"
 #include "PngFastPath.h"
 
 #include <algorithm>
@@ -156,7 +157,13 @@ DecodedImage describePng(std::span<const std::byte> file)
     const bool hasDensity = properties.dpiX || properties.dpiY;
     decoded.dpiX = hasDensity ? properties.dpiX : exif.dpiX;
     decoded.dpiY = hasDensity ? properties.dpiY : exif.dpiY;
-    decoded.image.iccProfile = std::move(properties.iccProfile);
+    // Its own profile must fit the model, which callers look at; one made from other chunks is made to fit.
+    constexpr std::size_t colorTypeOffset = 25;
+    constexpr std::byte colorBit{2};
+    const bool isColored = file.size() > colorTypeOffset && (file[colorTypeOffset] & colorBit) != std::byte{0};
+    decoded.image.iccProfile = profileFromChunks(properties, isColored ? ColorModel::rgb : ColorModel::gray);
+    if (!properties.iccProfile.empty())
+        decoded.image.iccProfile = std::move(properties.iccProfile);
     decoded.exif = std::move(properties.exif);
     decoded.iptc = std::move(properties.iptc);
     decoded.xmp = std::move(properties.xmp);
