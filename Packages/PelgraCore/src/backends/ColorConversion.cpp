@@ -1,13 +1,13 @@
 #include "ColorConversion.h"
 
+#include "IccProfiles.h"
+
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <memory>
 #include <stdexcept>
 #include <type_traits>
-
-#include <lcms2.h>
 
 namespace Pelgra {
 
@@ -17,14 +17,10 @@ namespace {
 struct ContextDeleter {
     void operator()(cmsContext context) const { cmsDeleteContext(context); }
 };
-struct ProfileDeleter {
-    void operator()(cmsHPROFILE profile) const { cmsCloseProfile(profile); }
-};
 struct TransformDeleter {
     void operator()(cmsHTRANSFORM transform) const { cmsDeleteTransform(transform); }
 };
 using Context = std::unique_ptr<std::remove_pointer_t<cmsContext>, ContextDeleter>;
-using Profile = std::unique_ptr<void, ProfileDeleter>;
 using Transform = std::unique_ptr<void, TransformDeleter>;
 
 /// Null where the profile cannot be used.
@@ -32,9 +28,9 @@ Transform makeTransform(cmsContext context, const Bytes& iccProfile, bool isDeep
 {
     if (!profileFits(iccProfile, ColorModel::cmyk))
         return nullptr;
-    const Profile source(
+    const IccProfile source(
         cmsOpenProfileFromMemTHR(context, iccProfile.data(), static_cast<cmsUInt32Number>(iccProfile.size())));
-    const Profile target(cmsCreate_sRGBProfileTHR(context));
+    const IccProfile target(cmsCreate_sRGBProfileTHR(context));
     if (!source || !target || cmsGetColorSpace(source.get()) != cmsSigCmykData)
         return nullptr;
     return Transform(cmsCreateTransformTHR(context, source.get(), isDeep ? TYPE_CMYK_16 : TYPE_CMYK_8, target.get(),

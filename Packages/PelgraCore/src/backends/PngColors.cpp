@@ -1,24 +1,16 @@
 #include "PngColors.h"
 
+#include "IccProfiles.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
-#include <memory>
-
-#include <lcms2.h>
 
 namespace Pelgra {
 
 namespace {
 
-struct ProfileDeleter {
-    void operator()(void* profile) const { cmsCloseProfile(profile); }
-};
-struct CurveDeleter {
-    void operator()(cmsToneCurve* curve) const { cmsFreeToneCurve(curve); }
-};
-using Curve = std::unique_ptr<cmsToneCurve, CurveDeleter>;
 using Chromaticities = std::array<double, 8>; ///< white, red, green, blue as x and y
 
 constexpr Chromaticities srgb{0.3127, 0.3290, 0.64, 0.33, 0.30, 0.60, 0.15, 0.06};
@@ -54,35 +46,26 @@ Chromaticities usable(const std::optional<Chromaticities>& values)
     return isPossible && (*values)[1] >= darkest ? *values : srgb;
 }
 
-Curve curveFor(double gamma)
+ToneCurve curveFor(double gamma)
 {
-    if (!isAboutSrgb(gamma))
-        return Curve(cmsBuildGamma(nullptr, 1 / gamma));
-    constexpr std::array<double, 5> parameters{2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045};
-    constexpr int curveWithLinearStart = 4;
-    return Curve(cmsBuildParametricToneCurve(nullptr, curveWithLinearStart, parameters.data()));
+    return isAboutSrgb(gamma) ? srgbToneCurve() : ToneCurve(cmsBuildGamma(nullptr, 1 / gamma));
 }
 
-cmsHPROFILE makeProfile(const Chromaticities& values, cmsToneCurve* curve, ColorModel model)
+IccProfile makeProfile(const Chromaticities& values, cmsToneCurve* curve, ColorModel model)
 {
     const auto point = [&values](std::size_t index) {
         return cmsCIExyY{values[index], values[index + 1], 1};
     };
     const cmsCIExyY white = point(0);
     if (model == ColorModel::gray)
-        return cmsCreateGrayProfile(&white, curve);
-    const cmsCIExyYTRIPLE primaries{point(2), point(4), point(6)};
-    const std::array<cmsToneCurve*, 3> curves{curve, curve, curve};
-    return cmsCreateRGBProfile(&white, &primaries, curves.data());
+        return IccProfile(cmsCreateGrayProfile(&white, curve));
+    return rgbProfile(white, {point(2), point(4), point(6)}, curve);
 }
 
-Bytes written(cmsHPROFILE profile)
+Bytes written(const IccProfile& profile)
 {
-    cmsUInt32Number size = 0;
-    if (!cmsSaveProfileToMem(profile, nullptr, &size))
-        return {};
-    Bytes bytes(size);
-    if (!cmsSaveProfileToMem(profile, bytes.data(), &size))
+    Bytes bytes = bytesOf(profile);
+    if (bytes.empty())
         return {};
     // The library puts the present time there (ICC.1, 7.2.1); the same picture is to give the same bytes.
     constexpr std::array<unsigned char, 12> date{0x07, 0xD0, 0, 1, 0, 1};
@@ -101,11 +84,8 @@ Bytes profileFromChunks(const PngProperties& properties, ColorModel model)
     const Chromaticities values = model == ColorModel::gray ? srgb : usable(properties.chromaticities);
     if (isAboutSrgb(gamma) && isAboutSrgb(values))
         return {};
-    const Curve curve = curveFor(gamma);
-    if (!curve)
-        return {};
-    const std::unique_ptr<void, ProfileDeleter> profile(makeProfile(values, curve.get(), model));
-    return profile ? written(profile.get()) : Bytes();
+    const ToneCurve curve = curveFor(gamma);
+    return curve ? written(makeProfile(values, curve.get(), model)) : Bytes();
 }
 
 } // namespace Pelgra

@@ -1,21 +1,12 @@
 #include "HeifProfile.h"
 
-#include <array>
-#include <memory>
-#include <optional>
+#include "backends/IccProfiles.h"
 
-#include <lcms2.h>
+#include <optional>
 
 namespace Pelgra {
 
 namespace {
-
-struct ProfileDeleter {
-    void operator()(void* profile) const { cmsCloseProfile(profile); }
-};
-struct CurveDeleter {
-    void operator()(cmsToneCurve* curve) const { cmsFreeToneCurve(curve); }
-};
 
 struct Primaries {
     cmsCIExyY white;
@@ -38,32 +29,18 @@ std::optional<Primaries> widePrimaries(int code)
     }
 }
 
-std::unique_ptr<cmsToneCurve, CurveDeleter> toneCurve(int transfer)
+ToneCurve toneCurve(int transfer)
 {
     constexpr int linear = 8;
-    if (transfer == linear)
-        return std::unique_ptr<cmsToneCurve, CurveDeleter>(cmsBuildGamma(nullptr, 1.0));
-    // The curve of sRGB. The high-dynamic-range codes get it too: their pictures then look flat but whole.
-    constexpr std::array<double, 5> parameters{2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045};
-    constexpr int curveWithLinearStart = 4;
-    return std::unique_ptr<cmsToneCurve, CurveDeleter>(
-        cmsBuildParametricToneCurve(nullptr, curveWithLinearStart, parameters.data()));
+    // The high-dynamic-range codes get the curve of sRGB, too: their pictures then look flat but whole.
+    return transfer == linear ? ToneCurve(cmsBuildGamma(nullptr, 1.0)) : srgbToneCurve();
 }
 
 Bytes profileForCodes(const heif_color_profile_nclx& codes)
 {
     const std::optional<Primaries> primaries = widePrimaries(codes.color_primaries);
-    const auto curve = toneCurve(codes.transfer_characteristics);
-    if (!primaries || !curve)
-        return {};
-    const std::array<cmsToneCurve*, 3> curves{curve.get(), curve.get(), curve.get()};
-    const std::unique_ptr<void, ProfileDeleter> profile(
-        cmsCreateRGBProfile(&primaries->white, &primaries->colors, curves.data()));
-    cmsUInt32Number size = 0;
-    if (!profile || !cmsSaveProfileToMem(profile.get(), nullptr, &size))
-        return {};
-    Bytes bytes(size);
-    return cmsSaveProfileToMem(profile.get(), bytes.data(), &size) ? bytes : Bytes();
+    const ToneCurve curve = toneCurve(codes.transfer_characteristics);
+    return primaries && curve ? bytesOf(rgbProfile(primaries->white, primaries->colors, curve.get())) : Bytes();
 }
 
 } // namespace
