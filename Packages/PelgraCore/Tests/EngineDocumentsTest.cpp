@@ -283,8 +283,12 @@ private Q_SLOTS:
         TemporaryFolder folder;
         PDFBuilder builder;
         const int link = builder.reserve();
-        builder.addPage({filledRectangle(100, 100, 50, 20, 1, 0, 0), "[0 0 1000 1000]",
-                         "/CropBox [100 100 500 700] /Rotate 90 /Annots [" + reference(link) + "]", ""});
+        const int appearance = builder.addStream("0 0 40 20 re f", "/Type /XObject /Subtype /Form /BBox [0 0 40 20]");
+        const int upright = builder.add("<< /Subtype /Text /F 16 /Rect [300 300 340 320] /AP << /N "
+                                        + reference(appearance) + " >> >>"); // does not turn with its page
+        builder.addPage(
+            {filledRectangle(100, 100, 50, 20, 1, 0, 0), "[0 0 1000 1000]",
+             "/CropBox [100 100 500 700] /Rotate 90 /Annots [" + reference(link) + " " + reference(upright) + "]", ""});
         builder.addPage({"", "[0 0 300 500]", "", ""});
         builder.set(link,
                     "<< /Subtype /Link /Rect [100 100 150 120] /QuadPoints [100 120 150 120 100 100 150 100]"
@@ -297,6 +301,8 @@ private Q_SLOTS:
         QVERIFY(!page.toObject().contains("/Rotate") && !page.toObject().contains("/CropBox"));
         // (x, y) lies at ((y - 100) / 2, (500 - x) / 2).
         QCOMPARE(document.at(page, "/Annots", 0, "/Rect").toArray(), QJsonArray({0, 175, 10, 200}));
+        QCOMPARE(document.at(page, "/Annots", 1, "/Rect").toArray(), QJsonArray({110, 90, 130, 100}));
+        QVERIFY(!document.at(page, "/Annots", 1, "/AP", "/N").toObject().contains("/Matrix"));
         QCOMPARE(document.at(page, "/Annots", 0, "/Dest").toArray().at(2).toDouble(), 300.0);
         QCOMPARE(document.at(page, "/Annots", 0, "/Dest").toArray().at(3).toDouble(), 200.0);
         QCOMPARE(document.at(page, "/Resources", "/XObject", "/Page", "/BBox").toArray(),
@@ -324,7 +330,8 @@ private Q_SLOTS:
         const int root = builder.reserve();
         const int section = builder.reserve();
         const int paragraphs[] = {builder.reserve(), builder.reserve()};
-        const int cell = builder.add("<< /S /TD /P " + reference(section) + " >>");
+        const int vocabulary = builder.add("<< /Type /Namespace /NS (http://iso.org/pdf2/ssn) >>");
+        const int cell = builder.add("<< /S /TD /P " + reference(section) + " /NS " + reference(vocabulary) + " >>");
         for (int index = 0; index < 2; ++index)
             builder.set(paragraphs[index],
                         "<< /Type /StructElem /S /P /P " + reference(section) + " /Pg "
@@ -334,13 +341,17 @@ private Q_SLOTS:
                         + reference(paragraphs[1]) + " " + reference(cell) + "] >>");
         builder.set(root,
                     "<< /Type /StructTreeRoot /K " + reference(section) + " /ParentTree << /Nums [0 ["
-                        + reference(paragraphs[0]) + "] 1 [" + reference(paragraphs[1]) + "]] >> >>");
+                        + reference(paragraphs[0]) + "] 1 [" + reference(paragraphs[1]) + "]] >> /Namespaces ["
+                        + reference(vocabulary) + "] >>");
         builder.addToCatalog("/MarkInfo << /Marked true >> /StructTreeRoot " + reference(root));
         const Path file = folder.write("tagged.pdf", builder.build());
 
         const InspectedPDF twice(merged({file, file}));
         const QJsonValue tree = twice.at(twice.catalog(), "/StructTreeRoot");
         QCOMPARE(twice.at(tree, "/K").toArray().size(), 2);
+        const QJsonArray namespaces = twice.at(tree, "/Namespaces").toArray();
+        QCOMPARE(namespaces.size(), 1);
+        QCOMPARE(twice.at(tree, "/K", 1, "/K", 2).toObject().value("/NS"), namespaces.at(0));
         QCOMPARE(twice.at(twice.page(3), "/StructParents").toInt(), 3);
         const QJsonValue paragraph = twice.at(tree, "/K", 1, "/K", 1);
         QCOMPARE(twice.at(paragraph, "/Pg"), twice.page(3));

@@ -180,22 +180,30 @@ void PDFRenderingTest::drawsAnnotationsAndHidesLayers()
     const int field =
         builder.add("<< /Type /Annot /Subtype /Widget /FT /Tx /T (name) /Rect [100 0 200 100] /F 4 /AP << /N "
                     + reference(appearance) + " >> >>");
+    const std::string unsignedField = "<< /Type /Annot /Subtype /Widget /FT /Sig /T (seal) /F 4 ";
+    const int bare = builder.add(unsignedField + "/Rect [0 100 100 200] >>");
+    const int drawn =
+        builder.add(unsignedField + "/Rect [150 150 200 200] /AP << /N " + reference(appearance) + " >> >>");
     const int layer = builder.add("<< /Type /OCG /Name (hidden) >>");
     builder.addToCatalog("/OCProperties << /OCGs [" + reference(layer) + "] /D << /OFF [" + reference(layer)
-                         + "] >> >> /AcroForm << /Fields [" + reference(field) + "] >>");
+                         + "] >> >> /AcroForm << /Fields [" + reference(field) + " " + reference(bare) + "] >>");
     SamplePage page;
     page.mediaBox = "[0 0 200 200]";
     page.contents = "/OC /Hidden BDC " + filledRectangle(0, 100, 100, 100, 1, 0, 0) + "EMC "
         + filledRectangle(100, 100, 100, 100, 0, 0, 1);
     page.resources = "/Properties << /Hidden " + reference(layer) + " >>";
-    page.entries = "/Annots [" + reference(annotation) + " " + reference(field) + "]";
+    page.entries = "/Annots [" + reference(annotation) + " " + reference(field) + " " + reference(bare) + " "
+        + reference(drawn) + "]";
     builder.addPage(page);
     const auto image = open(builder.build())->render(0, 1);
     QVERIFY(image);
     QVERIFY(isNear(pixelAt(*image, 50, 150), green)); // the stamp
     QVERIFY(isNear(pixelAt(*image, 150, 150), green)); // the form field
-    QVERIFY(isNear(pixelAt(*image, 50, 50), white)); // the hidden layer
-    QVERIFY(isNear(pixelAt(*image, 150, 50), blue));
+    for (int x = 2; x < 98; ++x)
+        for (int y = 2; y < 98; ++y)
+            QVERIFY(isNear(pixelAt(*image, x, y), white)); // the hidden layer, and a field that nobody has signed
+    QVERIFY(isNear(pixelAt(*image, 175, 25), green)); // such a field with an appearance of its own
+    QVERIFY(isNear(pixelAt(*image, 120, 80), blue));
 }
 
 void PDFRenderingTest::evaluatesLayerExpressions_data()

@@ -67,20 +67,24 @@ PageBox movedBox(const PageBox& box, const QPDFMatrix& matrix)
     return {moved.llx, moved.lly, moved.urx, moved.ury};
 }
 
-/// Where the annotation lies on the scaled page. One that does not turn with its page hangs from its upper left corner
-/// as readers show it, at its own size turned back.
-PageBox placeOf(Object annotation, const PageBox& box, const PlacedPage& page)
+/// Whether the annotation stays upright on a turned page.
+bool staysUpright(Object annotation)
 {
     constexpr long long noRotate = 1 << 4;
-    const PageBox moved = movedBox(box, *page.transform);
-    const long long flags = integerOf(valueOf(annotation, "/F")).value_or(0);
-    if (page.foldedRotation == 0 || (flags & noRotate) == 0)
-        return moved;
+    return (integerOf(valueOf(annotation, "/F")).value_or(0) & noRotate) != 0;
+}
+
+/// From where the annotation was to where it lies on the scaled page. One that does not turn with its page hangs from
+/// its upper left corner, as readers show it.
+QPDFMatrix matrixFor(const PageBox& box, const PlacedPage& page, bool isUpright)
+{
+    if (!isUpright)
+        return *page.transform;
     double x = 0;
     double y = 0;
     page.transform->transform(box.left, box.top, x, y);
     const double scale = scaleOf(*page.transform);
-    return {x, y - box.height() * scale, x + box.width() * scale, y};
+    return {scale, 0, 0, scale, x - box.left * scale, y - box.top * scale};
 }
 
 /// Insets of a shape inside the rectangle of its annotation, on the sides where they are after the turn.
@@ -227,18 +231,19 @@ void scalePage(PlacedPage& page, Object form, const PageBox& box, int quarterTur
 
 void moveAnnotation(Object annotation, const PlacedPage& page)
 {
-    const QPDFMatrix& matrix = *page.transform;
     const auto corners = rectangleOf(valueOf(annotation, "/Rect"));
     if (!corners)
         return;
     const PageBox box = standardised(*corners);
-    const PageBox moved = placeOf(annotation, box, page);
+    const bool isUpright = staysUpright(annotation);
+    const QPDFMatrix matrix = matrixFor(box, page, isUpright);
+    const PageBox moved = movedBox(box, matrix);
     moveInsets(annotation, box, matrix);
     annotation.replaceKey("/Rect", arrayOf({moved.left, moved.bottom, moved.right, moved.top}));
     movePoints(annotation, matrix);
     scaleBorder(annotation, scaleOf(matrix));
     scaleFontSize(annotation, scaleOf(matrix));
-    if (page.foldedRotation != 0) {
+    if (page.foldedRotation != 0 && !isUpright) {
         turnAppearances(annotation, matrix);
         turnCharacteristics(annotation, page.foldedRotation);
     }

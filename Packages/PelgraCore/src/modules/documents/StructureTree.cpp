@@ -170,6 +170,16 @@ void addMissing(Object root, Input& input, const char* key)
     }
 }
 
+/// Appends the vocabularies that elements may name their kinds from; those of a file given twice only once.
+void addNamespaces(Input& input, Object namespaces, std::set<QPDFObjGen>& known)
+{
+    for (const Object& item : itemsOf(valueOf(rootOf(input.source), "/Namespaces"))) {
+        Object copy = input.copier.copy(item);
+        if (copy.isDictionary() && (!copy.isIndirect() || known.insert(copy.getObjGen()).second))
+            namespaces.appendItem(copy);
+    }
+}
+
 void addIdentifiers(Input& input, std::map<std::string, Object>& identifiers)
 {
     for (const auto& [name, element] : readNameTree(valueOf(rootOf(input.source), "/IDTree"))) {
@@ -197,6 +207,8 @@ Object combinedStructure(const std::vector<std::unique_ptr<Input>>& inputs, QPDF
     Object kids = Object::newArray();
     std::map<long long, Object> parents;
     std::map<std::string, Object> identifiers;
+    Object namespaces = Object::newArray();
+    std::set<QPDFObjGen> knownNamespaces;
     for (const std::unique_ptr<Input>& input : inputs) {
         if (!input->structureOffset)
             continue;
@@ -206,6 +218,7 @@ Object combinedStructure(const std::vector<std::unique_ptr<Input>>& inputs, QPDF
         addIdentifiers(*input, identifiers);
         for (const char* const key : {"/RoleMap", "/ClassMap"})
             addMissing(root, *input, key);
+        addNamespaces(*input, namespaces, knownNamespaces);
     }
     if (kids.getArrayNItems() == 0)
         return Object::newNull();
@@ -213,6 +226,7 @@ Object combinedStructure(const std::vector<std::unique_ptr<Input>>& inputs, QPDF
     root.replaceKey("/K", kids);
     setUnlessEmpty(root, "/ParentTree", makeNumberTree(parents));
     setUnlessEmpty(root, "/IDTree", makeNameTree(identifiers));
+    setUnlessEmpty(root, "/Namespaces", namespaces);
     if (!parents.empty())
         root.replaceKey("/ParentTreeNextKey", Object::newInteger(parents.rbegin()->first + 1));
     return root;

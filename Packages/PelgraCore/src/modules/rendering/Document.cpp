@@ -86,6 +86,27 @@ void settleBoxes(fz_context* context, pdf_obj* page)
     pdf_dict_del(context, page, PDF_NAME(UserUnit));
 }
 
+/// The library draws a flag, "SIGN", in place of fields that nobody has signed yet. What it takes for signed it draws
+/// as the document says.
+void takeFieldsForSigned(fz_context* context, pdf_obj* page) noexcept
+{
+    fz_try(context)
+    {
+        pdf_obj* const annotations = pdf_dict_get(context, page, PDF_NAME(Annots));
+        const int count = pdf_array_len(context, annotations);
+        for (int index = 0; index < count; ++index) {
+            pdf_obj* const field = pdf_array_get(context, annotations, index);
+            if (pdf_name_eq(context, pdf_dict_get(context, field, PDF_NAME(Subtype)), PDF_NAME(Widget))
+                && pdf_name_eq(context, pdf_dict_get_inheritable(context, field, PDF_NAME(FT)), PDF_NAME(Sig)))
+                pdf_dict_put_dict(context, field, PDF_NAME(V), 0);
+        }
+    }
+    fz_catch(context)
+    {
+        // A field among its own ancestors; those behind it may get their flags.
+    }
+}
+
 pdf_page* tryLoadPage(fz_context* context, pdf_document* document, int index) noexcept
 {
     pdf_page* page = nullptr;
@@ -95,6 +116,7 @@ pdf_page* tryLoadPage(fz_context* context, pdf_document* document, int index) no
         pdf_obj* const object = pdf_lookup_page_obj(context, document, index);
         if (pdf_is_dict(context, object)) {
             settleBoxes(context, object);
+            takeFieldsForSigned(context, object);
             page = pdf_load_page(context, document, index);
         }
     }
