@@ -35,6 +35,8 @@ private slots:
     void evaluatesLayerExpressions_data();
     void evaluatesLayerExpressions();
     void drawsBandsLikeTheWholePage();
+    void enlargesPicturesSmoothly_data();
+    void enlargesPicturesSmoothly();
     void capsTheLongerSide();
 };
 
@@ -260,6 +262,69 @@ void PDFRenderingTest::drawsBandsLikeTheWholePage()
             std::span(bands).subspan(static_cast<std::size_t>(top) * size.rowBytes(), rows * size.rowBytes()), {}));
     }
     QVERIFY(bands == whole->pixels);
+}
+
+void PDFRenderingTest::enlargesPicturesSmoothly_data()
+{
+    QTest::addColumn<int>("components"); // of the picture
+    QTest::addColumn<int>("rotation");
+    for (const int components : {1, 3}) {
+        for (const int rotation : {0, 90, 180, 270})
+            QTest::addRow("%d, turned by %d", components, rotation) << components << rotation;
+    }
+}
+
+/// A picture of 4 x 3 pixels fills a page of 7 x 5. Each pixel is compared with what lies between the centres of the
+/// picture's own.
+void PDFRenderingTest::enlargesPicturesSmoothly()
+{
+    QFETCH(int, components);
+    QFETCH(int, rotation);
+    constexpr int columns = 4, rows = 3, width = 7, height = 5;
+    std::string samples;
+    for (int index = 0; index < columns * rows * components; ++index)
+        samples += static_cast<char>(index * 97 % 251);
+    PDFBuilder builder;
+    const int picture = builder.addStream(samples,
+                                          "/Subtype /Image /Width 4 /Height 3 /BitsPerComponent 8 /ColorSpace /Device"
+                                              + std::string(components == 1 ? "Gray" : "RGB"));
+    SamplePage page;
+    page.mediaBox = "[0 0 7 5]";
+    page.contents = "7 0 0 5 0 0 cm /Picture Do";
+    page.entries = "/Rotate " + std::to_string(rotation);
+    page.resources = "/XObject << /Picture " + reference(picture) + " >>";
+    builder.addPage(page);
+    const auto image = open(builder.build())->render(0, 1);
+    QVERIFY(image);
+    const auto sample = [&](double across, double down, int component) {
+        const auto at = [&](int column, int row) {
+            const int place = std::clamp(row, 0, rows - 1) * columns + std::clamp(column, 0, columns - 1);
+            return static_cast<double>(
+                static_cast<unsigned char>(samples[static_cast<std::size_t>(place * components + component)]));
+        };
+        const int left = static_cast<int>(std::floor(across)), top = static_cast<int>(std::floor(down));
+        return std::lerp(std::lerp(at(left, top), at(left + 1, top), across - left),
+                         std::lerp(at(left, top + 1), at(left + 1, top + 1), across - left), down - top);
+    };
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            const int shownX = rotation == 0 ? x
+                : rotation == 90             ? height - 1 - y
+                : rotation == 180            ? width - 1 - x
+                                             : y;
+            const int shownY = rotation == 0 ? y
+                : rotation == 90             ? x
+                : rotation == 180            ? height - 1 - y
+                                             : width - 1 - x;
+            for (int component = 0; component < 3; ++component) {
+                const double expected = sample((x + 0.5) * columns / width - 0.5, (y + 0.5) * rows / height - 0.5,
+                                               components == 1 ? 0 : component);
+                const auto pixel = image->row(shownY).subspan(static_cast<std::size_t>(shownX) * 3);
+                const int drawn = std::to_integer<int>(pixel[static_cast<std::size_t>(component)]);
+                QVERIFY2(std::abs(drawn - expected) <= 2, qPrintable(QString("%1 %2").arg(x).arg(y)));
+            }
+        }
+    }
 }
 
 void PDFRenderingTest::capsTheLongerSide()

@@ -51,12 +51,13 @@ public:
             PageBands rows(m_pool, pageIndex, size, m_stop);
             encodeImage(m_format, rows, properties, sink);
         } else {
-            const BitmapBudget::Share share(m_budget, size.byteCount());
-            RasterImage image = drawPage(m_pool, pageIndex, size, threads, m_stop);
+            BitmapBudget::Share share(m_budget, size.byteCount());
+            RasterImage image = drawPage(m_pool, pageIndex, size, threads, m_stop, share.takeMemory());
             if (mayBeGray() && size.model == ColorModel::rgb)
                 reduceToGrayIfColorless(image);
             ImageRows rows(image);
             encodeImage(m_format, rows, properties, sink);
+            share.giveBack(std::move(image.pixels));
         }
     }
 

@@ -1,10 +1,12 @@
 #include "PageDrawing.h"
 
+#include "OrderedPipeline.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/JobControl.h"
 
 #include <algorithm>
 #include <future>
+#include <numeric>
 #include <utility>
 
 namespace Pelgra {
@@ -62,13 +64,38 @@ BitmapBudget::Share::Share(BitmapBudget& budget, std::size_t bytes)
     std::unique_lock lock(budget.m_mutex);
     budget.m_freed.wait(lock, [&] { return budget.m_used + m_bytes <= limit; });
     budget.m_used += m_bytes;
+    const auto isEnough = [bytes](const PixelBuffer& memory) {
+        return memory.capacity() >= bytes;
+    };
+    const auto found = std::ranges::find_if(budget.m_idle, isEnough);
+    if (found != budget.m_idle.end()) {
+        m_memory = std::move(*found);
+        budget.m_idle.erase(found);
+    }
+    budget.dropUntilFits();
 }
 
 BitmapBudget::Share::~Share()
 {
     const std::lock_guard lock(m_budget.m_mutex);
     m_budget.m_used -= m_bytes;
+    if (m_memory.capacity() > 0)
+        m_budget.m_idle.push_back(std::move(m_memory));
+    m_budget.dropUntilFits();
     m_budget.m_freed.notify_all();
+}
+
+/// The caller holds the mutex.
+void BitmapBudget::dropUntilFits()
+{
+    const auto add = [](std::size_t sum, const PixelBuffer& memory) {
+        return sum + memory.capacity();
+    };
+    const auto held = [&] {
+        return std::accumulate(m_idle.begin(), m_idle.end(), m_used, add);
+    };
+    while (!m_idle.empty() && (m_idle.size() > static_cast<std::size_t>(workerCount()) || held() > limit))
+        m_idle.erase(m_idle.begin());
 }
 
 PageBands::PageBands(RendererPool& pool, int pageIndex, PixelSize size, std::stop_token stop)
@@ -97,9 +124,11 @@ std::span<const std::byte> PageBands::row(int y)
     return std::span(m_band).subspan(m_size.rowBytes() * static_cast<std::size_t>(y - m_bandTop), m_size.rowBytes());
 }
 
-RasterImage drawPage(RendererPool& pool, int pageIndex, PixelSize size, int threads, const std::stop_token& stop)
+RasterImage drawPage(RendererPool& pool, int pageIndex, PixelSize size, int threads, const std::stop_token& stop,
+                     PixelBuffer memory)
 {
-    std::optional<RasterImage> image = RasterImage::make(size.width, size.height, size.model, false, 8);
+    std::optional<RasterImage> image =
+        RasterImage::make(size.width, size.height, size.model, false, 8, std::move(memory));
     if (!image)
         throw EngineError::unreadable(pool.file());
     const bool isSmall = std::int64_t{size.width} * size.height < pixelsWorthAThread;

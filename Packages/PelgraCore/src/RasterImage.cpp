@@ -1,6 +1,7 @@
 #include "PelgraCore/ImageLoading.h"
 
 #include <limits>
+#include <utility>
 
 namespace Pelgra {
 
@@ -51,9 +52,10 @@ bool RasterImage::fits(std::uint64_t width, std::uint64_t height, std::size_t by
 }
 
 std::optional<RasterImage> RasterImage::make(int width, int height, ColorModel model, bool hasAlpha,
-                                             int bitsPerComponent)
+                                             int bitsPerComponent, PixelBuffer memory)
 {
     RasterImage image;
+    image.pixels = std::move(memory);
     image.width = width;
     image.height = height;
     image.model = model;

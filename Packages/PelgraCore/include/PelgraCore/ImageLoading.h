@@ -60,9 +60,10 @@ struct RasterImage {
     std::span<const std::byte> row(int y) const;
     std::span<std::byte> row(int y);
 
-    /// A picture of this form with tight rows and pixels yet to be written; none when it would exceed pixelByteLimit.
-    static std::optional<RasterImage> make(int width, int height, ColorModel model, bool hasAlpha,
-                                           int bitsPerComponent);
+    /// A picture of this form with tight rows and pixels yet to be written, in the memory given if it is large enough;
+    /// none when it would exceed pixelByteLimit.
+    static std::optional<RasterImage> make(int width, int height, ColorModel model, bool hasAlpha, int bitsPerComponent,
+                                           PixelBuffer memory = {});
     /// The most bytes of pixels any one picture may take. Larger ones count as unreadable before anything is
     /// allocated.
     static constexpr std::size_t pixelByteLimit = std::size_t{768} << 20;
