@@ -14,16 +14,17 @@ namespace {
 
 constexpr double pixels = 400;
 
-/// The pages as the window for organising shows them: each asked for alone, on every core.
+/// The pages as the window for organising shows them: each asked for alone, on every core, of one document.
 std::vector<std::optional<RasterImage>> thumbnailsOf(const std::filesystem::path& file, int count)
 {
     std::vector<std::optional<RasterImage>> images(static_cast<std::size_t>(count));
+    Thumbnails::Pages pages(file);
     std::atomic<int> next = 0;
     std::vector<std::jthread> workers;
     for (unsigned worker = 0; worker < std::max(1U, std::thread::hardware_concurrency()); ++worker) {
         workers.emplace_back([&] {
             for (int page = next++; page < count; page = next++)
-                images[static_cast<std::size_t>(page)] = Thumbnails::image(file, page, pixels);
+                images[static_cast<std::size_t>(page)] = pages.image(page, pixels);
         });
     }
     workers.clear();

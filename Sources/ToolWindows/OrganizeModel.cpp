@@ -1,6 +1,5 @@
 #include "ToolWindows/OrganizeModel.h"
 
-#include "PelgraCore/Thumbnails.h"
 #include "Support/BackgroundTask.h"
 #include "Support/RasterConversion.h"
 #include "ToolWindows/Reordering.h"
@@ -13,6 +12,7 @@ namespace Pelgra {
 OrganizeModel::OrganizeModel(std::filesystem::path url, QObject* parent)
     : QObject(parent)
     , m_url(std::move(url))
+    , m_pictures(std::make_shared<Thumbnails::Pages>(m_url))
 {
 }
 
@@ -61,10 +61,10 @@ void OrganizeModel::loadThumbnail(std::int64_t sourceIndex)
     m_cancelled.insert(sourceIndex, cancelled);
     runInBackground(
         this,
-        [url = m_url, sourceIndex, cancelled]() -> std::optional<QImage> {
+        [pictures = m_pictures, sourceIndex, cancelled]() -> std::optional<QImage> {
             if (*cancelled)
                 return std::nullopt;
-            const auto image = Thumbnails::image(url, static_cast<int>(sourceIndex), thumbnailPixels);
+            const auto image = pictures->image(static_cast<int>(sourceIndex), thumbnailPixels);
             return image ? toQImage(*image) : QImage();
         },
         [this, sourceIndex, cancelled](const std::optional<QImage>& image) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PelgraCore/Models.h"
+#include "PelgraCore/Thumbnails.h"
 
 #include <QHash>
 #include <QImage>
@@ -81,6 +82,7 @@ private:
     void storeThumbnail(std::int64_t sourceIndex, const QImage& image);
 
     std::filesystem::path m_url;
+    std::shared_ptr<Thumbnails::Pages> m_pictures; ///< shared with thumbnails under way
     std::vector<PageEdit> m_pages;
     bool m_uniformWidth = false;
     std::vector<PageEdit> m_original;

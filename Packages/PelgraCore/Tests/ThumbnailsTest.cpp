@@ -52,16 +52,25 @@ void ThumbnailsTest::drawsPagesAtExactlyTheirLongerSide()
     const auto image = Thumbnails::image(m_file, page, maxPixels);
     QVERIFY(image);
     QTEST(QSize(image->width, image->height), "size");
+    Thumbnails::Pages pages(m_file);
+    for (int repeat = 0; repeat < 2; ++repeat) {
+        const auto again = pages.image(page, maxPixels);
+        QVERIFY(again && again->pixels == image->pixels);
+        QVERIFY(!pages.image(2, maxPixels)); // and goes on
+    }
 }
 
 void ThumbnailsTest::givesNothingForWhatIsNotThere()
 {
-    for (const double maxPixels : {0.0, -1.0, std::nan(""), std::numeric_limits<double>::infinity()})
+    for (const double maxPixels : {0.0, -1.0, std::nan(""), std::numeric_limits<double>::infinity()}) {
         QVERIFY(!Thumbnails::image(m_file, 0, maxPixels));
+        QVERIFY(!Thumbnails::Pages(m_file).image(0, maxPixels));
+    }
     QVERIFY(!Thumbnails::image(m_file, 2, 96));
     QVERIFY(!Thumbnails::image(m_file, -1, 96));
     QVERIFY(!Thumbnails::image(m_folder / "missing.pdf", 0, 96));
     QVERIFY(!Thumbnails::image(m_folder.write("words.pdf", "words"), 0, 96));
+    QVERIFY(!Thumbnails::Pages(m_folder / "words.pdf").image(0, 96));
     QVERIFY(!Thumbnails::image(m_folder.write("words.txt", "words"), 0, 96));
 }
 

@@ -34,7 +34,14 @@ void drawOrThrow(RendererPool& pool, const RendererPool::Lease& renderer, int pa
 RendererPool::RendererPool(std::filesystem::path file, std::unique_ptr<PageRenderer> first)
     : m_file(std::move(file))
 {
-    m_idle.push_back(std::move(first));
+    if (first)
+        m_idle.push_back(std::move(first));
+}
+
+void RendererPool::closeIdle()
+{
+    const std::lock_guard lock(m_mutex);
+    m_idle.clear();
 }
 
 RendererPool::Lease::Lease(RendererPool& pool)

@@ -17,8 +17,8 @@ namespace Pelgra {
 /// The same document opened as often as threads draw from it at once.
 class RendererPool {
 public:
-    /// Begins with one that is open already.
-    RendererPool(std::filesystem::path file, std::unique_ptr<PageRenderer> first);
+    /// May begin with one that is open already.
+    explicit RendererPool(std::filesystem::path file, std::unique_ptr<PageRenderer> first = nullptr);
 
     /// One of the pool for as long as this lives. Throws EngineError::unreadable where the file cannot be opened again.
     class Lease {
@@ -27,12 +27,16 @@ public:
         Lease(const Lease&) = delete;
         Lease& operator=(const Lease&) = delete;
         ~Lease();
+        PageRenderer& operator*() const { return *m_renderer; }
         PageRenderer* operator->() const { return m_renderer.get(); }
 
     private:
         RendererPool& m_pool;
         std::unique_ptr<PageRenderer> m_renderer;
     };
+
+    /// Closes those nobody draws from.
+    void closeIdle();
 
     const std::filesystem::path& file() const { return m_file; }
 

@@ -154,18 +154,24 @@ std::optional<GrayPicture> PageReader::pictureOf(int pageIndex, const std::stop_
     const double pixels = page.width * page.height * scale * scale;
     if (pixels > mostPixels)
         scale *= std::sqrt(mostPixels / pixels);
-    const std::optional<PixelSize> size = pixelSizeFor(page, scale);
+    std::optional<PixelSize> size = pixelSizeFor(page, scale);
     if (!size)
         return std::nullopt;
-    std::vector<std::byte> rgb(size->byteCount());
-    if (!m_document->drawRows(pageIndex, *size, 0, rgb, stop))
+    if (m_document->isColorless(pageIndex, stop))
+        size->model = ColorModel::gray;
+    std::vector<std::byte> drawn(size->byteCount());
+    if (!m_document->drawRows(pageIndex, *size, 0, drawn, stop))
         return std::nullopt;
     GrayPicture picture;
     picture.width = size->width;
     picture.height = size->height;
     picture.pixelsPerInch = scale * pointsPerInch;
-    picture.pixels.resize(rgb.size() / 3);
-    toGray(rgb, picture.pixels);
+    if (size->model == ColorModel::gray) {
+        picture.pixels = std::move(drawn);
+    } else {
+        picture.pixels.resize(drawn.size() / 3);
+        toGray(drawn, picture.pixels);
+    }
     return picture;
 }
 

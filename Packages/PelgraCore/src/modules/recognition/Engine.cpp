@@ -30,8 +30,8 @@ EngineHandle openEngine(const std::string& language)
 std::vector<std::string> installedModels()
 {
     const EngineHandle engine = quietEngine();
-    // The folder becomes known by an attempt to open a model, whether there is one or not.
-    engine->Init(nullptr, "osd", tesseract::OEM_TESSERACT_ONLY);
+    // The folder becomes known by an attempt to open a model. One that does not exist takes no time.
+    engine->Init(nullptr, "none", tesseract::OEM_LSTM_ONLY);
     std::vector<std::string> models;
     engine->GetAvailableLanguagesAsVector(&models);
     return models;
