@@ -6,16 +6,16 @@
 #include <memory>
 #include <optional>
 
-/// Small pictures of any readable file. Callable from any thread, too slow for the main one. The functions are stateless.
-/// Nothing here throws: what cannot be shown gives nothing.
+/// Small pictures of any readable file. Callable from any thread, too slow for the main one. The functions are
+/// stateless. Nothing here throws: what cannot be shown gives nothing.
 namespace Pelgra::Thumbnails {
 
 /// The page (of a PDF) or picture (of any other file) with its longest side maxPixels; pictures are never enlarged.
 /// The result is upright 8- or 16-bit grey or RGB, with straight alpha where the source has alpha.
 std::optional<RasterImage> image(const std::filesystem::path& file, int pageIndex, double maxPixels);
 
-/// The pages of one document that is kept open between calls, which takes half the time where many are wanted: fonts and
-/// pictures that pages share are read once. Several threads may call at once; each has the document opened.
+/// The pages of one document that is kept open between calls, which takes half the time where many are wanted: fonts
+/// and pictures that pages share are read once. Several threads may call at once; each has the document opened.
 class Pages {
 public:
     explicit Pages(std::filesystem::path file);
