@@ -42,6 +42,7 @@ AppDelegate::AppDelegate(Preferences& preferences, Platform& platform, QObject* 
     , m_dragMonitor(platform.dragSource())
     , m_wheel(platform.wheelSurface())
 {
+    startPaintingThreads();
     Compositing::follow(&platform.wheelSurface());
     m_afterwards.setInterval(afterwardsMilliseconds);
     connect(&m_afterwards, &QTimer::timeout, this, [this] {

@@ -14,11 +14,23 @@
 
 namespace Pelgra {
 
-/// The pool for work the user waits for: conversions, tools. A thread for each core.
+/// The pool for work the user waits for: conversions, tools. A thread for each core, behind the interface.
 QThreadPool& jobPool();
 
 /// The pool for work that may come later: thumbnails. Never starved by jobs, at lower priority.
 QThreadPool& utilityPool();
+
+/// The pool for questions to a disk whose answer the interface waits for, a moment at most: no disk need answer.
+QThreadPool& lookUpPool();
+
+/// Gives the calling thread, one of the pool's, and all it starts the pool's priority for good. Linux's usual scheduler
+/// knows no thread priorities, only nice values, so the toolkit leaves a pool's priority without effect there.
+void takePriorityOf(const QThreadPool& pool);
+
+/// Starts the threads of the toolkit's global pool, for good. Its painting hands parts of larger areas to them and
+/// waits, so they must never stand behind jobs, as one would that a task of the pools above has started. Main thread,
+/// once.
+void startPaintingThreads();
 
 /// Runs `work` on a pool thread and `done` with what it returned on the receiver's thread. When the receiver is gone by
 /// then, nothing is called. `work` must not throw and must touch no object of another thread.
@@ -37,7 +49,8 @@ void runInBackground(QObject* receiver, Work work, Done done, QThreadPool& pool 
     });
     promise->start();
     watcher->setFuture(promise->future());
-    pool.start([promise, work = std::move(work)]() mutable {
+    pool.start([promise, &pool, work = std::move(work)]() mutable {
+        takePriorityOf(pool);
         promise->addResult(std::make_shared<Value>(work()));
         promise->finish();
     });

@@ -128,7 +128,7 @@ QThreadPool& pool()
     static auto* const threads = [] {
         auto* const made = new QThreadPool;
         made->setMaxThreadCount(2);
-        made->setThreadPriority(QThread::LowPriority);
+        made->setThreadPriority(QThread::LowestPriority);
         return made;
     }();
     return *threads;
