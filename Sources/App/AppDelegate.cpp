@@ -30,7 +30,7 @@ namespace Pelgra {
 namespace {
 
 constexpr int highlightDelayMilliseconds = 400;
-constexpr int afterwardsMilliseconds = 100;
+constexpr int afterwardsMilliseconds = 50;
 constexpr int longestFarewellMilliseconds = 5000;
 
 } // namespace
@@ -316,8 +316,16 @@ void AppDelegate::terminate()
     // the time to stop and clear it away; no session waits for ever.
     if (m_jobs)
         m_jobs->stopAll();
-    jobPool().waitForDone(longestFarewellMilliseconds);
-    QCoreApplication::quit();
+    m_farewell.setRemainingTime(longestFarewellMilliseconds);
+    connect(&m_afterwards, &QTimer::timeout, this, &AppDelegate::quitOnceStopped);
+    m_afterwards.start();
+    quitOnceStopped();
+}
+
+void AppDelegate::quitOnceStopped()
+{
+    if (jobPool().waitForDone(0) || m_farewell.hasExpired())
+        QCoreApplication::quit();
 }
 
 } // namespace Pelgra

@@ -6,6 +6,7 @@
 #include "Wheel/WheelController.h"
 
 #include <QAction>
+#include <QDeadlineTimer>
 #include <QMenu>
 #include <QObject>
 #include <QPoint>
@@ -71,6 +72,7 @@ private:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void jobsChanged();
     bool isWorking() const;
+    void quitOnceStopped();
     JobRunner& jobs();
 
     Preferences& m_preferences;
@@ -84,7 +86,9 @@ private:
     QAction* m_hintItem = nullptr;
     QAction* m_debugItem = nullptr;
     std::unique_ptr<QSystemTrayIcon> m_statusItem;
-    QTimer m_afterwards; ///< looks whether a process of one wheel, or one that is to quit, has nothing left to do
+    QTimer
+        m_afterwards; ///< looks whether a process of one wheel, or one that is to quit or end, has nothing left to do
+    QDeadlineTimer m_farewell; ///< for jobs that were told to stop
     bool m_isAlone = false;
     bool m_quitsWhenDone = false;
 };
