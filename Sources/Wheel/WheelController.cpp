@@ -13,6 +13,7 @@
 #include <QGuiApplication>
 #include <QPainter>
 #include <QScreen>
+#include <QSemaphore>
 #include <QTimer>
 
 #include <algorithm>
@@ -27,6 +28,9 @@ constexpr std::size_t mostThumbnails = 2;
 
 /// The side of a thumbnail in logical pixels: twice that of the largest card.
 constexpr int thumbnailSide = 128;
+
+/// How long a wheel waits for the size of a file: it is not to be painted twice, nor to stand still.
+constexpr int patienceMilliseconds = 8;
 
 int thumbnailPixels()
 {
@@ -45,6 +49,7 @@ WheelController::WheelController(WheelSurface& surface, QObject* parent)
     : QObject(parent)
     , keys([] { return WheelKeys{}; })
     , pointer([] { return QCursor::pos(); })
+    , summaryOf([](const auto& files) { return FileInfo::centerSummary(files); })
     , m_panel(std::make_unique<WheelPanel>(surface))
 {
     WheelView* const view = m_panel->wheelView();
@@ -136,8 +141,8 @@ void WheelController::configureView()
 
 void WheelController::loadCentre()
 {
+    loadSummary();
     WheelView* const view = m_panel->wheelView();
-    view->setSummary(FileInfo::centerSummary(m_urls));
     std::vector<std::filesystem::path> shown(m_urls.begin(), m_urls.begin() + std::min(m_urls.size(), mostThumbnails));
     if (shown == m_thumbnailURLs)
         return;
@@ -151,6 +156,30 @@ void WheelController::loadCentre()
     ThumbnailLoader::pool().clear();
     for (std::size_t index = 0; index < m_thumbnailURLs.size(); ++index)
         loadThumbnail(index);
+}
+
+void WheelController::loadSummary()
+{
+    // The file may lie on a disk that sleeps or beyond a network that is down: what is not known at once comes later.
+    struct Answer {
+        QString text;
+        QSemaphore isKnown;
+    };
+    const auto answer = std::make_shared<Answer>();
+    runInBackground(
+        this,
+        [answer, words = summaryOf, files = m_urls] {
+            answer->text = words(files);
+            answer->isKnown.release();
+            return answer->text;
+        },
+        [this, files = m_urls](const QString& text) {
+            if (files == m_urls)
+                m_panel->wheelView()->setSummary(text);
+        },
+        lookUpPool());
+    const bool isKnown = answer->isKnown.tryAcquire(1, patienceMilliseconds);
+    m_panel->wheelView()->setSummary(isKnown ? answer->text : QString());
 }
 
 void WheelController::loadThumbnail(std::size_t index)

@@ -53,11 +53,15 @@ public:
     /// Where the pointer is; Qt's own answer until replaced.
     std::function<QPoint()> pointer;
 
+    /// The words about the files in the centre. Called in any thread: it may look at the files.
+    std::function<QString(const std::vector<std::filesystem::path>&)> summaryOf;
+
 private:
     /// Paints a wheel that nobody sees: the first one would wait for fonts, symbols and shadows otherwise.
     void rehearse();
     void configureView();
     void loadCentre();
+    void loadSummary();
     void loadThumbnail(std::size_t index);
     void modifiersTapped(ModifierFlags pressed);
 

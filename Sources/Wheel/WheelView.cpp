@@ -65,6 +65,8 @@ void WheelView::setHighlightedIndex(std::optional<int> index)
 
 void WheelView::setSummary(const QString& summary)
 {
+    if (summary == m_content.summary)
+        return;
     m_content.summary = summary;
     repaintAll();
 }

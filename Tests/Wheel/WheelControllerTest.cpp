@@ -1,4 +1,5 @@
 #include "Wheel/WheelController.h"
+#include "Support/BackgroundTask.h"
 #include "Support/Platform/WheelSurface.h"
 #include "Support/ThumbnailLoader.h"
 
@@ -7,6 +8,7 @@
 #include <QPainter>
 #include <QPdfWriter>
 #include <QScreen>
+#include <QSemaphore>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThreadPool>
@@ -53,7 +55,11 @@ struct Desktop {
                              .arg(controller.isVisible() ? "shown" : "hidden");
         };
     }
-    ~Desktop() { ThumbnailLoader::pool().waitForDone(); }
+    ~Desktop()
+    {
+        ThumbnailLoader::pool().waitForDone();
+        lookUpPool().waitForDone();
+    }
 
     const WheelContent& content() const { return controller.panel()->wheelView()->content(); }
 
@@ -209,7 +215,7 @@ private Q_SLOTS:
     {
         Desktop desktop;
         desktop.show({desktop.document("red.pdf", Qt::red), "/nowhere/at/all.png", "third.png"});
-        QCOMPARE(desktop.content().summary, QString("3 files"));
+        QTRY_COMPARE(desktop.content().summary, QString("3 files"));
         QCOMPARE(desktop.content().thumbnails.size(), std::size_t(2));
         const QImage icon = desktop.content().thumbnails[1];
         QVERIFY(!icon.isNull());
@@ -218,6 +224,29 @@ private Q_SLOTS:
         QCoreApplication::processEvents();
         // What nothing can show keeps its icon.
         QCOMPARE(desktop.content().thumbnails[1], icon);
+    }
+
+    void aDiskThatDoesNotAnswerHoldsUpNothing()
+    {
+        Desktop desktop;
+        QSemaphore disk;
+        desktop.controller.summaryOf = [&disk](const Files& files) {
+            if (files.front() == "asleep.pdf")
+                disk.acquire();
+            return QString::fromStdString(files.front());
+        };
+        desktop.show({"asleep.pdf"});
+        QVERIFY(desktop.controller.isVisible());
+        QCOMPARE(desktop.content().summary, QString());
+        desktop.show({"other.pdf"});
+        QTRY_COMPARE(desktop.content().summary, QString("other.pdf"));
+        disk.release();
+        lookUpPool().waitForDone();
+        QCoreApplication::processEvents();
+        QCOMPARE(desktop.content().summary, QString("other.pdf")); // the late words are about other files
+        disk.release();
+        desktop.show({"asleep.pdf"});
+        QTRY_COMPARE(desktop.content().summary, QString("asleep.pdf"));
     }
 
     void latePicturesOfEarlierFilesAreDropped()
