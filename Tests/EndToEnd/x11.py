@@ -69,8 +69,8 @@ class Display:
         T.XTestFakeMotionEvent(self.display, -1, int(x), int(y), 0)
         self.sync()
 
-    def button(self, down):
-        T.XTestFakeButtonEvent(self.display, 1, down, 0)
+    def button(self, down, number=1):
+        T.XTestFakeButtonEvent(self.display, number, down, 0)
         self.sync()
 
     def key(self, name, down):
