@@ -4,6 +4,7 @@
 
 #include <QTest>
 
+#include <chrono>
 #include <fstream>
 
 using namespace Pelgra;
@@ -82,6 +83,34 @@ private Q_SLOTS:
         QCOMPARE(kept.publish("Report Pages"), folder / "Report Pages 2");
         QCOMPARE(contentOf(folder / "Report Pages 2" / "1.txt"), std::string("one"));
         QCOMPARE(folder.names().size(), std::size_t{2});
+    }
+
+    void whatAKilledProcessLeftGoesWithTheNextFolder()
+    {
+        TemporaryFolder folder;
+        const auto age = [](const std::filesystem::path& path) {
+            std::filesystem::last_write_time(path,
+                                             std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+        };
+        const OutputFolder building(folder.path());
+        const auto leftBehind = [&](char digit) {
+            std::string name = building.hiddenPath().filename().string();
+            name.back() = name.back() == digit ? '-' : digit;
+            std::filesystem::create_directory(folder / name);
+            std::ofstream(folder / name / "1.txt") << "one";
+            return folder / name;
+        };
+        const std::filesystem::path old = leftBehind('0');
+        const std::filesystem::path young = leftBehind('1');
+        const std::filesystem::path other = folder / ".pelgra-settings";
+        std::filesystem::create_directory(other);
+        for (const std::filesystem::path& path : {old, other, building.hiddenPath()})
+            age(path);
+        const OutputFolder next(folder.path());
+        QVERIFY(!std::filesystem::exists(old));
+        QVERIFY2(std::filesystem::exists(building.hiddenPath()), "another job's folder must stay");
+        QVERIFY2(std::filesystem::exists(young), "may be a folder whose job is about to claim it");
+        QVERIFY2(std::filesystem::exists(other), "not a name of ours");
     }
 };
 

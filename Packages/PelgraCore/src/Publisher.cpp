@@ -1,6 +1,6 @@
 #include "Publisher.h"
 
-#include "PelgraCore/Models.h"
+#include "HiddenNames.h"
 #include "PelgraCore/OutputNaming.h"
 
 #include <cerrno>
@@ -23,12 +23,6 @@ constexpr std::size_t bufferSize = std::size_t{256} << 10;
 constexpr off_t writeBackStep = off_t{4} << 20;
 constexpr mode_t fileMode = 0666; // less the user's umask
 constexpr mode_t folderMode = 0777;
-
-/// A name no one else uses and no file manager shows.
-std::filesystem::path hiddenName(const std::filesystem::path& directory)
-{
-    return directory / (".pelgra-" + Identifier::random().text());
-}
 
 std::filesystem::path directoryOrHere(const std::filesystem::path& directory)
 {
@@ -125,11 +119,14 @@ OutputFile::OutputFile(const std::filesystem::path& directory)
     m_descriptor.reset(open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, fileMode));
     if (!m_descriptor) {
         // Not every file system knows unnamed files (EOPNOTSUPP, or EISDIR from an old kernel).
+        removeLeftBehind(m_directory);
         m_temporaryName = hiddenName(m_directory);
         m_descriptor.reset(open(m_temporaryName.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, fileMode));
     }
     if (!m_descriptor)
         throw StorageError();
+    if (!m_temporaryName.empty())
+        claimHidden(m_descriptor.get());
     m_buffer.reserve(bufferSize);
 }
 
@@ -230,8 +227,12 @@ OutputFolder::OutputFolder(const std::filesystem::path& parent)
     : m_parent(parent)
     , m_hidden(hiddenName(parent))
 {
+    removeLeftBehind(parent);
     if (mkdir(m_hidden.c_str(), folderMode) != 0)
         throw StorageError();
+    m_folder.reset(open(m_hidden.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (m_folder)
+        claimHidden(m_folder.get());
 }
 
 OutputFolder::~OutputFolder()
@@ -244,9 +245,8 @@ OutputFolder::~OutputFolder()
 
 std::filesystem::path OutputFolder::publish(std::string_view baseName)
 {
-    const UniqueDescriptor folder(open(m_hidden.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     // One flush of the file system serves all files at once; flushing each costs a wait for the device per file.
-    if (!folder || (syncfs(folder.get()) != 0 && errno != ENOSYS))
+    if (!m_folder || (syncfs(m_folder.get()) != 0 && errno != ENOSYS))
         throw StorageError();
     std::filesystem::path target =
         publishUnderFreeName(m_parent, baseName, {}, [this](const std::filesystem::path& candidate) {

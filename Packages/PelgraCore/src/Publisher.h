@@ -14,7 +14,8 @@
 namespace Pelgra {
 
 /// A file that has no name its users could see until it is published. Dropped unpublished, nothing of it remains, even
-/// when the process is killed (where the file system knows unnamed files; elsewhere a hidden temporary name may stay).
+/// when the process is killed (where the file system knows unnamed files; elsewhere a hidden temporary name stays until
+/// the next such job in the folder).
 class OutputFile final : public ByteSink {
 public:
     /// Begins a file for the given folder. Throws StorageError.
@@ -52,7 +53,8 @@ private:
     off_t m_sentToDevice = 0; ///< of what was written, the part whose writing to the device has been started
 };
 
-/// A folder of outputs, built under a hidden name beside its final place and removed again unless published.
+/// A folder of outputs, built under a hidden name beside its final place and removed again unless published; where the
+/// process is killed before, by the next job of this kind in the parent that runs ten minutes later or more.
 class OutputFolder {
 public:
     /// Makes the hidden folder in the given parent. Throws StorageError.
@@ -71,6 +73,7 @@ public:
 private:
     std::filesystem::path m_parent;
     std::filesystem::path m_hidden;
+    UniqueDescriptor m_folder; ///< claims the hidden folder; see HiddenNames.h
 };
 
 /// Flushes a folder's entries to the device. Throws StorageError.
