@@ -9,6 +9,11 @@
 
 #include <QTest>
 
+#include <csignal>
+#include <optional>
+
+#include <sys/resource.h>
+
 using namespace Pelgra;
 
 namespace {
@@ -159,6 +164,21 @@ private Q_SLOTS:
         MemorySink sink;
         documents.merge(files, {})->write(sink);
         QVERIFY(sink.bytes().size() > 1500);
+
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit usual{};
+        getrlimit(RLIMIT_FSIZE, &usual);
+        const rlimit small{100, usual.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &small);
+        std::optional<EngineError> failure;
+        try {
+            Engine::splitPDF(files.front());
+        } catch (const EngineError& error) {
+            failure = error;
+        }
+        setrlimit(RLIMIT_FSIZE, &usual);
+        QVERIFY(failure == EngineError::writeFailed(folder / "a Pages" / "a 1.pdf"));
+        QCOMPARE(folder.names(), std::vector<std::string>{"a.pdf"});
     }
 
     void aStopLeavesNothingBehind()

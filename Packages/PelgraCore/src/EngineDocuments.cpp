@@ -59,10 +59,12 @@ constexpr int pagesWorthAWorker = 16;
 /// worker too, and the one that reports.
 class SplitJob {
 public:
-    SplitJob(const std::filesystem::path& file, const std::filesystem::path& folder, int pageCount,
-             const JobControl& control)
+    /// The folder is written to; the target is what errors call it.
+    SplitJob(const std::filesystem::path& file, const std::filesystem::path& folder,
+             const std::filesystem::path& target, int pageCount, const JobControl& control)
         : m_file(file)
         , m_folder(folder)
+        , m_target(target)
         , m_baseName(OutputNaming::baseNameOf(file))
         , m_pageCount(pageCount)
         , m_control(control)
@@ -112,10 +114,13 @@ private:
 
     void writePage(PageSplitter& splitter, int page)
     {
-        OutputFile output(m_folder);
-        splitter.writePage(page, output);
-        output.finish();
-        output.publish(m_baseName + ' ' + std::to_string(page + 1), "pdf");
+        const std::string name = m_baseName + ' ' + std::to_string(page + 1);
+        writing(m_target / (name + ".pdf"), [&] {
+            OutputFile output(m_folder);
+            splitter.writePage(page, output);
+            output.finish();
+            return output.publish(name, "pdf");
+        });
     }
 
     void fail(std::exception_ptr failure)
@@ -128,6 +133,7 @@ private:
 
     const std::filesystem::path& m_file;
     const std::filesystem::path& m_folder;
+    const std::filesystem::path& m_target;
     std::string m_baseName;
     int m_pageCount;
     const JobControl& m_control;
@@ -161,9 +167,10 @@ JobResult splitPDF(const std::filesystem::path& file, const JobControl& control)
     const int pageCount = splitter->pageCount();
     if (pageCount < 1)
         throw EngineError::noPages();
-    return writing(OutputNaming::siblingURL(file, "Pages"), [&] {
+    const std::filesystem::path target = OutputNaming::siblingURL(file, "Pages");
+    return writing(target, [&] {
         OutputFolder folder(file.parent_path());
-        SplitJob(file, folder.hiddenPath(), pageCount, control).run(*splitter);
+        SplitJob(file, folder.hiddenPath(), target, pageCount, control).run(*splitter);
         if (control.progress)
             control.progress(pageCount, pageCount);
         return folder.publish(OutputNaming::baseNameOf(file, "Pages"));
