@@ -343,7 +343,7 @@ private Q_SLOTS:
                     "<< /Type /StructTreeRoot /K " + reference(section) + " /ParentTree << /Nums [0 ["
                         + reference(paragraphs[0]) + "] 1 [" + reference(paragraphs[1]) + "]] >> /Namespaces ["
                         + reference(vocabulary) + "] >>");
-        builder.addToCatalog("/MarkInfo << /Marked true >> /StructTreeRoot " + reference(root));
+        builder.addToCatalog("/MarkInfo << /Marked true >> /Version /2.0 /StructTreeRoot " + reference(root));
         const Path file = folder.write("tagged.pdf", builder.build());
 
         const InspectedPDF twice(merged({file, file}));
@@ -357,7 +357,9 @@ private Q_SLOTS:
         QCOMPARE(twice.at(paragraph, "/Pg"), twice.page(3));
         QCOMPARE(twice.at(tree, "/ParentTree", "/Nums", 7, 0), paragraph);
 
-        const InspectedPDF part(organised(file, edits({1})));
+        const Path organisedFile = organised(file, edits({1}));
+        QVERIFY(contentOf(organisedFile).starts_with("%PDF-2.0"));
+        const InspectedPDF part(organisedFile);
         const QJsonValue kept = part.at(part.catalog(), "/StructTreeRoot", "/K", 0);
         QCOMPARE(part.at(kept, "/K").toArray().size(), 2); // the paragraph of the page, and the cell
         QCOMPARE(part.at(kept, "/K", 0, "/Pg"), part.page(0));

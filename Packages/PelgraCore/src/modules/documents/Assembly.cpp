@@ -176,7 +176,7 @@ void Assembly::write(ByteSink& sink, const std::stop_token& stop)
     writer.setOutputPipeline(&pipeline);
     writer.setObjectStreamMode(qpdf_o_generate);
     for (const std::unique_ptr<Input>& input : m_inputs)
-        writer.setMinimumPDFVersion(input->source.document().getVersionAsPDFVersion());
+        writer.setMinimumPDFVersion(input->source.version());
     writer.write();
     pipeline.rethrowFailure();
 }

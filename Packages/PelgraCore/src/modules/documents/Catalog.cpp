@@ -37,7 +37,8 @@ void addViewing(Object catalog, Input& first, const Inputs& inputs, const Catalo
     Object source = first.source.catalog();
     LinkRewriter links(first, inputs);
     first.copier.setPlaces({&first.places});
-    for (const char* const key : {"/Lang", "/ViewerPreferences", "/PageLayout", "/PageMode", "/OutputIntents"})
+    for (const char* const key :
+         {"/Lang", "/ViewerPreferences", "/PageLayout", "/PageMode", "/OutputIntents", "/Extensions"})
         setUnlessEmpty(catalog, key, first.copier.copy(valueOf(source, key)));
     if (!options.isPart && inputs.size() == 1)
         setUnlessEmpty(catalog, "/Collection", first.copier.copy(valueOf(source, "/Collection")));

@@ -108,6 +108,19 @@ void SourceDocument::openWithoutTrailer()
     }
 }
 
+PDFVersion SourceDocument::version()
+{
+    PDFVersion version = m_document->getVersionAsPDFVersion();
+    // A program that only appended to the file could not raise the version at its start, but in the catalogue.
+    const std::string later = nameOf(catalog(), "/Version");
+    const auto digitAt = [&](std::size_t position) {
+        return later[position] >= '0' && later[position] <= '9' ? later[position] - '0' : 0;
+    };
+    if (later.size() == std::size("/1.7") - 1)
+        version.updateIfGreater({digitAt(1), digitAt(3), version.getExtensionLevel()});
+    return version;
+}
+
 bool SourceDocument::mayListUnusedResources(std::size_t pageIndex)
 {
     if (!m_resourceUsers) {

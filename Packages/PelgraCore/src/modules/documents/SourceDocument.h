@@ -3,6 +3,8 @@
 #include "PageTree.h"
 #include "PelgraCore/ImageLoading.h"
 
+#include <qpdf/PDFVersion.hh>
+
 #include <filesystem>
 #include <memory>
 
@@ -19,6 +21,8 @@ public:
     const std::filesystem::path& file() const { return m_file; }
     QPDF& document() { return *m_document; }
     Object catalog() { return m_document->getRoot(); }
+    /// The format's version that the document asks for.
+    PDFVersion version();
     const std::vector<SourcePage>& pages() const { return m_pages; }
 
     /// Whether a page lists resources that are not its alone, or so many that it hardly uses all of them.
