@@ -75,6 +75,42 @@ private Q_SLOTS:
 
     void keepsOneBlankBetweenWords() { QCOMPARE(textOf({piece(U"  one   two  ")}), QByteArray("  one two")); }
 
+    void joinsSpacedLetters_data()
+    {
+        QTest::addColumn<QString>("drawn");
+        QTest::addColumn<float>("spacing");
+        QTest::addColumn<QByteArray>("text");
+        QTest::newRow("words") << "SPACED letters here" << 3.0F << QByteArray("SPACED letters here");
+        QTest::newRow("wide") << "SPACED letters" << 6.0F << QByteArray("SPACED letters");
+        QTest::newRow("one word, narrowly") << "HEADING" << 1.8F << QByteArray("HEADING");
+        QTest::newRow("single letters") << "ABCDEFG" << 2.5F << QByteArray("A B C D E F G");
+        QTest::newRow("digits of a form") << "1234 5678 9012" << 4.0F << QByteArray("1 2 3 4 5 6 7 8 9 0 1 2");
+        QTest::newRow("pairs of letters") << "ab cd ef gh" << 3.0F << QByteArray("a b c d e f g h");
+        QTest::newRow("too few to tell") << "no go" << 3.0F << QByteArray("n o g o");
+    }
+    void joinsSpacedLetters()
+    {
+        QFETCH(QString, drawn);
+        QFETCH(float, spacing);
+        QFETCH(QByteArray, text);
+        std::vector<TextPiece> letters;
+        float start = 0;
+        for (const char32_t code : drawn.toStdU32String()) {
+            letters.push_back(piece(std::u32string_view(&code, 1), start));
+            start += 5 + spacing;
+        }
+        QCOMPARE(textOf(letters), text);
+    }
+
+    void readsTextDrawnTwiceOnce()
+    {
+        const TextPiece again = piece(U"bold", 0.4F, 100.3F);
+        QCOMPARE(textOf({piece(U"bold"), again}), QByteArray("bold"));
+        QCOMPARE(textOf({piece(U"bold"), piece(U"next", 0, 112), again}), QByteArray("bold\nnext"));
+        QCOMPARE(textOf({piece(U"bold"), piece(U"bald", 0.4F)}), QByteArray("bold\nbald"));
+        QCOMPARE(textOf({piece(U"ha"), piece(U"ha", 10)}), QByteArray("haha"));
+    }
+
     void leavesALineEmptyBetweenParagraphs_data()
     {
         QTest::addColumn<std::vector<float>>("baselines");
@@ -146,10 +182,12 @@ private Q_SLOTS:
         QCOMPARE(textOf({piece(characters.toStdU32String())}), text);
     }
 
-    void dropsInvisibleSoftHyphens()
+    void dropsWhatTakesNoRoom()
     {
         TextPiece text = piece(U"co\u00ADop");
         text.characters[2].end = text.characters[2].start;
+        QCOMPARE(textOf({text}), QByteArray("coop"));
+        text.characters[2].code = Unicode::replacement; // such as a tab, of which fonts know nothing
         QCOMPARE(textOf({text}), QByteArray("coop"));
     }
 

@@ -1,5 +1,6 @@
 #include "PageText.h"
 
+#include "SpacedLetters.h"
 #include "Unicode.h"
 
 #include <algorithm>
@@ -30,6 +31,12 @@ constexpr float usualStep = 1.3F;
 constexpr float smallestStep = 0.7F;
 constexpr float largestStep = 3.5F;
 constexpr std::size_t fewestSteps = 4;
+/// Text drawn once more within this distance, in font sizes, is drawn to look bold. Among so many pieces it is looked
+/// for.
+constexpr float largestShift = 0.1F;
+constexpr std::size_t repeatReach = 8;
+/// Narrower ones show nothing.
+constexpr float smallestGlyph = 0.01F;
 /// With this share of unknown characters a text layer is worth nothing.
 constexpr double unreadableShare = 0.3;
 
@@ -128,11 +135,29 @@ void addSpaceBetween(std::vector<PlacedCharacter>& characters, const Extent& ext
         characters.push_back({U' ', from, to, size});
 }
 
+bool isAtSamePlace(const PlacedCharacter& character, const PlacedCharacter& again)
+{
+    return character.code == again.code && std::abs(character.start - again.start) <= largestShift * character.size
+        && std::abs(character.size - again.size) <= largestShift * character.size;
+}
+
+/// Whether one of the pieces before is the same text in the same place.
+bool isRepeated(std::span<const TextPiece> before, const TextPiece& piece)
+{
+    const float shift = largestShift * piece.characters.front().size;
+    return std::ranges::any_of(before.last(std::min(before.size(), repeatReach)), [&](const TextPiece& other) {
+        return other.isVertical == piece.isVertical && other.directionX == piece.directionX
+            && other.directionY == piece.directionY && std::abs(other.baseline - piece.baseline) <= shift
+            && std::ranges::equal(other.characters, piece.characters, isAtSamePlace);
+    });
+}
+
 std::vector<VisualLine> visualLinesFrom(std::span<const TextPiece> pieces)
 {
     std::vector<VisualLine> lines;
     for (const TextPiece& piece : pieces) {
-        if (piece.characters.empty())
+        const auto index = static_cast<std::size_t>(&piece - pieces.data());
+        if (piece.characters.empty() || isRepeated(pieces.first(index), piece))
             continue;
         const Extent extent = extentOf(piece);
         if (lines.empty() || !continues(lines.back(), piece, extent)) {
@@ -224,7 +249,10 @@ void dropDoubledBlanks(std::vector<PlacedCharacter>& characters)
 /// What is left for a reader: soft hyphens resolved, invisible characters gone.
 void makeReadable(std::vector<PlacedCharacter>& characters)
 {
-    std::erase_if(characters, [](const PlacedCharacter& character) { return isInvisible(character.code); });
+    std::erase_if(characters, [](const PlacedCharacter& character) {
+        const bool isEmpty = std::abs(character.end - character.start) < smallestGlyph * character.size;
+        return isInvisible(character.code) || (character.code == Unicode::replacement && isEmpty);
+    });
     dropTrailingBlanks(characters);
     dropDoubledBlanks(characters);
     if (!characters.empty() && isLineEndHyphen(characters.back().code))
@@ -269,6 +297,8 @@ std::vector<Line> linesFrom(std::span<const TextPiece> pieces)
         previous = &line;
         if (!line.isVertical && hasRightToLeft(line.characters))
             line.characters = inReadingOrder(std::move(line.characters), pageIsRightToLeft);
+        else if (!line.isVertical)
+            joinSpacedLetters(line.characters);
         makeReadable(line.characters);
         if (!line.characters.empty())
             lines.push_back(lineFrom(line.characters));
