@@ -8,21 +8,49 @@
 #include <QDBusVariant>
 #include <QStyle>
 
-#include <optional>
+#include <algorithm>
+#include <array>
 
 namespace Pelgra::Motion {
 
 namespace {
 
-// The settings portal of freedesktop.org hands on the desktop's own keys, this one also for other toolkits' desktops.
+// The settings portal of freedesktop.org hands on the desktop's own keys.
 const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString portalInterface = QStringLiteral("org.freedesktop.portal.Settings");
-const QString settingsNamespace = QStringLiteral("org.gnome.desktop.interface");
-const QString animationsKey = QStringLiteral("enable-animations");
 
-/// What the desktop said last; nothing as long as it has not.
-std::optional<bool> animationsEnabled;
+struct DesktopSetting {
+    QString group;
+    QString key;
+    bool (*asksForLess)(const QVariant& value);
+    bool isOn = false; ///< it asks for reduced motion, as far as the desktop has said
+};
+
+/// The portal's own key, which younger desktops know, and those of two families of desktops.
+std::array<DesktopSetting, 3> settings{{
+    {QStringLiteral("org.freedesktop.appearance"), QStringLiteral("reduced-motion"),
+     [](const QVariant& value) {
+         return value.toUInt() == 1;
+     }},
+    {QStringLiteral("org.gnome.desktop.interface"), QStringLiteral("enable-animations"),
+     [](const QVariant& value) {
+         return !value.toBool();
+     }},
+    {QStringLiteral("org.kde.kdeglobals.KDE"), QStringLiteral("AnimationDurationFactor"),
+     [](const QVariant& value) {
+         bool isNumber = false;
+         return value.toString().toDouble(&isNumber) == 0 && isNumber;
+     }},
+}};
+
+void take(DesktopSetting& setting, QVariant value)
+{
+    // The portal's older question wraps the value twice.
+    while (value.canConvert<QDBusVariant>())
+        value = value.value<QDBusVariant>().variant();
+    setting.isOn = setting.asksForLess(value);
+}
 
 class PortalListener : public QObject {
     Q_OBJECT
@@ -30,11 +58,27 @@ class PortalListener : public QObject {
 public:
     using QObject::QObject;
 
+    void ask(DesktopSetting& setting)
+    {
+        QDBusMessage question =
+            QDBusMessage::createMethodCall(portalService, portalPath, portalInterface, QStringLiteral("Read"));
+        question << setting.group << setting.key;
+        auto* const watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
+        connect(watcher, &QDBusPendingCallWatcher::finished, this, [&setting](QDBusPendingCallWatcher* answered) {
+            const QDBusPendingReply<QDBusVariant> reply = *answered;
+            if (reply.isValid())
+                take(setting, reply.value().variant());
+            answered->deleteLater();
+        });
+    }
+
 public Q_SLOTS:
     void settingChanged(const QString& group, const QString& key, const QDBusVariant& value)
     {
-        if (group == settingsNamespace && key == animationsKey)
-            animationsEnabled = value.variant().toBool();
+        for (DesktopSetting& setting : settings) {
+            if (group == setting.group && key == setting.key)
+                take(setting, value.variant());
+        }
     }
 };
 
@@ -43,7 +87,7 @@ public Q_SLOTS:
 bool isReduced()
 {
     static const bool asked = qEnvironmentVariableIntValue("PELGRA_REDUCED_MOTION") == 1;
-    if (asked || animationsEnabled == false)
+    if (asked || std::any_of(settings.begin(), settings.end(), [](const auto& setting) { return setting.isOn; }))
         return true;
     return qApp && qApp->style() && qApp->style()->styleHint(QStyle::SH_Widget_Animation_Duration) == 0;
 }
@@ -53,23 +97,13 @@ void followDesktop(QObject* context)
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
+    // The bus looks up a slot's types by their names, which nobody may have told yet (Qt 6.4), and connects nothing then.
+    qRegisterMetaType<QDBusVariant>();
     auto* const listener = new PortalListener(context);
     bus.connect(portalService, portalPath, portalInterface, QStringLiteral("SettingChanged"), listener,
                 SLOT(settingChanged(QString, QString, QDBusVariant)));
-    QDBusMessage question =
-        QDBusMessage::createMethodCall(portalService, portalPath, portalInterface, QStringLiteral("Read"));
-    question << settingsNamespace << animationsKey;
-    auto* const watcher = new QDBusPendingCallWatcher(bus.asyncCall(question), listener);
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, listener, [](QDBusPendingCallWatcher* answered) {
-        const QDBusPendingReply<QDBusVariant> reply = *answered;
-        if (reply.isValid()) {
-            // The portal wraps the value a second time.
-            const QVariant value = reply.value().variant();
-            animationsEnabled =
-                (value.canConvert<QDBusVariant>() ? value.value<QDBusVariant>().variant() : value).toBool();
-        }
-        answered->deleteLater();
-    });
+    for (DesktopSetting& setting : settings)
+        listener->ask(setting);
 }
 
 } // namespace Pelgra::Motion

@@ -2,8 +2,6 @@
 
 #include <QObject>
 
-class QPropertyAnimation;
-
 /// Whether and how things move. Main thread.
 namespace Pelgra::Motion {
 

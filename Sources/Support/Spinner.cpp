@@ -19,6 +19,8 @@ Spinner::Spinner(int diameter, QWidget* parent)
     setFixedSize(diameter, diameter);
     m_timer.setInterval(millisecondsPerStep);
     connect(&m_timer, &QTimer::timeout, this, [this] {
+        if (Motion::isReduced())
+            return; // the desktop may change its mind meanwhile
         m_step = (m_step + 1) % spokes;
         update();
     });
@@ -50,8 +52,7 @@ void Spinner::paintEvent(QPaintEvent*)
 
 void Spinner::showEvent(QShowEvent* event)
 {
-    if (!Motion::isReduced())
-        m_timer.start();
+    m_timer.start();
     QWidget::showEvent(event);
 }
 

@@ -11,7 +11,7 @@ import time
 
 import pictures
 import scenarios
-from desktop import Desktop, Failure, wait_for
+from desktop import GTK_PYTHON, HERE, Desktop, Failure, wait_for
 from scenarios import address
 from tool_scenarios import Window, expect_pages
 from tray import Tray, expect_labels
@@ -283,6 +283,55 @@ def nonsense_is_refused(session):
     if process.child.wait(10) != 2 or not process.says("There is no option --unknown."):
         raise Failure(process.text())
     session.started.remove(process)
+
+
+def settings_portal(session, command, *setting):
+    return session.desktop.run(f"portal {command}", [GTK_PYTHON, HERE / "Sources/settings_portal.py", command, *setting])
+
+
+def panel_picture(session):
+    """What the one panel shows where it turns."""
+    window = wait_for(lambda: scenarios.panels(session), "the panel")[0]
+    return session.display.pixels(window, [(x, y) for x in range(14, 36, 2) for y in range(8, 32, 2)])
+
+
+def is_still(session, samples=9, pause=0.05):
+    """Whether a panel, which turns ten times a second, looks the same for several of its steps."""
+    first = panel_picture(session)
+    for _ in range(samples):
+        time.sleep(pause)
+        if panel_picture(session) != first:
+            return False
+    return True
+
+
+@scenario
+def settings_of_the_desktop_still_what_moves(session):
+    """From the start, and as they change while a panel is shown."""
+    paper = session.document("paper.pdf", *[(595, 842)] * 4000)
+    for group, key, less, more in (("org.freedesktop.appearance", "reduced-motion", "uint32 1", "uint32 0"),
+                                   ("org.gnome.desktop.interface", "enable-animations", "false", "true"),
+                                   ("org.kde.kdeglobals.KDE", "AnimationDurationFactor", "'0'", "'1.5'")):
+        portal = settings_portal(session, "serve", group, key, less)
+        portal.wait_for("ready")
+        process = session.launch()
+        portal.wait_for(f"asked {group} {key}")
+        session.hand_over("wheel", paper)
+        session.wheel()
+        press(session, "Tab")
+        press(session, "Return")
+        process.wait_for("Job started")
+        wait_for(lambda: is_still(session), f"a panel that stands still since {key} is {less}")
+        for value, stands_still in ((more, False), (less, True), (more, False)):
+            change = settings_portal(session, "set", group, key, value)
+            if change.child.wait(10):
+                raise Failure(change.text())
+            wait_for(lambda: is_still(session) == stands_still, f"the effect of {key} {value}")
+        process.child.send_signal(signal.SIGTERM)
+        if process.child.wait(10):
+            raise Failure(f"it ended with {process.child.returncode}")
+        session.started.remove(process)
+        session.desktop.end(portal)
 
 
 def main():
