@@ -97,7 +97,7 @@ void followDesktop(QObject* context)
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
-    // The bus looks up a slot's types by their names, which nobody may have told yet (Qt 6.4), and connects nothing then.
+    // The bus looks up a slot's types by their names, and connects nothing where nobody has told one yet (Qt 6.4).
     qRegisterMetaType<QDBusVariant>();
     auto* const listener = new PortalListener(context);
     bus.connect(portalService, portalPath, portalInterface, QStringLiteral("SettingChanged"), listener,

@@ -285,8 +285,9 @@ def nonsense_is_refused(session):
     session.started.remove(process)
 
 
-def settings_portal(session, command, *setting):
-    return session.desktop.run(f"portal {command}", [GTK_PYTHON, HERE / "Sources/settings_portal.py", command, *setting])
+def settings_portal(session, command, group, key, value):
+    return session.desktop.run(f"portal {command} {key}",
+                               [GTK_PYTHON, HERE / "Sources/settings_portal.py", command, group, key, value])
 
 
 def panel_picture(session):
