@@ -1,9 +1,30 @@
 #include "PelgraCore/ImageLoading.h"
 
+#include <cstdlib>
 #include <limits>
+#include <new>
 #include <utility>
 
+#include <sys/mman.h>
+
 namespace Pelgra {
+
+void* PictureMemory::allocate(std::size_t bytes)
+{
+    constexpr std::size_t largePage = std::size_t{2} << 20;
+    if (bytes > std::numeric_limits<std::size_t>::max() - largePage)
+        throw std::bad_alloc();
+    void* const memory = std::aligned_alloc(largePage, (bytes + largePage - 1) / largePage * largePage);
+    if (!memory)
+        throw std::bad_alloc();
+    madvise(memory, bytes / largePage * largePage, MADV_HUGEPAGE); // a wish
+    return memory;
+}
+
+void PictureMemory::release(void* memory) noexcept
+{
+    std::free(memory);
+}
 
 namespace {
 

@@ -16,9 +16,30 @@ namespace Pelgra {
 /// Bytes of a file, a profile or a metadata block.
 using Bytes = std::vector<std::byte>;
 
+/// Memory for pictures. The system is asked for large pages, which saves it thousands of small ones and us a tenth of
+/// the time. Throws std::bad_alloc.
+namespace PictureMemory {
+inline constexpr std::size_t leastBytes = std::size_t{4} << 20; ///< below this, memory is had as usual
+void* allocate(std::size_t bytes);
+void release(void* memory) noexcept;
+} // namespace PictureMemory
+
 /// Leaves new elements uninitialised: every byte of a picture is written by its decoder anyway.
 template <typename T>
 struct UninitializedAllocator : std::allocator<T> {
+    T* allocate(std::size_t count)
+    {
+        return count < PictureMemory::leastBytes / sizeof(T)
+            ? std::allocator<T>::allocate(count)
+            : static_cast<T*>(PictureMemory::allocate(count * sizeof(T)));
+    }
+    void deallocate(T* memory, std::size_t count)
+    {
+        if (count < PictureMemory::leastBytes / sizeof(T))
+            std::allocator<T>::deallocate(memory, count);
+        else
+            PictureMemory::release(memory);
+    }
     template <typename U>
     struct rebind {
         using other = UninitializedAllocator<U>;
