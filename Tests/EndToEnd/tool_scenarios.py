@@ -177,6 +177,7 @@ def escape_closes_a_window_without_a_result(scene):
     drop_on_tool(scene, "merge", [document(scene, "a.pdf", (100, 200)), document(scene, "b.pdf", (100, 200))])
     window = Window(scene, "Merge PDFs")
     window.click(320, 560)
+    wait_for(lambda: scene.display.focus() == window.window, "the focus in the window")
     scene.tap("Escape")
     scene.app.wait_for("mergePDF window closed without a result", scene.since)
     scene.expect_files("a.pdf", "b.pdf")
