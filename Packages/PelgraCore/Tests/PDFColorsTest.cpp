@@ -2,6 +2,7 @@
 
 #include "RenderingModule.h"
 #include "Support/DrawnPages.h"
+#include "Support/ImageSamples.h"
 #include "Support/PDFSamples.h"
 #include "Support/TemporaryFolder.h"
 
@@ -43,6 +44,8 @@ private slots:
     void inkLooksAsPrinted();
     void picturesInInkLookAlike_data();
     void picturesInInkLookAlike();
+    void profilesDecide_data();
+    void profilesDecide();
     void screenColorsInGroupsOfInkStay();
     void seesEveryColor_data();
     void seesEveryColor();
@@ -101,6 +104,57 @@ void PDFColorsTest::picturesInInkLookAlike()
         + " >>";
     builder.addPage(page);
     QVERIFY(isNear(drawnBy(builder.build()), redOfInks, 4));
+}
+
+void PDFColorsTest::profilesDecide_data()
+{
+    QTest::addColumn<QByteArray>("contents");
+    QTest::addColumn<QList<int>>("wanted");
+    const QList<int> wide{0, 179, 66}; // 0.2/0.7/0.3 of the wide space, as other readers draw it
+    QTest::newRow("fill") << QByteArray("/Wide cs 0.2 0.7 0.3 sc 0 0 100 100 re f") << wide;
+    QTest::newRow("neutral") << QByteArray("/Wide cs 0.5 0.5 0.5 sc 0 0 100 100 re f") << QList<int>{128, 128, 128};
+    QTest::newRow("picture") << QByteArray("100 0 0 100 0 0 cm /Picture Do") << wide;
+    QTest::newRow("half transparent") << QByteArray("100 0 0 100 0 0 cm /Masked Do") << QList<int>{127, 217, 160};
+    QTest::newRow("palette") << QByteArray("100 0 0 100 0 0 cm /Palette Do") << wide;
+    QTest::newRow("spot colour") << QByteArray("/Spot cs 1 scn 0 0 100 100 re f") << wide;
+    QTest::newRow("gradient") << QByteArray("/Shade sh") << wide;
+    QTest::newRow("group") << QByteArray("/Group Do") << QList<int>{51, 179, 77}; // of colours of the screen
+    QTest::newRow("broken profile") << QByteArray("/Broken cs 0.2 0.7 0.3 sc 0 0 100 100 re f")
+                                    << QList<int>{51, 179, 77};
+}
+
+void PDFColorsTest::profilesDecide()
+{
+    QFETCH(QByteArray, contents);
+    QFETCH(QList<int>, wanted);
+    PDFBuilder builder;
+    const Bytes profile = wideRgbProfile();
+    const std::string_view bytes(reinterpret_cast<const char*>(profile.data()), profile.size());
+    const std::string wide = "[/ICCBased " + reference(builder.addStream(bytes, "/N 3")) + "]";
+    const std::string broken =
+        "[/ICCBased " + reference(builder.addStream(bytes.substr(0, profile.size() / 2), "/N 3")) + "]";
+    const auto picture = [&](const std::string& pixel, const std::string& entries) {
+        return reference(builder.addStream(
+            pixel, "/Type /XObject /Subtype /Image /Width 1 /Height 1 /BitsPerComponent 8 " + entries));
+    };
+    const std::string pixel = "\x33\xB2\x4D";
+    const std::string function = " << /FunctionType 2 /Domain [0 1] /N 1 /C0 [0.2 0.7 0.3] /C1 [0.2 0.7 0.3] >>";
+    const std::string group = reference(builder.addStream(
+        "0.2 0.7 0.3 rg 0 0 100 100 re f",
+        "/Type /XObject /Subtype /Form /BBox [0 0 100 100] /Group << /S /Transparency /I true /CS " + wide + " >>"));
+    SamplePage page;
+    page.mediaBox = "[0 0 100 100]";
+    page.contents = contents.toStdString();
+    page.resources = "/ColorSpace << /Wide " + wide + " /Broken " + broken + " /Spot [/Separation /Some " + wide
+        + function + "] >> /XObject << /Picture " + picture(pixel, "/ColorSpace " + wide) + " /Masked "
+        + picture(pixel, "/ColorSpace " + wide + " /SMask " + picture("\x80", "/ColorSpace /DeviceGray")) + " /Palette "
+        + picture("\x01", "/ColorSpace [/Indexed " + wide + " 1 <00000033B24D>]") + " /Group " + group
+        + " >> /Shading << /Shade << /ShadingType 2 /Coords [0 0 100 0] /ColorSpace " + wide + " /Function" + function
+        + " >> >>";
+    builder.addPage(page);
+    const DrawnColor shown = drawnBy(builder.build());
+    QVERIFY2(isNear(shown, {wanted[0], wanted[1], wanted[2]}, 3),
+             qPrintable(QString("%1 %2 %3").arg(shown[0]).arg(shown[1]).arg(shown[2])));
 }
 
 void PDFColorsTest::screenColorsInGroupsOfInkStay()

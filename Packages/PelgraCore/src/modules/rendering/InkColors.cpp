@@ -1,3 +1,5 @@
+#include "ProfileColors.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -10,7 +12,7 @@
 /// Debian builds MuPDF without colour management: amounts of ink become colours by subtraction, which no print looks
 /// like. The linker puts these functions (--wrap) between the part that decides what is converted and the conversion.
 extern "C" {
-struct fz_color_converter;
+struct fz_color_converter; // begins as ConverterStart
 using InkConversion = void(fz_context*, fz_color_converter*, const float*, float*);
 
 InkConversion* __real_fz_lookup_fast_color_converter(fz_context* context, fz_colorspace* from, fz_colorspace* to);
@@ -121,16 +123,48 @@ bool isFromInkToScreen(const fz_colorspace* from, const fz_colorspace* to)
     return from && to && from->type == FZ_COLORSPACE_CMYK && to->type == FZ_COLORSPACE_RGB;
 }
 
+/// The library's own structure as far as it is used here.
+struct ConverterStart {
+    InkConversion* convert;
+    InkConversion* convertVia;
+    const fz_colorspace* to;
+    const fz_colorspace* from;
+};
+
+bool isFromProfile(const fz_colorspace* from, const fz_colorspace* to)
+{
+    using Pelgra::Rendering::hasProfile;
+    return to && hasProfile(from) && !hasProfile(to)
+        && (to->type == FZ_COLORSPACE_RGB || to->type == FZ_COLORSPACE_GRAY);
+}
+
+void convertFromProfile(fz_context*, fz_color_converter* converter, const float* from, float* to)
+{
+    const auto& spaces = *reinterpret_cast<const ConverterStart*>(converter);
+    Color color{};
+    if (const auto conversion = Pelgra::Rendering::conversionOf(spaces.from))
+        conversion->convertColor(from, color.data());
+    if (spaces.to->type == FZ_COLORSPACE_GRAY)
+        to[0] = color[0] * 0.3F + color[1] * 0.59F + color[2] * 0.11F; // as the library weighs them
+    else
+        std::copy(color.begin(), color.end(), to);
+}
+
 } // namespace
 
 InkConversion* __wrap_fz_lookup_fast_color_converter(fz_context* context, fz_colorspace* from, fz_colorspace* to)
 {
+    if (isFromProfile(from, to))
+        return convertFromProfile;
     return isFromInkToScreen(from, to) ? convertInks : __real_fz_lookup_fast_color_converter(context, from, to);
 }
 
 void __wrap_fz_convert_fast_pixmap_samples(fz_context* context, const fz_pixmap* from, fz_pixmap* to, int copySpots)
 {
     const bool isPlain = from->s == 0 && to->s == 0 && from->w == to->w && from->h == to->h;
+    if (isPlain && isFromProfile(from->colorspace, to->colorspace)
+        && Pelgra::Rendering::convertProfilePixels(*from, *to))
+        return;
     if (isPlain && isFromInkToScreen(from->colorspace, to->colorspace))
         convertPixels(*from, *to);
     else

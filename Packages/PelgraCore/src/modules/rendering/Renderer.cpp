@@ -1,5 +1,6 @@
 #include "Renderer.h"
 
+#include "ProfileColors.h"
 #include "RunPart.h"
 #include "TextPieces.h"
 
@@ -63,12 +64,12 @@ int beginBoundedTile(fz_context* context, fz_device* device, fz_rect area, fz_re
 using BeginGroup = void (*)(fz_context*, fz_device*, fz_rect, fz_colorspace*, int, int, int, float);
 thread_local BeginGroup beginGroupOfLibrary = nullptr;
 
-/// Groups in ink are drawn in the colours of the page instead: what is not ink in them would come out as other colours
-/// on the way to ink and back.
+/// Groups in ink or with a profile are drawn in the colours of the page instead: what is not of their space would come
+/// out as other colours on the way there and back.
 void beginGroupInPageColors(fz_context* context, fz_device* device, fz_rect area, fz_colorspace* space, int isIsolated,
                             int isKnockout, int blendMode, float alpha)
 {
-    fz_colorspace* const drawn = fz_colorspace_is_cmyk(context, space) ? nullptr : space;
+    fz_colorspace* const drawn = fz_colorspace_is_cmyk(context, space) || hasProfile(space) ? nullptr : space;
     beginGroupOfLibrary(context, device, area, drawn, isIsolated, isKnockout, blendMode, alpha);
 }
 

@@ -61,6 +61,16 @@ void WorkAccount::begin(std::stop_token stop, std::span<const std::byte> bitmap,
     currentAccount = this;
 }
 
+bool WorkAccount::keep(std::shared_ptr<const void> thing)
+{
+    constexpr std::size_t mostThings = 64;
+    if (m_kept.size() < mostThings)
+        m_kept.insert(std::move(thing));
+    else if (m_kept.count(thing) == 0)
+        return false;
+    return true;
+}
+
 void WorkAccount::end()
 {
     m_isWorking = false;

@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <set>
 #include <span>
 #include <stop_token>
 #include <utility>
@@ -44,6 +46,8 @@ public:
 
     /// The account whose piece of work is under way on this thread, or null: for decoders with memory of their own.
     static WorkAccount* current();
+    /// Keeps something alive as long as the context. False where it keeps too much already.
+    bool keep(std::shared_ptr<const void> thing);
     /// Has the piece of work count as one that ran out of memory.
     void noteRefusal() { m_ranOutOfMemory = true; }
 
@@ -74,6 +78,7 @@ private:
     std::uint64_t m_lightness = 0; ///< of the bitmap at the last look
     std::stop_token m_stop;
     std::span<const std::byte> m_bitmap;
+    std::set<std::shared_ptr<const void>> m_kept;
 };
 
 /// Holds a piece of work open.
