@@ -4,6 +4,8 @@
 #include "UniqueDescriptor.h"
 
 #include <ctime>
+#include <mutex>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -44,6 +46,22 @@ std::filesystem::path hiddenName(const std::filesystem::path& directory)
 void claimHidden(int descriptor)
 {
     flock(descriptor, LOCK_EX | LOCK_NB);
+}
+
+void removeLeftBehindOnce(const std::filesystem::path& directory) noexcept
+{
+    try {
+        static std::mutex mutex;
+        static std::set<std::filesystem::path> seen;
+        {
+            const std::lock_guard lock(mutex);
+            if (!seen.insert(directory).second)
+                return;
+        }
+        removeLeftBehind(directory);
+    } catch (const std::exception&) {
+        // No memory to remember it.
+    }
 }
 
 void removeLeftBehind(const std::filesystem::path& directory) noexcept

@@ -16,4 +16,7 @@ void claimHidden(int descriptor);
 /// Removes what was left behind in the folder under such names: what nobody claims and nobody has changed for a while.
 void removeLeftBehind(const std::filesystem::path& directory) noexcept;
 
+/// The same for the first call of this process about a folder: a job of many files must not list it for each of them.
+void removeLeftBehindOnce(const std::filesystem::path& directory) noexcept;
+
 } // namespace Pelgra

@@ -119,7 +119,7 @@ OutputFile::OutputFile(const std::filesystem::path& directory)
     m_descriptor.reset(open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, fileMode));
     if (!m_descriptor) {
         // Not every file system knows unnamed files (EOPNOTSUPP, or EISDIR from an old kernel).
-        removeLeftBehind(m_directory);
+        removeLeftBehindOnce(m_directory);
         m_temporaryName = hiddenName(m_directory);
         m_descriptor.reset(open(m_temporaryName.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, fileMode));
     }
