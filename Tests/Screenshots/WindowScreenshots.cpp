@@ -168,6 +168,7 @@ private:
         ToolWindowController::present(tool, wanted, [](const auto&) {});
         ToolWindowController& controller = *ToolWindowController::openControllers().front();
         ToolWindow& window = controller.window();
+        jobPool().waitForDone(); // the pages are counted
         grabSettled(window.geometry()); // until thumbnails are there
         utilityPool().waitForDone();
         steps(controller);
