@@ -3,6 +3,7 @@
 #include "Settings/Preferences.h"
 #include "Support/Logging.h"
 #include "Support/LoginItem.h"
+#include "Support/SecondaryLabel.h"
 #include "Support/SystemSettings.h"
 
 #include <QCheckBox>
@@ -64,10 +65,9 @@ QFrame* makeSection(QWidget* parent)
 
 QLabel* makeNote(const QString& text, QWidget* parent)
 {
-    auto* const note = new QLabel(text, parent);
+    auto* const note = new SecondaryLabel(text, parent);
     note->setWordWrap(true);
     note->setTextFormat(Qt::PlainText);
-    note->setForegroundRole(QPalette::PlaceholderText);
     QFont font = note->font();
     font.setPixelSize(footerPixels);
     note->setFont(font);
@@ -191,8 +191,9 @@ QWidget* SettingsView::makeSystem()
     m_loginError = makeNote(QString(), section);
     m_loginError->setObjectName(QStringLiteral("loginItemError"));
     QPalette red = m_loginError->palette();
-    red.setColor(QPalette::PlaceholderText, QColor(0xD7, 0x1D, 0x1D));
+    red.setColor(QPalette::WindowText, QColor(0xD7, 0x1D, 0x1D));
     m_loginError->setPalette(red);
+    m_loginError->setForegroundRole(QPalette::WindowText);
     m_updates = new QCheckBox(QStringLiteral("Check for updates automatically"), section);
     m_updates->setObjectName(QStringLiteral("checkForUpdatesAutomatically"));
     connect(m_updates, &QCheckBox::clicked, m_preferences, &Preferences::setCheckForUpdatesAutomatically);

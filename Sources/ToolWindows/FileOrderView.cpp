@@ -1,5 +1,6 @@
 #include "ToolWindows/FileOrderView.h"
 
+#include "Support/SecondaryLabel.h"
 #include "ToolWindows/OrderedFileList.h"
 #include "ToolWindows/ToolChrome.h"
 
@@ -16,11 +17,10 @@ constexpr int lineGap = 4;
 
 QLabel* makeLine(const QString& text, int pixels, QWidget* parent)
 {
-    auto* const label = new QLabel(text, parent);
+    auto* const label = new SecondaryLabel(text, parent);
     QFont font = label->font();
     font.setPixelSize(pixels);
     label->setFont(font);
-    label->setForegroundRole(QPalette::PlaceholderText);
     return label;
 }
 

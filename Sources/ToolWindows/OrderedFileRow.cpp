@@ -1,6 +1,7 @@
 #include "ToolWindows/OrderedFileRow.h"
 
 #include "Support/Paths.h"
+#include "Support/SecondaryLabel.h"
 #include "Support/Symbols.h"
 #include "ToolWindows/FileThumbnail.h"
 #include "ToolWindows/ItemAccessibility.h"
@@ -47,9 +48,8 @@ protected:
     }
 };
 
-QLabel* makeLabel(QWidget* parent)
+QLabel* prepared(QLabel* label)
 {
-    auto* const label = new QLabel(parent);
     QFont font = label->font();
     font.setPixelSize(textPixels);
     label->setFont(font);
@@ -71,16 +71,17 @@ OrderedFileRow::OrderedFileRow(const OrderedFile& file, RowLeading leading, QWid
     : QWidget(parent)
     , m_file(file)
     , m_fileName(textFromPath(file.url.filename()))
-    , m_number(makeLabel(this))
-    , m_name(makeLabel(this))
+    , m_number(prepared(new SecondaryLabel(QString(), this)))
+    , m_name(prepared(new QLabel(this)))
     , m_up(new ChevronButton(QStringLiteral("chevron.up"), this))
     , m_down(new ChevronButton(QStringLiteral("chevron.down"), this))
 {
     setFocusPolicy(Qt::StrongFocus);
     setToolTip(textFromPath(file.url)); // tells two files of the same name apart
     m_number->setFixedWidth(numberWidth);
-    m_number->setForegroundRole(QPalette::PlaceholderText);
     m_name->setMinimumWidth(0);
+    // Beside its picture in whatever script it is written.
+    m_name->setAlignment((isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignAbsolute | Qt::AlignVCenter);
     m_up->setAccessibleName(QStringLiteral("Move %1 up").arg(m_fileName));
     m_down->setAccessibleName(QStringLiteral("Move %1 down").arg(m_fileName));
     connect(m_up, &QAbstractButton::clicked, this, [this] { Q_EMIT moveRequested(m_file.id, -1); });
@@ -104,6 +105,7 @@ OrderedFileRow::OrderedFileRow(const OrderedFile& file, RowLeading leading, QWid
 void OrderedFileRow::setPosition(std::size_t index, std::size_t count)
 {
     m_number->setText(QString::number(index + 1));
+    makeRoomForNumbers(count);
     const bool canMoveUp = index > 0;
     const bool canMoveDown = index + 1 < count;
     // At the end of the list the keyboard stays in the row; else it would go on to whatever comes next, and the key
@@ -120,6 +122,16 @@ void OrderedFileRow::setPosition(std::size_t index, std::size_t count)
     setSpokenName(*this, QStringLiteral("%1, %2").arg(m_fileName, place));
     setSpokenDescription(*m_up, place);
     setSpokenDescription(*m_down, place);
+}
+
+void OrderedFileRow::makeRoomForNumbers(std::size_t count)
+{
+    const int widest = m_number->fontMetrics().horizontalAdvance(QString(QString::number(count).size(), u'0'));
+    const int width = qMax(numberWidth, widest);
+    if (m_number->minimumWidth() == width)
+        return;
+    m_number->setFixedWidth(width);
+    elideName();
 }
 
 void OrderedFileRow::setDimmed(bool dimmed)
@@ -152,8 +164,11 @@ void OrderedFileRow::resizeEvent(QResizeEvent* event)
 
 void OrderedFileRow::elideName()
 {
-    const int used = leadingPadding + numberWidth + spacing + 36 + spacing + spacing + m_up->width() + trailingPadding;
-    m_name->setText(m_name->fontMetrics().elidedText(m_fileName, Qt::ElideMiddle, qMax(0, width() - used)));
+    const int used =
+        leadingPadding + m_number->minimumWidth() + spacing + 36 + spacing + spacing + m_up->width() + trailingPadding;
+    QString name = m_fileName;
+    name.replace(u'\n', u' '); // there is one line
+    m_name->setText(m_name->fontMetrics().elidedText(name, Qt::ElideMiddle, qMax(0, width() - used)));
 }
 
 void OrderedFileRow::keyPressEvent(QKeyEvent* event)

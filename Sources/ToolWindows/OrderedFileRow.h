@@ -44,6 +44,8 @@ protected:
     void focusOutEvent(QFocusEvent* event) override;
 
 private:
+    /// All rows leave room for the widest number of the list.
+    void makeRoomForNumbers(std::size_t count);
     void elideName();
 
     OrderedFile m_file;

@@ -1,6 +1,7 @@
 #include "ToolWindows/OrganizePDFView.h"
 
 #include "PelgraCore/Engine.h"
+#include "Support/SecondaryLabel.h"
 #include "Support/Spinner.h"
 #include "ToolWindows/PageGrid.h"
 #include "ToolWindows/ToolChrome.h"
@@ -27,11 +28,10 @@ enum PageState { loadingPage, emptyPage, gridPage };
 
 QLabel* makeText(const QString& text, int pixels, QWidget* parent)
 {
-    auto* const label = new QLabel(text, parent);
+    auto* const label = new SecondaryLabel(text, parent);
     QFont font = label->font();
     font.setPixelSize(pixels);
     label->setFont(font);
-    label->setForegroundRole(QPalette::PlaceholderText);
     label->setWordWrap(true);
     return label;
 }

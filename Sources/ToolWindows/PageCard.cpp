@@ -105,6 +105,7 @@ void PageCard::setPage(const PageEdit& edit, int number, int total)
     m_duplicate->setObjectName(QStringLiteral("duplicate-%1").arg(number - 1));
     m_remove->setObjectName(QStringLiteral("remove-%1").arg(number - 1));
     m_remove->setVisible(total > 1);
+    placeButtons();
 
     nameForReaders();
     update();
@@ -238,9 +239,14 @@ void PageCard::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
     m_drawn = {};
+    placeButtons();
+}
+
+void PageCard::placeButtons()
+{
     const int top = height() - padding - buttonDiameter;
-    const int whole = 3 * buttonDiameter + 2 * gap;
-    int left = (width() - whole) / 2;
+    const int count = m_remove->isHidden() ? 2 : 3;
+    int left = (width() - count * buttonDiameter - (count - 1) * gap) / 2;
     for (CircleIconButton* button : {m_rotate, m_duplicate, m_remove}) {
         button->move(left, top);
         left += buttonDiameter + gap;

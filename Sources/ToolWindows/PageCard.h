@@ -59,6 +59,7 @@ private:
     void drawPage(QPainter& painter, const QRectF& area) const;
     void paintBadge(QPainter& painter) const;
     void nameForReaders();
+    void placeButtons();
     void turnTo(std::int64_t rotation);
 
     PageEdit m_edit;

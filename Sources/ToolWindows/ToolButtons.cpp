@@ -1,5 +1,6 @@
 #include "ToolWindows/ToolButtons.h"
 
+#include "Support/SecondaryLabel.h"
 #include "Support/Symbols.h"
 
 #include <QPainter>
@@ -30,7 +31,7 @@ QColor primaryColor(const QWidget& widget, double opacity)
 
 QColor secondaryColor(const QWidget& widget)
 {
-    return primaryColor(widget, 0.62);
+    return SecondaryLabel::colorFor(widget);
 }
 
 bool showsFocus(const QWidget& widget)

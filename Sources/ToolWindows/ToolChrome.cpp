@@ -1,6 +1,7 @@
 #include "ToolWindows/ToolChrome.h"
 
 #include "Support/Motion.h"
+#include "Support/SecondaryLabel.h"
 #include "Support/Spinner.h"
 #include "ToolWindows/ToolButtons.h"
 #include "ToolWindows/ToolContext.h"
@@ -166,11 +167,10 @@ void ToolChrome::changeEvent(QEvent* event)
 
 ProgressOverlay::ProgressOverlay(const QString& message, QWidget* parent)
     : QWidget(parent)
-    , m_label(new QLabel(message, this))
+    , m_label(new SecondaryLabel(message, this))
 {
     setAccessibleName(message);
     m_label->setFont(fontOf(*this, 15, QFont::Normal));
-    m_label->setForegroundRole(QPalette::PlaceholderText);
     auto* const stack = new QVBoxLayout(this);
     stack->setSpacing(overlaySpacing);
     stack->addStretch();
