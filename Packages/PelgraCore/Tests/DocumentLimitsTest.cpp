@@ -87,6 +87,7 @@ private Q_SLOTS:
         TemporaryFolder folder;
         PDFBuilder builder;
         const int page = builder.addPage({});
+        const int odd = builder.add("<< /Type /Page /MediaBox [0 0 9 9] /Contents 42 >>");
         const int entry = builder.reserve();
         builder.set(entry,
                     "<< /Title (Round) /Next " + reference(entry) + " /First " + reference(entry) + " /Dest ["
@@ -98,11 +99,13 @@ private Q_SLOTS:
         builder.addToCatalog("/Outlines << /First " + reference(entry) + " >> /Names << /Dests " + reference(names)
                              + " /EmbeddedFiles " + reference(names) + " >> /PageLabels " + reference(names)
                              + " /AcroForm << /Fields [" + reference(field) + "] >>");
-        builder.set(2, "<< /Type /Pages /Count 1410065407 /Kids [2 0 R " + reference(page) + " 2 0 R] >>");
+        builder.set(2,
+                    "<< /Type /Pages /Count 1410065407 /Kids [2 0 R " + reference(page) + " 2 0 R " + reference(odd)
+                        + "] >>");
         const Path file = folder.write("round.pdf", builder.build());
-        QCOMPARE(module<DocumentsModule>(DocumentsModule::name).pageCount(file), 1);
+        QCOMPARE(module<DocumentsModule>(DocumentsModule::name).pageCount(file), 2);
         const InspectedPDF document(merged({file}));
-        QCOMPARE(document.pageCount(), 1);
+        QCOMPARE(document.pageCount(), 2);
         QCOMPARE(document.outline(), QStringLiteral("Round>0"));
     }
 

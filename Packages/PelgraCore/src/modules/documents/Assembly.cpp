@@ -20,6 +20,15 @@ bool takesEveryPage(const SourceDocument& source, const std::vector<PageRequest>
     return taken.size() == source.pages().size();
 }
 
+/// Without what is no content.
+Object copiedContents(ObjectCopier& copier, Object contents)
+{
+    std::vector<Object> streams = contentStreamsOf(contents);
+    for (Object& stream : streams)
+        stream = copier.copy(stream);
+    return contents.isStream() ? streams.front() : Object::newArray(streams);
+}
+
 } // namespace
 
 Assembly::Assembly(Kind kind)
@@ -90,7 +99,7 @@ void Assembly::fillPage(Input& input, PlacedPage& page, const PageRequest& reque
     if (request.scale < 1)
         scale(input, page, request);
     else
-        setUnlessEmpty(page.page, "/Contents", input.copier.copy(valueOf(source.object, "/Contents")));
+        setUnlessEmpty(page.page, "/Contents", copiedContents(input.copier, valueOf(source.object, "/Contents")));
 }
 
 Object Assembly::resourcesFor(Input& input, std::size_t sourceIndex)
