@@ -2,6 +2,7 @@
 #include "Jobs/HUDState.h"
 
 #include <QElapsedTimer>
+#include <QLabel>
 #include <QPointer>
 #include <QTest>
 
@@ -61,6 +62,24 @@ private Q_SLOTS:
         QTest::qWait(1900); // longer than a final state stays: there is no event to wait for
         QVERIFY(panel && panel->isVisible());
         delete panel.data();
+    }
+
+    void namesThatFitNoLineKeepTheirEnds()
+    {
+        const QString name = QString(200, QLatin1Char('x')) + QStringLiteral("\n\u05D0.jpg"); // a line's end, Hebrew
+        const QPointer<HUDPanel> panel = HUDPanel::show(HUDDone{name + " — just like that.", std::nullopt}, {200, 200});
+        const QLabel* const label = panel->findChildren<QLabel*>().at(1); // behind the symbol
+        for (const QString& word : label->text().split(' '))
+            QVERIFY(label->fontMetrics().horizontalAdvance(word) <= label->width());
+        QVERIFY(label->text().startsWith("xxx"));
+        QVERIFY(label->text().endsWith(".jpg — just like that."));
+        QVERIFY(panel->accessibleName().startsWith(name));
+        delete panel.data();
+
+        // An English sentence runs from left to right even where it begins with another script.
+        const QPointer<HUDPanel> other = HUDPanel::show(HUDDone{QStringLiteral("\u05D0 b"), std::nullopt}, {200, 200});
+        QVERIFY(!other->findChildren<QLabel*>().at(1)->text().isRightToLeft());
+        delete other.data();
     }
 
     void growsWithItsTextAndNeverTakesClicksOrFocus()

@@ -40,12 +40,26 @@ QLabel* makeLabel(int pixels, QFont::Weight weight, const QColor& color, QWidget
     return label;
 }
 
+/// A text as it can be shown in the column: what is wider than that and has no space to be wrapped at is cut in its
+/// middle, and the sentence runs from left to right whatever the script of a file's name in it.
+QString fittedText(QString text, const QFontMetrics& metrics)
+{
+    text.replace(u'\n', u' ');
+    QStringList words = text.split(u' ');
+    for (QString& word : words)
+        word = metrics.elidedText(word, Qt::ElideMiddle, textWidthLimit);
+    const QString fitted = words.join(u' ');
+    constexpr QChar leftToRightMark(0x200E);
+    return fitted.isRightToLeft() ? leftToRightMark + fitted : fitted;
+}
+
 /// Sets a text that is wrapped where it is wider than the column, and takes its true size otherwise.
 void setText(QLabel* label, const QString& text)
 {
-    const int width = label->fontMetrics().horizontalAdvance(text);
+    const QString fitted = fittedText(text, label->fontMetrics());
+    const int width = label->fontMetrics().horizontalAdvance(fitted);
     label->setWordWrap(width > textWidthLimit);
-    label->setText(text);
+    label->setText(fitted);
     label->setFixedWidth(qMin(width + 1, textWidthLimit));
 }
 
