@@ -325,8 +325,8 @@ private Q_SLOTS:
         TemporaryFolder folder;
         PDFBuilder builder;
         for (int index = 0; index < 2; ++index)
-            builder.addPage(
-                {"/P << /MCID 0 >> BDC EMC", "[0 0 612 792]", "/StructParents " + std::to_string(index), ""});
+            builder.addPage({"/P << /MCID 0 >> BDC EMC", index == 0 ? "[0 0 306 396]" : "[0 0 612 792]",
+                             "/StructParents " + std::to_string(index), ""});
         const int root = builder.reserve();
         const int section = builder.reserve();
         const int paragraphs[] = {builder.reserve(), builder.reserve()};
@@ -363,6 +363,13 @@ private Q_SLOTS:
         const QJsonValue kept = part.at(part.catalog(), "/StructTreeRoot", "/K", 0);
         QCOMPARE(part.at(kept, "/K").toArray().size(), 2); // the paragraph of the page, and the cell
         QCOMPARE(part.at(kept, "/K", 0, "/Pg"), part.page(0));
+
+        const InspectedPDF scaled(organised(file, edits({1, 0}), true));
+        const QJsonValue form = scaled.at(scaled.page(0), "/Resources", "/XObject", "/Page");
+        QCOMPARE(scaled.at(form, "/StructParents").toInt(), 1);
+        const QJsonValue moved = scaled.at(scaled.catalog(), "/StructTreeRoot", "/K", 0, "/K", 1, "/K", 0);
+        QCOMPARE(scaled.at(moved, "/Stm"), form);
+        QCOMPARE(scaled.at(moved, "/MCID").toInt(-1), 0);
     }
 
     void errorsNameTheirCause()

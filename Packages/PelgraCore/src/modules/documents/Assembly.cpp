@@ -150,7 +150,8 @@ void Assembly::connectPages()
         fillAnnotations(*connection.input, *connection.page, connection.annotations, links);
         Object source = connection.input->source.pages()[connection.page->sourceIndex].object;
         setUnlessEmpty(connection.page->page, "/AA", links.actionsByEvent(valueOf(source, "/AA")));
-        setUnlessEmpty(connection.page->page, "/StructParents",
+        PlacedPage& page = *connection.page;
+        setUnlessEmpty(page.transform ? page.form.getDict() : page.page, "/StructParents",
                        connection.input->structureKey(*connection.page, valueOf(source, "/StructParents")));
     }
 }

@@ -28,7 +28,7 @@ bool Input::isComplete() const
 
 Object Input::structureKey(const PlacedPage& page, Object key) const
 {
-    if (!structureOffset || page.isDuplicate || page.transform || !key.isInteger())
+    if (!structureOffset || page.isDuplicate || !key.isInteger())
         return Object::newNull();
     return Object::newInteger(key.getIntValue() + *structureOffset);
 }

@@ -13,6 +13,8 @@ struct PlacedPage {
     std::size_t sourceIndex = 0;
     /// From the source page's user space to this page's, where the page was scaled.
     std::optional<QPDFMatrix> transform;
+    /// The stream that holds the content of a scaled page, and with it what its structure refers to; else null.
+    Object form = Object::newNull();
     /// Degrees clockwise that have become part of the transform.
     int foldedRotation = 0;
     /// What stands for the page, its annotations and fields, when it is not the first copy of its source page.

@@ -210,6 +210,7 @@ void scalePage(PlacedPage& page, Object form, const PageBox& box, int quarterTur
 {
     page.transform = scalingMatrix(box, quarterTurn, scale);
     page.foldedRotation = quarterTurn;
+    page.form = form;
     Object dictionary = form.getDict();
     dictionary.replaceKey("/Type", Object::newName("/XObject"));
     dictionary.replaceKey("/Subtype", Object::newName("/Form"));

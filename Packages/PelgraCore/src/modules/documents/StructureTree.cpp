@@ -57,17 +57,16 @@ private:
         return kids.isNull() ? std::vector<Object>() : std::vector<Object>{kids};
     }
 
-    bool isKept(Object page)
+    const PlacedPage* placedPage(Object page)
     {
         const auto index = m_input.source.pageIndexOf(page);
-        const PlacedPage* const placed = index ? m_input.firstCopyOf(*index) : nullptr;
-        return placed && !placed->transform;
+        return index ? m_input.firstCopyOf(*index) : nullptr;
     }
 
     Kid kidFrom(Object item, Object page, Object parentCopy, int depth)
     {
         if (item.isInteger())
-            return isKept(page) ? Kid{KidKind::content, item.shallowCopy()} : Kid{};
+            return numberedContentFrom(item, page);
         if (!item.isDictionary() || depth >= depthLimit)
             return {};
         if (isNamed(item, "/Type", "/MCR"))
@@ -77,12 +76,32 @@ private:
         return elementFrom(item, page, parentCopy, depth);
     }
 
+    /// Content of the element's page by its number, which has to name the stream where that is not the page's own.
+    Kid numberedContentFrom(Object number, Object page)
+    {
+        const PlacedPage* const placed = placedPage(page);
+        if (!placed)
+            return {};
+        if (!placed->transform)
+            return {KidKind::content, number.shallowCopy()};
+        Object reference = Object::newDictionary();
+        reference.replaceKey("/Type", Object::newName("/MCR"));
+        reference.replaceKey("/Pg", placed->page);
+        reference.replaceKey("/Stm", placed->form);
+        reference.replaceKey("/MCID", number.shallowCopy());
+        return {KidKind::content, reference};
+    }
+
     Kid contentFrom(Object item, Object page)
     {
         Object own = valueOf(item, "/Pg");
-        if (!isKept(own.isNull() ? page : own))
+        const PlacedPage* const placed = placedPage(own.isNull() ? page : own);
+        if (!placed)
             return {};
-        return {KidKind::content, m_input.copier.copyEntries(item, {})};
+        Object copy = m_input.copier.copyEntries(item, {});
+        if (placed->transform && valueOf(copy, "/Stm").isNull())
+            copy.replaceKey("/Stm", placed->form);
+        return {KidKind::content, copy};
     }
 
     Kid objectFrom(Object item)
