@@ -133,8 +133,10 @@ void OrganizeModel::setUniformWidth(bool on)
 
 void OrganizeModel::reset()
 {
-    if (isChanged())
-        replacePages(m_original);
+    if (!isChanged())
+        return;
+    replacePages(m_original);
+    Q_EMIT pagesReset();
 }
 
 void OrganizeModel::dragOver(const Identifier& dragging, const Identifier& target)

@@ -73,6 +73,7 @@ public:
 Q_SIGNALS:
     void loaded();
     void pagesChanged();
+    void pagesReset(); ///< after pagesChanged()
     void uniformWidthChanged(bool on);
     void thumbnailChanged(std::int64_t sourceIndex);
 

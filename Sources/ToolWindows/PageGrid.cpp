@@ -14,6 +14,8 @@ constexpr int widest = 280;
 constexpr int spacing = 24;
 constexpr int bottomPadding = 24;
 
+constexpr int resetMilliseconds = 200;
+
 } // namespace
 
 PageGrid::PageGrid(OrganizeModel* model, QWidget* parent)
@@ -21,6 +23,7 @@ PageGrid::PageGrid(OrganizeModel* model, QWidget* parent)
     , m_model(model)
 {
     connect(m_model, &OrganizeModel::pagesChanged, this, [this] { refresh(true); });
+    connect(m_model, &OrganizeModel::pagesReset, this, [this] { refresh(true, resetMilliseconds); });
     connect(m_model, &OrganizeModel::thumbnailChanged, this, &PageGrid::showThumbnail);
 }
 

@@ -18,7 +18,6 @@ namespace Pelgra {
 
 namespace {
 
-constexpr int moveMilliseconds = 180;
 constexpr double liftedRadius = 13; // between those of rows and cards
 constexpr int liftedMargin = 20; // for the shadow
 const SoftShadow liftedShadow{QColor(0, 0, 0, 80), {0, 4}, 16};
@@ -133,7 +132,7 @@ QWidget* ReorderView::itemFor(std::size_t index)
     return item;
 }
 
-void ReorderView::refresh(bool animated)
+void ReorderView::refresh(bool animated, int milliseconds)
 {
     m_content->resize(contentWidth(), contentHeight());
     const int top = verticalScrollBar()->value();
@@ -147,7 +146,7 @@ void ReorderView::refresh(bool animated)
         QWidget* const item = itemFor(index);
         unused.erase(idAt(index));
         updateItem(item, index, m_drag->dragging() == idAt(index));
-        place(item, frameOf(index), animated);
+        place(item, frameOf(index), animated, milliseconds);
     }
     for (const auto& [id, item] : unused) {
         if (isKept(id, item))
@@ -173,7 +172,7 @@ bool ReorderView::isKept(const Identifier& id, const QWidget* item) const
     return false;
 }
 
-void ReorderView::place(QWidget* item, const QRect& frame, bool animated)
+void ReorderView::place(QWidget* item, const QRect& frame, bool animated, int milliseconds)
 {
     item->resize(frame.size());
     delete item->findChild<QPropertyAnimation*>(QStringLiteral("slide"), Qt::FindDirectChildrenOnly);
@@ -184,7 +183,7 @@ void ReorderView::place(QWidget* item, const QRect& frame, bool animated)
     auto* const slide = new QPropertyAnimation(item, "pos", item);
     slide->setObjectName(QStringLiteral("slide"));
     slide->setEndValue(frame.topLeft());
-    slide->setDuration(moveMilliseconds);
+    slide->setDuration(milliseconds);
     slide->setEasingCurve(QEasingCurve::InOutQuad);
     slide->start(QAbstractAnimation::DeleteWhenStopped);
 }

@@ -57,8 +57,9 @@ protected:
     int contentWidth() const;
     const std::map<Identifier, QWidget*>& items() const { return m_items; }
 
+    static constexpr int moveMilliseconds = 180;
     /// Puts every item in view where it belongs.
-    void refresh(bool animated);
+    void refresh(bool animated, int milliseconds = moveMilliseconds);
     /// Scrolls until the item is in view and gives its widget the keyboard focus.
     void focusItem(std::size_t index);
     void reveal(std::size_t index);
@@ -70,7 +71,7 @@ protected:
 
 private:
     QWidget* itemFor(std::size_t index);
-    void place(QWidget* item, const QRect& frame, bool animated);
+    void place(QWidget* item, const QRect& frame, bool animated, int milliseconds);
     bool isKept(const Identifier& id, const QWidget* item) const;
 
     QWidget* m_content;
