@@ -213,7 +213,8 @@ private:
             HUDPanel* const panel = HUDPanel::show(state, QPoint((2 * i + 1) * tile, 0));
             if (!waitFor([&] { return panel->windowOpacity() == 1; }))
                 return false;
-            const QImage shot = grabSettled({2 * i * tile, 0, 2 * tile, height});
+            QImage shot = grabSettled({2 * i * tile, 0, 2 * tile, height});
+            shot.setDevicePixelRatio(1); // the strip is put together by pixels
             if (strip.isNull())
                 strip = QImage(shot.width() * tileCount / 2, shot.height(), QImage::Format_RGB32);
             QPainter(&strip).drawImage(i * shot.width(), 0, shot);
