@@ -105,8 +105,18 @@ void ToolWindow::closeEvent(QCloseEvent* event)
 void ToolWindow::mousePressEvent(QMouseEvent* event)
 {
     // Whatever no control has taken is the window's own background.
-    if (event->button() == Qt::LeftButton && windowHandle())
+    m_dragStart.press(*event);
+}
+
+void ToolWindow::mouseMoveEvent(QMouseEvent* event)
+{
+    if (m_dragStart.begins(*event) && windowHandle())
         windowHandle()->startSystemMove();
+}
+
+void ToolWindow::mouseReleaseEvent(QMouseEvent*)
+{
+    m_dragStart.release();
 }
 
 void ToolWindow::paintEvent(QPaintEvent*)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ToolWindows/DragStart.h"
+
 #include <QPainterPath>
 #include <QWidget>
 
@@ -37,6 +39,8 @@ protected:
     bool event(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void showEvent(QShowEvent* event) override;
@@ -47,6 +51,7 @@ private:
     void cutToShape();
 
     bool m_closesForGood = false;
+    DragStart m_dragStart;
 };
 
 } // namespace Pelgra

@@ -66,8 +66,18 @@ QRect WindowEdge::frameIn(QSize size) const
 
 void WindowEdge::mousePressEvent(QMouseEvent* event)
 {
-    if (event->button() == Qt::LeftButton && window()->windowHandle())
+    m_dragStart.press(*event);
+}
+
+void WindowEdge::mouseMoveEvent(QMouseEvent* event)
+{
+    if (m_dragStart.begins(*event) && window()->windowHandle())
         window()->windowHandle()->startSystemResize(m_edges);
+}
+
+void WindowEdge::mouseReleaseEvent(QMouseEvent*)
+{
+    m_dragStart.release();
 }
 
 } // namespace Pelgra

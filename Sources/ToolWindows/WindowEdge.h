@@ -1,10 +1,12 @@
 #pragma once
 
+#include "ToolWindows/DragStart.h"
+
 #include <QWidget>
 
 namespace Pelgra {
 
-/// An invisible strip along one edge or over one corner of a window without a frame: a press resizes the window the way
+/// An invisible strip along one edge or over one corner of a window without a frame: a drag resizes the window the way
 /// the desktop does it, with its snapping and its limits.
 class WindowEdge : public QWidget {
     Q_OBJECT
@@ -16,6 +18,8 @@ public:
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
     WindowEdge(Qt::Edges edges, QWidget* window);
@@ -23,6 +27,7 @@ private:
     QRect frameIn(QSize size) const;
 
     Qt::Edges m_edges;
+    DragStart m_dragStart;
 };
 
 } // namespace Pelgra

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QApplication>
+#include <QMouseEvent>
+
+#include <optional>
+
+namespace Pelgra {
+
+/// Tells the beginning of a drag from a click, for what a window manager is to do with the window. One that hears of it
+/// when the button is already up would take the window along with the pointer until the next click.
+class DragStart {
+public:
+    void press(const QMouseEvent& event)
+    {
+        m_pressed = event.button() == Qt::LeftButton ? std::optional(event.globalPosition()) : std::nullopt;
+    }
+
+    void release() { m_pressed.reset(); }
+
+    /// True once for each press, when the pointer has gone far enough with the button down.
+    bool begins(const QMouseEvent& move)
+    {
+        if (!m_pressed || !(move.buttons() & Qt::LeftButton)
+            || (move.globalPosition() - *m_pressed).manhattanLength() < QApplication::startDragDistance())
+            return false;
+        m_pressed.reset();
+        return true;
+    }
+
+private:
+    std::optional<QPointF> m_pressed; ///< on the screen, logical pixels
+};
+
+} // namespace Pelgra
