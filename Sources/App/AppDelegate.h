@@ -86,8 +86,8 @@ private:
     QAction* m_hintItem = nullptr;
     QAction* m_debugItem = nullptr;
     std::unique_ptr<QSystemTrayIcon> m_statusItem;
-    QTimer
-        m_afterwards; ///< looks whether a process of one wheel, or one that is to quit or end, has nothing left to do
+    /// Looks whether a process of one wheel, or one that is to quit or end, has nothing left to do.
+    QTimer m_afterwards;
     QDeadlineTimer m_farewell; ///< for jobs that were told to stop
     bool m_isAlone = false;
     bool m_quitsWhenDone = false;

@@ -1,11 +1,13 @@
 #include "PageReader.h"
 
+#include "GrayPixels.h"
 #include "ModuleLoader.h"
 #include "PageText.h"
 #include "PelgraCore/EngineError.h"
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include <unistd.h>
 
@@ -30,16 +32,6 @@ std::ptrdiff_t pagesThatFitMemory()
 {
     const double memory = static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
     return std::clamp(static_cast<std::ptrdiff_t>(memory / 4 / memoryPerPage), std::ptrdiff_t{1}, mostPagesAtOnce);
-}
-
-/// Luma of ITU-R BT.601 in 8-bit fractions.
-void toGray(std::span<const std::byte> rgb, std::span<std::byte> gray)
-{
-    const auto* in = reinterpret_cast<const unsigned char*>(rgb.data());
-    for (std::byte& value : gray) {
-        value = static_cast<std::byte>((77U * in[0] + 150U * in[1] + 29U * in[2] + 128U) >> 8);
-        in += 3;
-    }
 }
 
 /// Less difference between the darkest and the lightest pixel shows nothing that could be read.
@@ -170,7 +162,8 @@ std::optional<GrayPicture> PageReader::pictureOf(int pageIndex, const std::stop_
         picture.pixels = std::move(drawn);
     } else {
         picture.pixels.resize(drawn.size() / 3);
-        toGray(drawn, picture.pixels);
+        toLuma(reinterpret_cast<const unsigned char*>(drawn.data()),
+               reinterpret_cast<unsigned char*>(picture.pixels.data()), picture.pixels.size());
     }
     return picture;
 }

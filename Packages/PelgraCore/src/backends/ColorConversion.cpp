@@ -17,14 +17,10 @@ namespace {
 struct ContextDeleter {
     void operator()(cmsContext context) const { cmsDeleteContext(context); }
 };
-struct TransformDeleter {
-    void operator()(cmsHTRANSFORM transform) const { cmsDeleteTransform(transform); }
-};
 using Context = std::unique_ptr<std::remove_pointer_t<cmsContext>, ContextDeleter>;
-using Transform = std::unique_ptr<void, TransformDeleter>;
 
 /// Null where the profile cannot be used.
-Transform makeTransform(cmsContext context, const Bytes& iccProfile, bool isDeep)
+ColorTransform makeTransform(cmsContext context, const Bytes& iccProfile, bool isDeep)
 {
     if (!profileFits(iccProfile, ColorModel::cmyk))
         return nullptr;
@@ -33,8 +29,9 @@ Transform makeTransform(cmsContext context, const Bytes& iccProfile, bool isDeep
     const IccProfile target(cmsCreate_sRGBProfileTHR(context));
     if (!source || !target || cmsGetColorSpace(source.get()) != cmsSigCmykData)
         return nullptr;
-    return Transform(cmsCreateTransformTHR(context, source.get(), isDeep ? TYPE_CMYK_16 : TYPE_CMYK_8, target.get(),
-                                           isDeep ? TYPE_RGB_16 : TYPE_RGB_8, INTENT_PERCEPTUAL, cmsFLAGS_NOCACHE));
+    return ColorTransform(cmsCreateTransformTHR(context, source.get(), isDeep ? TYPE_CMYK_16 : TYPE_CMYK_8,
+                                                target.get(), isDeep ? TYPE_RGB_16 : TYPE_RGB_8, INTENT_PERCEPTUAL,
+                                                cmsFLAGS_NOCACHE));
 }
 
 template <typename Component>
@@ -66,7 +63,7 @@ RasterImage cmykToSrgb(const RasterImage& image)
         throw std::runtime_error("the picture is too large");
     const bool isDeep = image.bitsPerComponent == 16;
     const Context context(cmsCreateContext(nullptr, nullptr));
-    if (const Transform transform = makeTransform(context.get(), image.iccProfile, isDeep)) {
+    if (const ColorTransform transform = makeTransform(context.get(), image.iccProfile, isDeep)) {
         for (int y = 0; y < image.height; ++y)
             cmsDoTransform(transform.get(), image.row(y).data(), result->row(y).data(),
                            static_cast<cmsUInt32Number>(image.width));

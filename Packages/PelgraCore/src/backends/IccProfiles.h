@@ -7,7 +7,7 @@
 
 #include <lcms2.h>
 
-/// What is shared by those who make ICC profiles with Little CMS.
+/// What is shared by those who make ICC profiles with Little CMS or convert colours by them.
 namespace Pelgra {
 
 struct IccProfileDeleter {
@@ -16,8 +16,12 @@ struct IccProfileDeleter {
 struct ToneCurveDeleter {
     void operator()(cmsToneCurve* curve) const { cmsFreeToneCurve(curve); }
 };
+struct ColorTransformDeleter {
+    void operator()(cmsHTRANSFORM transform) const { cmsDeleteTransform(transform); }
+};
 using IccProfile = std::unique_ptr<void, IccProfileDeleter>;
 using ToneCurve = std::unique_ptr<cmsToneCurve, ToneCurveDeleter>;
+using ColorTransform = std::unique_ptr<void, ColorTransformDeleter>;
 
 /// The curve of sRGB (IEC 61966-2-1); null when memory ran out.
 inline ToneCurve srgbToneCurve()

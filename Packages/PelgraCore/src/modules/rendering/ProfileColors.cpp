@@ -1,5 +1,6 @@
 #include "ProfileColors.h"
 
+#include "GrayPixels.h"
 #include "WorkAccount.h"
 
 #include <array>
@@ -168,12 +169,6 @@ pdf_obj* profiledBase(fz_context* context, pdf_obj* object)
     return nullptr;
 }
 
-void toGray(const unsigned char* rgb, unsigned char* gray, int count)
-{
-    for (int index = 0; index < count; ++index, rgb += 3) // as the library weighs them
-        gray[index] = static_cast<unsigned char>((rgb[0] * 77 + rgb[1] * 150 + rgb[2] * 29 + 128) >> 8);
-}
-
 /// One row of pixels at a time, without what lies between their colours.
 class RowConversion {
 public:
@@ -203,7 +198,7 @@ public:
         }
         m_conversion.convertPixels(straight, m_rgb.data(), m_from.w);
         if (m_to.n - m_to.alpha == 1)
-            toGray(m_rgb.data(), m_rgb.data(), m_from.w);
+            toLuma(m_rgb.data(), m_rgb.data(), static_cast<std::size_t>(m_from.w)); // as the library weighs them
         write(in, out);
     }
 

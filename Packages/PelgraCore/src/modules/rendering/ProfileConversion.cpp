@@ -1,12 +1,12 @@
 #include "ProfileConversion.h"
 
+#include "backends/IccProfiles.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-
-#include <lcms2.h>
 
 namespace Pelgra::Rendering {
 
@@ -17,15 +17,6 @@ constexpr std::size_t largestProfile = std::size_t{16} << 20;
 /// Differences of 8-bit components that are not worth the conversion: sRGB has many makers.
 constexpr int visibleDifference = 10;
 constexpr int stepsPerComponent = 5;
-
-struct ProfileDeleter {
-    void operator()(cmsHPROFILE profile) const { cmsCloseProfile(profile); }
-};
-struct TransformDeleter {
-    void operator()(cmsHTRANSFORM transform) const { cmsDeleteTransform(transform); }
-};
-using Profile = std::unique_ptr<void, ProfileDeleter>;
-using Transform = std::unique_ptr<void, TransformDeleter>;
 
 struct Layout {
     int components;
@@ -39,7 +30,7 @@ constexpr Layout layouts[] = {{1, cmsSigGrayData, TYPE_GRAY_8, TYPE_GRAY_16},
 
 class LcmsConversion final : public ProfileConversion {
 public:
-    LcmsConversion(Transform pixels, Transform deepPixels, int components)
+    LcmsConversion(ColorTransform pixels, ColorTransform deepPixels, int components)
         : m_pixels(std::move(pixels))
         , m_deepPixels(std::move(deepPixels))
         , m_components(components)
@@ -64,8 +55,8 @@ public:
     }
 
 private:
-    Transform m_pixels;
-    Transform m_deepPixels;
+    ColorTransform m_pixels;
+    ColorTransform m_deepPixels;
     int m_components;
 };
 
@@ -99,20 +90,20 @@ std::shared_ptr<const ProfileConversion> makeConversion(std::span<const unsigned
     const auto* const layout = std::ranges::find(layouts, components, &Layout::components);
     if (layout == std::end(layouts) || profile.size() > largestProfile)
         return nullptr;
-    const Profile source(cmsOpenProfileFromMem(profile.data(), static_cast<cmsUInt32Number>(profile.size())));
-    const Profile target(cmsCreate_sRGBProfile());
+    const IccProfile source(cmsOpenProfileFromMem(profile.data(), static_cast<cmsUInt32Number>(profile.size())));
+    const IccProfile target(cmsCreate_sRGBProfile());
     if (!source || !target || cmsGetColorSpace(source.get()) != layout->space)
         return nullptr;
     const auto transform = [&](cmsUInt32Number from, cmsUInt32Number to, cmsUInt32Number flags) {
-        return Transform(cmsCreateTransform(source.get(), from, target.get(), to, INTENT_RELATIVE_COLORIMETRIC,
-                                            flags | cmsFLAGS_BLACKPOINTCOMPENSATION | cmsFLAGS_NOCACHE));
+        return ColorTransform(cmsCreateTransform(source.get(), from, target.get(), to, INTENT_RELATIVE_COLORIMETRIC,
+                                                 flags | cmsFLAGS_BLACKPOINTCOMPENSATION | cmsFLAGS_NOCACHE));
     };
     // To prepare for many pixels takes milliseconds, which most profiles are not worth.
-    const Transform quickly = transform(layout->pixels, TYPE_RGB_8, cmsFLAGS_NOOPTIMIZE);
+    const ColorTransform quickly = transform(layout->pixels, TYPE_RGB_8, cmsFLAGS_NOOPTIMIZE);
     if (!quickly || !isVisible(quickly.get(), components))
         return nullptr;
-    Transform pixels = transform(layout->pixels, TYPE_RGB_8, 0);
-    Transform deepPixels = transform(layout->deepPixels, TYPE_RGB_16, cmsFLAGS_NOOPTIMIZE);
+    ColorTransform pixels = transform(layout->pixels, TYPE_RGB_8, 0);
+    ColorTransform deepPixels = transform(layout->deepPixels, TYPE_RGB_16, cmsFLAGS_NOOPTIMIZE);
     if (!pixels || !deepPixels)
         return nullptr;
     return std::make_shared<const LcmsConversion>(std::move(pixels), std::move(deepPixels), components);
