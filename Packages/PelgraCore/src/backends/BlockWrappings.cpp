@@ -1,4 +1,4 @@
-#include "BlockWrappings.h"
+#include "backends/BlockWrappings.h"
 
 #include <algorithm>
 #include <optional>

@@ -1,8 +1,8 @@
-#include "BmpDecoder.h"
+#include "backends/BmpDecoder.h"
 
-#include "BmpHeader.h"
-#include "JpegDecoder.h"
-#include "PngDecoder.h"
+#include "backends/BmpHeader.h"
+#include "backends/JpegDecoder.h"
+#include "backends/PngDecoder.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "BmpHeader.h"
+#include "backends/BmpHeader.h"
 
 #include "Decoders.h"
 #include "ExifFields.h"

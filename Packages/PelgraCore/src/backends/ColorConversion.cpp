@@ -1,6 +1,6 @@
-#include "ColorConversion.h"
+#include "backends/ColorConversion.h"
 
-#include "IccProfiles.h"
+#include "backends/IccProfiles.h"
 
 #include <cstdint>
 #include <cstring>

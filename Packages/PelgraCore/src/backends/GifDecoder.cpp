@@ -1,4 +1,4 @@
-#include "GifDecoder.h"
+#include "backends/GifDecoder.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
-#include "JpegDecoder.h"
+#include "backends/JpegDecoder.h"
 
+#include "backends/JpegMarkers.h"
 #include "ExifFields.h"
-#include "JpegMarkers.h"
 
 #include <algorithm>
 #include <array>

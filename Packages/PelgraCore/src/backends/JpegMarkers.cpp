@@ -1,6 +1,6 @@
-#include "JpegMarkers.h"
+#include "backends/JpegMarkers.h"
 
-#include "BlockWrappings.h"
+#include "backends/BlockWrappings.h"
 
 #include <array>
 #include <string_view>

@@ -1,6 +1,6 @@
-#include "PngChunks.h"
+#include "backends/PngChunks.h"
 
-#include "BlockWrappings.h"
+#include "backends/BlockWrappings.h"
 #include "ExifFields.h"
 
 #include <algorithm>

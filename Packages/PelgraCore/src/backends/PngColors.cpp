@@ -1,6 +1,6 @@
-#include "PngColors.h"
+#include "backends/PngColors.h"
 
-#include "IccProfiles.h"
+#include "backends/IccProfiles.h"
 
 #include <algorithm>
 #include <array>

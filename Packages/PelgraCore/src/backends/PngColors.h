@@ -1,7 +1,7 @@
 #pragma once
 
+#include "backends/PngChunks.h"
 #include "PelgraCore/ImageLoading.h"
-#include "PngChunks.h"
 
 namespace Pelgra {
 

@@ -1,9 +1,9 @@
-#include "PngDecoder.h"
+#include "backends/PngDecoder.h"
 
+#include "backends/PngChunks.h"
+#include "backends/PngColors.h"
+#include "backends/PngFastPath.h"
 #include "ExifFields.h"
-#include "PngChunks.h"
-#include "PngColors.h"
-#include "PngFastPath.h"
 
 #include <algorithm>
 #include <bit>

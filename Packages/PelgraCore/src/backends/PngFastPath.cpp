@@ -1,8 +1,8 @@
-#include "PngFastPath.h"
+#include "backends/PngFastPath.h"
 
-#include "BlockWrappings.h"
-#include "PngChunks.h"
-#include "PngRowFilters.h"
+#include "backends/BlockWrappings.h"
+#include "backends/PngChunks.h"
+#include "backends/PngRowFilters.h"
 
 #include <algorithm>
 #include <bit>

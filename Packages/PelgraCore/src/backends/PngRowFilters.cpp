@@ -1,4 +1,4 @@
-#include "PngRowFilters.h"
+#include "backends/PngRowFilters.h"
 
 #include <cstring>
 

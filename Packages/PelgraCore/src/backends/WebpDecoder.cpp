@@ -1,6 +1,6 @@
-#include "WebpDecoder.h"
+#include "backends/WebpDecoder.h"
 
-#include "BlockWrappings.h"
+#include "backends/BlockWrappings.h"
 #include "ExifFields.h"
 
 #include <algorithm>
