@@ -1,6 +1,6 @@
 #include "PageText.h"
 
-#include "Unicode.h"
+#include "unicode/Unicode.h"
 
 #include <QTest>
 

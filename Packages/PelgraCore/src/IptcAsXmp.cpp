@@ -1,7 +1,7 @@
 #include "IptcAsXmp.h"
 
 #include "OrderedBytes.h"
-#include "Unicode.h"
+#include "unicode/Unicode.h"
 
 #include <array>
 #include <map>

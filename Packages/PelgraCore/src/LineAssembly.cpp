@@ -1,7 +1,7 @@
 #include "PageText.h"
 
 #include "SpacedLetters.h"
-#include "Unicode.h"
+#include "unicode/Unicode.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
 #include "PelgraCore/TextExtraction.h"
-#include "Unicode.h"
+#include "unicode/Unicode.h"
 
 #include <algorithm>
 #include <cmath>

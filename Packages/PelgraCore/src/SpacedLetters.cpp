@@ -1,6 +1,6 @@
 #include "SpacedLetters.h"
 
-#include "Unicode.h"
+#include "unicode/Unicode.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "Unicode.h"
+#include "unicode/Unicode.h"
 
 // Written by tools/make-unicode-tables.py from Unicode 14.0.0; not to be edited by hand.
 namespace Pelgra::Unicode {

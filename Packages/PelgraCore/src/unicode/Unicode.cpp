@@ -1,4 +1,4 @@
-#include "Unicode.h"
+#include "unicode/Unicode.h"
 
 #include <algorithm>
 
