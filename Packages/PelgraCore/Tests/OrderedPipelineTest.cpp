@@ -1,4 +1,4 @@
-#include "OrderedPipeline.h"
+#include "parallel/OrderedPipeline.h"
 
 #include <QTest>
 

@@ -1,7 +1,7 @@
 #include "DocumentText.h"
 
-#include "OrderedPipeline.h"
 #include "PageReader.h"
+#include "parallel/OrderedPipeline.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/TextExtraction.h"
 

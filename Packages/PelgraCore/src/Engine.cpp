@@ -2,7 +2,7 @@
 
 #include "EngineBatch.h"
 #include "EngineImages.h"
-#include "OrderedPipeline.h"
+#include "parallel/OrderedPipeline.h"
 #include "PelgraCore/EngineError.h"
 
 #include <system_error>

@@ -1,6 +1,6 @@
 #include "EngineBatch.h"
 
-#include "OrderedPipeline.h"
+#include "parallel/OrderedPipeline.h"
 #include "PelgraCore/Engine.h"
 #include "PelgraCore/EngineError.h"
 

@@ -1,6 +1,6 @@
 #include "EngineImages.h"
 #include "ImagePDFWriter.h"
-#include "OrderedPipeline.h"
+#include "parallel/OrderedPipeline.h"
 #include "PDFImage.h"
 #include "PelgraCore/Engine.h"
 #include "PelgraCore/EngineError.h"

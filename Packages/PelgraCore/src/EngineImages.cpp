@@ -1,7 +1,7 @@
 #include "EngineImages.h"
 
 #include "Encoders.h"
-#include "OrderedPipeline.h"
+#include "parallel/OrderedPipeline.h"
 #include "PelgraCore/Engine.h"
 #include "PelgraCore/EngineError.h"
 #include "RowSource.h"

@@ -2,9 +2,9 @@
 
 #include "Encoders.h"
 #include "GrayPixels.h"
-#include "OrderedPipeline.h"
 #include "OutputJob.h"
 #include "PageDrawing.h"
+#include "parallel/OrderedPipeline.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/OutputNaming.h"
 #include "Publisher.h"

@@ -1,6 +1,6 @@
 #include "PageDrawing.h"
 
-#include "OrderedPipeline.h"
+#include "parallel/OrderedPipeline.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/JobControl.h"
 

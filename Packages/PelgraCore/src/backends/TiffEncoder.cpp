@@ -4,7 +4,7 @@
 #include "ExifStructure.h"
 #include "MetadataBlocks.h"
 #include "OrderedBytes.h"
-#include "OrderedJobs.h"
+#include "parallel/OrderedJobs.h"
 #include "RowStripe.h"
 
 #include <algorithm>
