@@ -1,4 +1,4 @@
-#include "Publisher.h"
+#include "files/OutputFile.h"
 #include "PelgraCore/OutputNaming.h"
 #include "Support/TemporaryFolder.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ByteSink.h"
+#include "files/ByteSink.h"
 #include "PelgraCore/JobControl.h"
 #include "PelgraCore/Models.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ByteSink.h"
+#include "files/ByteSink.h"
 #include "PelgraCore/FileFormat.h"
 #include "PelgraCore/ImageLoading.h"
 #include "RowSource.h"

@@ -1,9 +1,9 @@
 #include "PelgraCore/Engine.h"
 
 #include "DocumentsModule.h"
+#include "files/OutputFile.h"
 #include "ModuleLoader.h"
 #include "PelgraCore/OutputNaming.h"
-#include "Publisher.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OutputJob.h"
+#include "files/PreparedOutput.h"
 #include "PelgraCore/FileFormat.h"
 #include "PelgraCore/ImageLoading.h"
 #include "PelgraCore/Models.h"

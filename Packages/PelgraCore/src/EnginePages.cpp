@@ -1,13 +1,13 @@
 #include "PelgraCore/Engine.h"
 
 #include "Encoders.h"
+#include "files/OutputFile.h"
+#include "files/PreparedOutput.h"
 #include "GrayPixels.h"
-#include "OutputJob.h"
 #include "PageDrawing.h"
 #include "parallel/OrderedPipeline.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/OutputNaming.h"
-#include "Publisher.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 #include "PelgraCore/Engine.h"
 
 #include "DocumentText.h"
-#include "OutputJob.h"
+#include "files/PreparedOutput.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/TextExtraction.h"
 

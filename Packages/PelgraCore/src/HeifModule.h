@@ -1,8 +1,8 @@
 #pragma once
 
-#include "ByteSink.h"
 #include "Decoders.h"
 #include "Encoders.h"
+#include "files/ByteSink.h"
 #include "RowSource.h"
 
 #include <cstddef>

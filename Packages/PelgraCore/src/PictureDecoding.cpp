@@ -6,7 +6,7 @@
 #include "backends/JpegDecoder.h"
 #include "backends/PngDecoder.h"
 #include "backends/WebpDecoder.h"
-#include "FileBytes.h"
+#include "files/FileBytes.h"
 #include "HeifModule.h"
 #include "ModuleLoader.h"
 #include "PelgraCore/EngineError.h"

@@ -1,9 +1,9 @@
 #include "SvgRendering.h"
 
 #include "Decoders.h"
+#include "files/UniqueDescriptor.h"
 #include "ModuleLoader.h"
 #include "SvgRendererProtocol.h"
-#include "UniqueDescriptor.h"
 
 #include <cerrno>
 #include <csignal>

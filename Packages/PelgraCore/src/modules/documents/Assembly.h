@@ -3,7 +3,7 @@
 #include "FormFields.h"
 #include "PelgraCore/JobControl.h"
 
-#include "ByteSink.h"
+#include "files/ByteSink.h"
 
 namespace Pelgra::Documents {
 

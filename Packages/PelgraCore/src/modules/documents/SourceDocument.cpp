@@ -1,9 +1,9 @@
 #include "SourceDocument.h"
 
-#include "FileBytes.h"
+#include "files/FileBytes.h"
+#include "files/UniqueDescriptor.h"
 #include "PelgraCore/EngineError.h"
 #include "Trees.h"
-#include "UniqueDescriptor.h"
 
 #include <qpdf/QPDFExc.hh>
 

@@ -1,6 +1,6 @@
 #include "Document.h"
 
-#include "FileBytes.h"
+#include "files/FileBytes.h"
 #include "PageTree.h"
 
 #include <algorithm>

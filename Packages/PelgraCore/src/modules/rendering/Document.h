@@ -1,7 +1,7 @@
 #pragma once
 
+#include "files/UniqueDescriptor.h"
 #include "PageGeometry.h"
-#include "UniqueDescriptor.h"
 #include "WorkAccount.h"
 
 #include <filesystem>

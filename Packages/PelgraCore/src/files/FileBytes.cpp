@@ -1,7 +1,7 @@
-#include "FileBytes.h"
+#include "files/FileBytes.h"
 
+#include "files/UniqueDescriptor.h"
 #include "PelgraCore/EngineError.h"
-#include "UniqueDescriptor.h"
 
 #include <cerrno>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ByteSink.h"
-#include "UniqueDescriptor.h"
+#include "files/ByteSink.h"
+#include "files/UniqueDescriptor.h"
 
 #include <filesystem>
 #include <string>

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "files/OutputFile.h"
 #include "PelgraCore/FileFormat.h"
 #include "PelgraCore/JobControl.h"
 #include "PelgraCore/Models.h"
-#include "Publisher.h"
 
 #include <filesystem>
 #include <functional>

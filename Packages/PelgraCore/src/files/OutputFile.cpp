@@ -1,6 +1,6 @@
-#include "Publisher.h"
+#include "files/OutputFile.h"
 
-#include "HiddenNames.h"
+#include "files/HiddenNames.h"
 #include "PelgraCore/OutputNaming.h"
 
 #include <cerrno>

@@ -1,7 +1,7 @@
-#include "HiddenNames.h"
+#include "files/HiddenNames.h"
 
+#include "files/UniqueDescriptor.h"
 #include "PelgraCore/Models.h"
-#include "UniqueDescriptor.h"
 
 #include <ctime>
 #include <mutex>

@@ -1,4 +1,4 @@
-#include "OutputJob.h"
+#include "files/PreparedOutput.h"
 
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/OutputNaming.h"
