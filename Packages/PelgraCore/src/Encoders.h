@@ -3,7 +3,7 @@
 #include "files/ByteSink.h"
 #include "PelgraCore/FileFormat.h"
 #include "PelgraCore/ImageLoading.h"
-#include "RowSource.h"
+#include "pixels/RowSource.h"
 
 namespace Pelgra {
 

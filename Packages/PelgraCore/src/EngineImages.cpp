@@ -4,7 +4,7 @@
 #include "parallel/OrderedPipeline.h"
 #include "PelgraCore/Engine.h"
 #include "PelgraCore/EngineError.h"
-#include "RowSource.h"
+#include "pixels/RowSource.h"
 
 #include <utility>
 

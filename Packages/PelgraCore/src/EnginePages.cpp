@@ -3,11 +3,11 @@
 #include "Encoders.h"
 #include "files/OutputFile.h"
 #include "files/PreparedOutput.h"
-#include "GrayPixels.h"
 #include "PageDrawing.h"
 #include "parallel/OrderedPipeline.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/OutputNaming.h"
+#include "pixels/GrayPixels.h"
 
 #include <algorithm>
 #include <cmath>

@@ -3,7 +3,7 @@
 #include "Decoders.h"
 #include "Encoders.h"
 #include "files/ByteSink.h"
-#include "RowSource.h"
+#include "pixels/RowSource.h"
 
 #include <cstddef>
 #include <span>

@@ -1,8 +1,8 @@
 #include "ImageThumbnails.h"
 
-#include "ImageScaling.h"
 #include "PelgraCore/Thumbnails.h"
 #include "PictureDecoding.h"
+#include "pixels/ImageScaling.h"
 
 #include <algorithm>
 #include <cmath>

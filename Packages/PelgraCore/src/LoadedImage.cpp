@@ -1,7 +1,7 @@
 #include "backends/ColorConversion.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/ImageLoading.h"
-#include "PixelTurning.h"
+#include "pixels/PixelTurning.h"
 
 #include <exception>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "PelgraCore/ImageLoading.h"
-#include "RowSource.h"
+#include "pixels/RowSource.h"
 
 #include <cstddef>
 #include <span>

@@ -10,8 +10,8 @@
 #include "JpegStructure.h"
 #include "PelgraCore/EngineError.h"
 #include "PicturePlacement.h"
+#include "pixels/RowSource.h"
 #include "PngStructure.h"
-#include "RowSource.h"
 
 #include <algorithm>
 #include <cstring>

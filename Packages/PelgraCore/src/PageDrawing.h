@@ -1,7 +1,7 @@
 #pragma once
 
+#include "pixels/RowSource.h"
 #include "RenderingModule.h"
-#include "RowSource.h"
 
 #include <condition_variable>
 #include <cstddef>

@@ -1,9 +1,9 @@
 #include "PageReader.h"
 
-#include "GrayPixels.h"
 #include "ModuleLoader.h"
 #include "PageText.h"
 #include "PelgraCore/EngineError.h"
+#include "pixels/GrayPixels.h"
 
 #include <algorithm>
 #include <cmath>

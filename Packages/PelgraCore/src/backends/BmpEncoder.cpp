@@ -2,7 +2,7 @@
 
 #include "MetadataBlocks.h"
 #include "OrderedBytes.h"
-#include "SampleDepth.h"
+#include "pixels/SampleDepth.h"
 
 #include <algorithm>
 #include <limits>

@@ -3,7 +3,7 @@
 #include "ExifStructure.h"
 #include "MetadataBlocks.h"
 #include "OrderedBytes.h"
-#include "SampleDepth.h"
+#include "pixels/SampleDepth.h"
 
 #include <algorithm>
 #include <array>

@@ -6,7 +6,7 @@
 #include "MetadataBlocks.h"
 #include "OrderedBytes.h"
 #include "parallel/OrderedJobs.h"
-#include "RowStripe.h"
+#include "pixels/RowStripe.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "RowSource.h"
-#include "RowStripe.h"
+#include "pixels/RowSource.h"
+#include "pixels/RowStripe.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "HeifPixels.h"
 
 #include "Decoders.h"
-#include "StraightAlpha.h"
+#include "pixels/StraightAlpha.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "HeifHandles.h"
-#include "RowSource.h"
+#include "pixels/RowSource.h"
 
 namespace Pelgra {
 

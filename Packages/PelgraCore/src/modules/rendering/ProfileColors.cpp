@@ -1,6 +1,6 @@
 #include "ProfileColors.h"
 
-#include "GrayPixels.h"
+#include "pixels/GrayPixels.h"
 #include "WorkAccount.h"
 
 #include <array>

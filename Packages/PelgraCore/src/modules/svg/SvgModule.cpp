@@ -2,7 +2,7 @@
 
 #include "Decoders.h"
 #include "ModuleLoader.h"
-#include "StraightAlpha.h"
+#include "pixels/StraightAlpha.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "TiffPixels.h"
 
-#include "StraightAlpha.h"
+#include "pixels/StraightAlpha.h"
 #include "TiffSamples.h"
 
 #include <algorithm>

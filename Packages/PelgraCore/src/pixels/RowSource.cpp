@@ -1,4 +1,4 @@
-#include "RowSource.h"
+#include "pixels/RowSource.h"
 
 namespace Pelgra {
 

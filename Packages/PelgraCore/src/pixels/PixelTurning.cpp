@@ -1,4 +1,4 @@
-#include "PixelTurning.h"
+#include "pixels/PixelTurning.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "ImageScaling.h"
+#include "pixels/ImageScaling.h"
 
 #include <algorithm>
 #include <cmath>

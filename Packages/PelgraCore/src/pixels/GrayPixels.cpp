@@ -1,4 +1,4 @@
-#include "GrayPixels.h"
+#include "pixels/GrayPixels.h"
 
 #include <array>
 #include <cassert>

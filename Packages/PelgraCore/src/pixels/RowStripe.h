@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RowSource.h"
+#include "pixels/RowSource.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "StraightAlpha.h"
+#include "pixels/StraightAlpha.h"
 
 #include <algorithm>
 #include <array>
