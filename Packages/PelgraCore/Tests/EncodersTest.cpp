@@ -1,7 +1,7 @@
 #include "backends/BmpDecoder.h"
 #include "backends/JpegDecoder.h"
 #include "backends/PngDecoder.h"
-#include "OrderedBytes.h"
+#include "metadata/ByteWriter.h"
 #include "PelgraCore/EngineError.h"
 #include "Support/RoundTrip.h"
 

@@ -1,5 +1,5 @@
-#include "ExifStructure.h"
-#include "OrderedBytes.h"
+#include "metadata/ExifStructure.h"
+#include "metadata/ByteWriter.h"
 
 #include <QTest>
 
@@ -12,7 +12,7 @@ namespace {
 /// A structure with a camera maker in the first directory and, behind it, an EXIF directory with a large maker note.
 Bytes sample(std::endian order, std::size_t noteSize)
 {
-    OrderedBytes bytes(order);
+    ByteWriter bytes(order);
     bytes.put(order == std::endian::little ? "II" : "MM").put16(42).put32(8);
     constexpr std::uint32_t exifOffset = 8 + 2 + 2 * 12 + 4;
     bytes.put16(2);

@@ -1,5 +1,5 @@
-#include "IptcAsXmp.h"
-#include "OrderedBytes.h"
+#include "metadata/IptcAsXmp.h"
+#include "metadata/ByteWriter.h"
 #include "Support/ImageSamples.h"
 
 #include <QTest>
@@ -12,7 +12,7 @@ namespace {
 
 Bytes records(std::initializer_list<std::pair<unsigned, std::string_view>> values)
 {
-    OrderedBytes result(std::endian::big);
+    ByteWriter result(std::endian::big);
     for (const auto& [dataSet, text] : values)
         result.put8(0x1C).put8(2).put8(dataSet).put16(static_cast<std::uint32_t>(text.size())).put(text);
     return result.bytes();

@@ -1,4 +1,4 @@
-#include "ExifStructure.h"
+#include "metadata/ExifStructure.h"
 #include "PelgraCore/ImageLoading.h"
 #include "Support/ImageSamples.h"
 

@@ -1,6 +1,6 @@
 #include "HeifModule.h"
+#include "metadata/ByteWriter.h"
 #include "ModuleLoader.h"
-#include "OrderedBytes.h"
 #include "Support/RoundTrip.h"
 #include "TiffModule.h"
 
@@ -31,7 +31,7 @@ Bytes tiffPage(std::endian order, const Bytes& data, std::vector<Field> fields)
     fields.push_back({273, 4, 1, dataOffset});
     fields.push_back({279, 4, 1, static_cast<std::uint32_t>(data.size())});
     std::sort(fields.begin(), fields.end(), [](const Field& a, const Field& b) { return a.tag < b.tag; });
-    OrderedBytes file(order);
+    ByteWriter file(order);
     file.put(order == std::endian::little ? "II" : "MM").put16(42);
     file.put32(static_cast<std::uint32_t>(dataOffset + data.size())).put(data);
     file.put16(static_cast<std::uint32_t>(fields.size()));

@@ -1,6 +1,6 @@
 #include "PicturePlacement.h"
 
-#include "ExifFields.h"
+#include "metadata/ExifFields.h"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 #include "backends/BmpEncoder.h"
 
-#include "MetadataBlocks.h"
-#include "OrderedBytes.h"
+#include "metadata/ByteWriter.h"
+#include "metadata/MetadataBlocks.h"
 #include "pixels/SampleDepth.h"
 
 #include <algorithm>
@@ -43,7 +43,7 @@ struct BmpLayout {
     std::uint64_t pixelBytes = 0;
 };
 
-void putLongHeaderRest(OrderedBytes& out, const BmpLayout& layout)
+void putLongHeaderRest(ByteWriter& out, const BmpLayout& layout)
 {
     constexpr std::uint32_t embeddedProfile = 0x4D424544; // 'MBED'
     constexpr std::uint32_t standardRgb = 0x73524742; // 'sRGB'
@@ -65,7 +65,7 @@ Bytes headerOf(const BmpLayout& layout, const EncodeProperties& properties)
 {
     constexpr std::uint32_t plainRgb = 0;
     constexpr std::uint32_t bitFields = 3;
-    OrderedBytes out(std::endian::little);
+    ByteWriter out(std::endian::little);
     out.put("BM").put32(static_cast<std::uint32_t>(layout.fileSize())).put32(0).put32(layout.pixelOffset);
     out.put32(layout.headerSize).put32(static_cast<std::uint32_t>(layout.width));
     out.put32(static_cast<std::uint32_t>(layout.height)).put16(1).put16(layout.bitsPerPixel);

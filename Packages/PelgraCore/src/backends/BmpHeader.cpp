@@ -1,7 +1,7 @@
 #include "backends/BmpHeader.h"
 
 #include "Decoders.h"
-#include "ExifFields.h"
+#include "metadata/ExifFields.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,7 +1,7 @@
 #include "backends/JpegDecoder.h"
 
 #include "backends/JpegMarkers.h"
-#include "ExifFields.h"
+#include "metadata/ExifFields.h"
 
 #include <algorithm>
 #include <array>

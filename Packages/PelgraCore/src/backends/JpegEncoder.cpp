@@ -1,8 +1,8 @@
 #include "backends/JpegEncoder.h"
 
-#include "ExifStructure.h"
-#include "MetadataBlocks.h"
-#include "OrderedBytes.h"
+#include "metadata/ByteWriter.h"
+#include "metadata/ExifStructure.h"
+#include "metadata/MetadataBlocks.h"
 #include "pixels/SampleDepth.h"
 
 #include <algorithm>
@@ -195,7 +195,7 @@ private:
 
 void writeSegment(JpegCompressor& compressor, int code, std::string_view prefix, std::span<const std::byte> content)
 {
-    OrderedBytes segment(std::endian::big);
+    ByteWriter segment(std::endian::big);
     segment.put(prefix).put(content);
     // A segment cannot be longer; what does not fit has no place in the format.
     if (!content.empty() && segment.size() <= segmentLimit)

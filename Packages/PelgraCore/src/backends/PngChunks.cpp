@@ -1,7 +1,7 @@
 #include "backends/PngChunks.h"
 
 #include "backends/BlockWrappings.h"
-#include "ExifFields.h"
+#include "metadata/ExifFields.h"
 
 #include <algorithm>
 

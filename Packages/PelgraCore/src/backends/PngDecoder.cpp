@@ -3,7 +3,7 @@
 #include "backends/PngChunks.h"
 #include "backends/PngColors.h"
 #include "backends/PngFastPath.h"
-#include "ExifFields.h"
+#include "metadata/ExifFields.h"
 
 #include <algorithm>
 #include <bit>

@@ -2,9 +2,9 @@
 
 #include "backends/Deflate.h"
 #include "backends/PngFilters.h"
-#include "ExifStructure.h"
-#include "MetadataBlocks.h"
-#include "OrderedBytes.h"
+#include "metadata/ByteWriter.h"
+#include "metadata/ExifStructure.h"
+#include "metadata/MetadataBlocks.h"
 #include "parallel/OrderedJobs.h"
 #include "pixels/RowStripe.h"
 
@@ -120,12 +120,12 @@ public:
 private:
     void writeChunk(std::string_view type, std::span<const std::byte> content)
     {
-        OrderedBytes head(std::endian::big);
+        ByteWriter head(std::endian::big);
         head.put32(static_cast<std::uint32_t>(content.size())).put(type);
         const std::uint32_t sum = Deflate::crc32(0, std::span(head.bytes()).subspan(4));
         m_sink.write(head.bytes());
         m_sink.write(content);
-        m_sink.write(OrderedBytes(std::endian::big).put32(Deflate::crc32(sum, content)).bytes());
+        m_sink.write(ByteWriter(std::endian::big).put32(Deflate::crc32(sum, content)).bytes());
     }
 
     void writeHeader();
@@ -149,7 +149,7 @@ private:
 void PngWriter::writeHeader()
 {
     const std::uint32_t colorType = (m_form.model == ColorModel::gray ? 0u : 2u) + (m_form.hasAlpha ? 4u : 0u);
-    OrderedBytes header(std::endian::big);
+    ByteWriter header(std::endian::big);
     header.put32(static_cast<std::uint32_t>(m_form.width)).put32(static_cast<std::uint32_t>(m_form.height));
     header.put8(static_cast<std::uint32_t>(m_form.bitsPerComponent)).put8(colorType).put8(0).put8(0).put8(0);
     writeChunk("IHDR", header.bytes());
@@ -175,7 +175,7 @@ std::string rawProfileText(std::span<const std::byte> content)
 void PngWriter::writeMetadata()
 {
     const ImageMetadata& metadata = m_properties.metadata;
-    OrderedBytes chunk(std::endian::big);
+    ByteWriter chunk(std::endian::big);
     const std::span<const std::byte> profile = usableProfile(m_form);
     if (profile.empty()) {
         writeChunk("sRGB", chunk.put8(0).bytes());
@@ -183,20 +183,20 @@ void PngWriter::writeMetadata()
         chunk.put("ICC profile").put16(0).put(Deflate::stream(profile, Deflate::Effort::thorough));
         writeChunk("iCCP", chunk.bytes());
     }
-    OrderedBytes density(std::endian::big);
+    ByteWriter density(std::endian::big);
     density.put32(dotsPerMetre(m_properties.dpiWidth)).put32(dotsPerMetre(m_properties.dpiHeight)).put8(1);
     writeChunk("pHYs", density.bytes());
     if (!metadata.exif.empty())
         writeChunk("eXIf", ExifStructure::withResolution(metadata.exif, m_properties.dpiWidth, m_properties.dpiHeight));
     if (!metadata.iptc.empty()) {
         const std::string text = rawProfileText(photoshopResource(metadata.iptc));
-        OrderedBytes content(std::endian::big);
+        ByteWriter content(std::endian::big);
         content.put("Raw profile type iptc").put16(0);
         content.put(Deflate::stream(std::as_bytes(std::span(text)), Deflate::Effort::thorough));
         writeChunk("zTXt", content.bytes());
     }
     if (!metadata.auxiliaryXmp.empty()) {
-        OrderedBytes content(std::endian::big);
+        ByteWriter content(std::endian::big);
         content.put("XML:com.adobe.xmp").putZeros(5).put(metadata.auxiliaryXmp);
         writeChunk("iTXt", content.bytes());
     }
@@ -236,7 +236,7 @@ void PngWriter::writeWhole(PngFilterChoice choice)
 void PngWriter::writeInParts(std::optional<Strategy> strategy)
 {
     std::uint32_t sum = Deflate::adler32OfNothing;
-    writeChunk("IDAT", OrderedBytes(std::endian::big).put16(Deflate::streamHeader).bytes());
+    writeChunk("IDAT", ByteWriter(std::endian::big).put16(Deflate::streamHeader).bytes());
     OrderedJobs<CompressedPart> jobs(m_properties.threads, [&](const CompressedPart& part) {
         sum = Deflate::joinedAdler32(sum, part.sum, part.filteredSize);
         writeChunk("IDAT", part.bytes);
@@ -257,7 +257,7 @@ void PngWriter::writeInParts(std::optional<Strategy> strategy)
         before = stripe;
     }
     jobs.finish();
-    writeChunk("IDAT", OrderedBytes(std::endian::big).put32(sum).bytes());
+    writeChunk("IDAT", ByteWriter(std::endian::big).put32(sum).bytes());
 }
 
 } // namespace

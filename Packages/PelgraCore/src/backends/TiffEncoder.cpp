@@ -1,9 +1,9 @@
 #include "backends/TiffEncoder.h"
 
 #include "backends/Deflate.h"
-#include "ExifStructure.h"
-#include "MetadataBlocks.h"
-#include "OrderedBytes.h"
+#include "metadata/ByteWriter.h"
+#include "metadata/ExifStructure.h"
+#include "metadata/MetadataBlocks.h"
 #include "parallel/OrderedJobs.h"
 #include "pixels/RowStripe.h"
 
@@ -169,7 +169,7 @@ void TiffWriter::write()
     if (m_exif) {
         append(m_properties.metadata.exif);
     } else {
-        append(OrderedBytes(m_order).put("II").put16(42).put32(0).bytes());
+        append(ByteWriter(m_order).put("II").put16(42).put32(0).bytes());
     }
     const bool predict = predictionPays();
     writeStrips(predict);
@@ -223,7 +223,7 @@ void TiffWriter::add(std::uint16_t tag, FieldType type, std::size_t count, Bytes
 
 void TiffWriter::addShorts(std::uint16_t tag, std::size_t count, std::uint32_t value)
 {
-    OrderedBytes bytes(m_order);
+    ByteWriter bytes(m_order);
     for (std::size_t index = 0; index < count; ++index)
         bytes.put16(value);
     add(tag, shortType, count, bytes.bytes());
@@ -231,7 +231,7 @@ void TiffWriter::addShorts(std::uint16_t tag, std::size_t count, std::uint32_t v
 
 void TiffWriter::addLongs(std::uint16_t tag, const std::vector<std::uint32_t>& values)
 {
-    OrderedBytes bytes(m_order);
+    ByteWriter bytes(m_order);
     for (const std::uint32_t value : values)
         bytes.put32(value);
     add(tag, longType, values.size(), bytes.bytes());
@@ -240,7 +240,7 @@ void TiffWriter::addLongs(std::uint16_t tag, const std::vector<std::uint32_t>& v
 void TiffWriter::addResolution(std::uint16_t tag, double dpi)
 {
     const auto [numerator, denominator] = ExifStructure::resolutionFraction(dpi);
-    add(tag, rationalType, 1, OrderedBytes(m_order).put32(numerator).put32(denominator).bytes());
+    add(tag, rationalType, 1, ByteWriter(m_order).put32(numerator).put32(denominator).bytes());
 }
 
 void TiffWriter::addPictureFields(bool predict)
@@ -299,12 +299,12 @@ void TiffWriter::writeDirectory()
     for (Entry& entry : m_entries) {
         if (entry.value.empty())
             continue;
-        const OrderedBytes offset = OrderedBytes(m_order).put32(static_cast<std::uint32_t>(m_position));
+        const ByteWriter offset = ByteWriter(m_order).put32(static_cast<std::uint32_t>(m_position));
         std::copy_n(offset.bytes().begin(), 4, entry.field.value.begin());
         append(entry.value);
     }
-    const OrderedBytes start = OrderedBytes(m_order).put32(static_cast<std::uint32_t>(m_position));
-    OrderedBytes directory(m_order);
+    const ByteWriter start = ByteWriter(m_order).put32(static_cast<std::uint32_t>(m_position));
+    ByteWriter directory(m_order);
     directory.put16(static_cast<std::uint32_t>(m_entries.size()));
     for (const auto& [field, value] : m_entries)
         directory.put16(field.tag).put16(field.type).put32(field.count).put(field.value);

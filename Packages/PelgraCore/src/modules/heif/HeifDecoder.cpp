@@ -1,9 +1,9 @@
 #include "HeifDecoder.h"
 
-#include "ExifFields.h"
 #include "HeifHandles.h"
 #include "HeifPixels.h"
 #include "HeifProfile.h"
+#include "metadata/ExifFields.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,10 +1,10 @@
 #include "HeifEncoder.h"
 
-#include "ExifStructure.h"
 #include "HeifHandles.h"
 #include "HeifPlanes.h"
-#include "IptcAsXmp.h"
-#include "MetadataBlocks.h"
+#include "metadata/ExifStructure.h"
+#include "metadata/IptcAsXmp.h"
+#include "metadata/MetadataBlocks.h"
 
 #include <algorithm>
 #include <cmath>

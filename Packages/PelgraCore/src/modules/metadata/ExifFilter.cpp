@@ -1,6 +1,6 @@
 #include "ExifFilter.h"
 
-#include "ExifStructure.h"
+#include "metadata/ExifStructure.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "TiffModule.h"
 
-#include "ExifStructure.h"
+#include "metadata/ExifStructure.h"
 #include "ModuleLoader.h"
 #include "TiffPixels.h"
 

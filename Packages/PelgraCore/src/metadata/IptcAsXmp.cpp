@@ -1,6 +1,6 @@
-#include "IptcAsXmp.h"
+#include "metadata/IptcAsXmp.h"
 
-#include "OrderedBytes.h"
+#include "metadata/ByteWriter.h"
 #include "unicode/Unicode.h"
 
 #include <array>

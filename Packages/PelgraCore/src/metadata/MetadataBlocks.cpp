@@ -1,6 +1,6 @@
-#include "MetadataBlocks.h"
+#include "metadata/MetadataBlocks.h"
 
-#include "OrderedBytes.h"
+#include "metadata/ByteWriter.h"
 
 #include <algorithm>
 #include <cmath>
@@ -25,7 +25,7 @@ std::span<const std::byte> usableProfile(const RasterForm& form)
 
 Bytes photoshopResource(std::span<const std::byte> iptc)
 {
-    OrderedBytes block(std::endian::big);
+    ByteWriter block(std::endian::big);
     block.put("8BIM").put16(0x0404).put16(0).put32(static_cast<std::uint32_t>(iptc.size())).put(iptc);
     if (iptc.size() % 2 != 0)
         block.put8(0);

@@ -1,6 +1,6 @@
-#include "ExifStructure.h"
+#include "metadata/ExifStructure.h"
 
-#include "OrderedBytes.h"
+#include "metadata/ByteWriter.h"
 
 #include <algorithm>
 #include <cmath>
@@ -65,7 +65,7 @@ void setField(std::vector<Field>& fields, Field field)
     fields.insert(place, field);
 }
 
-std::array<std::byte, 4> asValue(OrderedBytes bytes)
+std::array<std::byte, 4> asValue(ByteWriter bytes)
 {
     std::array<std::byte, 4> value{};
     std::copy_n(bytes.bytes().begin(), 4, value.begin());
@@ -142,8 +142,8 @@ std::pair<Directory*, std::size_t> largestValueOf(Directory& directory, std::siz
 /// to.
 Bytes written(const Directory& directory, std::size_t start, std::endian order)
 {
-    OrderedBytes fields(order);
-    OrderedBytes data(order);
+    ByteWriter fields(order);
+    ByteWriter data(order);
     const std::size_t dataStart = start + 6 + directory.values.size() * fieldSize;
     fields.put16(static_cast<std::uint32_t>(directory.values.size()));
     for (const Directory::Value& value : directory.values) {
@@ -173,11 +173,11 @@ bool hasResolution(std::span<const std::byte> exif, const MainDirectory& directo
     };
     const auto fraction = [&](double dpi) {
         const auto [numerator, denominator] = resolutionFraction(dpi);
-        return OrderedBytes(directory.order).put32(numerator).put32(denominator);
+        return ByteWriter(directory.order).put32(numerator).put32(denominator);
     };
     return holds(xResolutionTag, typeRational, fraction(dpiWidth).bytes())
         && holds(yResolutionTag, typeRational, fraction(dpiHeight).bytes())
-        && holds(resolutionUnitTag, typeShort, OrderedBytes(directory.order).put16(2).bytes());
+        && holds(resolutionUnitTag, typeShort, ByteWriter(directory.order).put16(2).bytes());
 }
 
 } // namespace
@@ -206,23 +206,23 @@ Bytes withResolution(std::span<const std::byte> exif, double dpiWidth, double dp
     const std::endian order = directory->order;
     if (hasResolution(exif, *directory, dpiWidth, dpiHeight))
         return {exif.begin(), exif.end()};
-    OrderedBytes out(order);
+    ByteWriter out(order);
     if (exif.empty())
         out.put(order == std::endian::little ? "II" : "MM").put16(42).put32(0);
     else
         out.put(exif).putZeros(exif.size() % 2);
 
     const auto appendFraction = [&](std::uint16_t tag, double dpi) {
-        const OrderedBytes offset = OrderedBytes(order).put32(static_cast<std::uint32_t>(out.size()));
+        const ByteWriter offset = ByteWriter(order).put32(static_cast<std::uint32_t>(out.size()));
         const auto [numerator, denominator] = resolutionFraction(dpi);
         out.put32(numerator).put32(denominator);
         setField(directory->fields, {tag, typeRational, 1, asValue(offset)});
     };
     appendFraction(xResolutionTag, dpiWidth);
     appendFraction(yResolutionTag, dpiHeight);
-    setField(directory->fields, {resolutionUnitTag, typeShort, 1, asValue(OrderedBytes(order).put16(2).put16(0))});
+    setField(directory->fields, {resolutionUnitTag, typeShort, 1, asValue(ByteWriter(order).put16(2).put16(0))});
 
-    const auto start = asValue(OrderedBytes(order).put32(static_cast<std::uint32_t>(out.size())));
+    const auto start = asValue(ByteWriter(order).put32(static_cast<std::uint32_t>(out.size())));
     std::copy(start.begin(), start.end(), out.bytes().begin() + 4);
     out.put16(static_cast<std::uint32_t>(directory->fields.size()));
     for (const Field& field : directory->fields)
@@ -245,7 +245,7 @@ Bytes reducedTo(std::span<const std::byte> exif, std::size_t limit)
             return {};
         holder->values.erase(holder->values.begin() + static_cast<std::ptrdiff_t>(index));
     }
-    OrderedBytes out(*order);
+    ByteWriter out(*order);
     out.put(*order == std::endian::little ? "II" : "MM").put16(42).put32(headerSize);
     out.put(written(directory, headerSize, *order));
     return std::move(out.bytes());

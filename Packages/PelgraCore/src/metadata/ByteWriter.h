@@ -10,33 +10,33 @@
 namespace Pelgra {
 
 /// Appends numbers to a byte string in a chosen byte order.
-class OrderedBytes {
+class ByteWriter {
 public:
-    explicit OrderedBytes(std::endian order)
+    explicit ByteWriter(std::endian order)
         : m_order(order)
     {
     }
 
-    OrderedBytes& put8(std::uint32_t value)
+    ByteWriter& put8(std::uint32_t value)
     {
         m_bytes.push_back(static_cast<std::byte>(value & 0xFF));
         return *this;
     }
-    OrderedBytes& put16(std::uint32_t value)
+    ByteWriter& put16(std::uint32_t value)
     {
         return m_order == std::endian::big ? put8(value >> 8).put8(value) : put8(value).put8(value >> 8);
     }
-    OrderedBytes& put32(std::uint32_t value)
+    ByteWriter& put32(std::uint32_t value)
     {
         return m_order == std::endian::big ? put16(value >> 16).put16(value) : put16(value).put16(value >> 16);
     }
-    OrderedBytes& put(std::span<const std::byte> bytes)
+    ByteWriter& put(std::span<const std::byte> bytes)
     {
         m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
         return *this;
     }
-    OrderedBytes& put(std::string_view text) { return put(std::as_bytes(std::span(text))); }
-    OrderedBytes& putZeros(std::size_t count)
+    ByteWriter& put(std::string_view text) { return put(std::as_bytes(std::span(text))); }
+    ByteWriter& putZeros(std::size_t count)
     {
         m_bytes.resize(m_bytes.size() + count);
         return *this;

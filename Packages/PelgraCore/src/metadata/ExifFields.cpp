@@ -1,4 +1,4 @@
-#include "ExifFields.h"
+#include "metadata/ExifFields.h"
 
 #include <algorithm>
 #include <cmath>
