@@ -1,4 +1,4 @@
-#include "backends/PngColors.h"
+#include "codecs/png/PngColors.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/ImageLoading.h"
 #include "Support/ImageSamples.h"

@@ -1,4 +1,4 @@
-#include "JpegStructure.h"
+#include "codecs/jpeg/JpegStructure.h"
 #include "Support/RoundTrip.h"
 
 #include <QTest>

@@ -1,4 +1,4 @@
-#include "backends/PngRowFilters.h"
+#include "codecs/png/PngUnfilter.h"
 
 #include <QTest>
 

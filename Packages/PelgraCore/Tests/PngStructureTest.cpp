@@ -1,4 +1,4 @@
-#include "PngStructure.h"
+#include "codecs/png/PngStructure.h"
 #include "Support/ImageSamples.h"
 
 #include <QTest>

@@ -1,6 +1,6 @@
 #include "EngineImages.h"
 
-#include "Encoders.h"
+#include "images/Encoding.h"
 #include "parallel/OrderedPipeline.h"
 #include "PelgraCore/Engine.h"
 #include "PelgraCore/EngineError.h"

@@ -1,8 +1,8 @@
 #include "PelgraCore/Engine.h"
 
-#include "Encoders.h"
 #include "files/OutputFile.h"
 #include "files/PreparedOutput.h"
+#include "images/Encoding.h"
 #include "PageDrawing.h"
 #include "parallel/OrderedPipeline.h"
 #include "PelgraCore/EngineError.h"

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Decoders.h"
-#include "Encoders.h"
+#include "codecs/DecodedImage.h"
 #include "files/ByteSink.h"
+#include "images/Encoding.h"
 #include "pixels/RowSource.h"
 
 #include <cstddef>

@@ -1,6 +1,6 @@
 #include "ImagePDFWriter.h"
 
-#include "backends/Deflate.h"
+#include "codecs/Deflate.h"
 
 #include <array>
 #include <span>

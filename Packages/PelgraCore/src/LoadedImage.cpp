@@ -1,4 +1,4 @@
-#include "backends/ColorConversion.h"
+#include "codecs/ColorConversion.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/ImageLoading.h"
 #include "pixels/PixelTurning.h"

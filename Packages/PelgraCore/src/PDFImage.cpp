@@ -1,17 +1,17 @@
 #include "PDFImage.h"
 
-#include "backends/ColorConversion.h"
-#include "backends/JpegDecoder.h"
-#include "backends/PngDecoder.h"
-#include "backends/PngEncoder.h"
+#include "codecs/ColorConversion.h"
+#include "codecs/jpeg/JpegDecoder.h"
+#include "codecs/jpeg/JpegStructure.h"
+#include "codecs/png/PngDecoder.h"
+#include "codecs/png/PngEncoder.h"
+#include "codecs/png/PngStructure.h"
 #include "EngineImages.h"
 #include "files/ByteSink.h"
 #include "files/FileBytes.h"
-#include "JpegStructure.h"
 #include "PelgraCore/EngineError.h"
 #include "PicturePlacement.h"
 #include "pixels/RowSource.h"
-#include "PngStructure.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Decoders.h"
+#include "codecs/DecodedImage.h"
 
 namespace Pelgra {
 

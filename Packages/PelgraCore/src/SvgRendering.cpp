@@ -1,6 +1,6 @@
 #include "SvgRendering.h"
 
-#include "Decoders.h"
+#include "codecs/DecodedImage.h"
 #include "files/UniqueDescriptor.h"
 #include "ModuleLoader.h"
 #include "SvgRendererProtocol.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Encoders.h"
+#include "images/Encoding.h"
 #include "Support/ImageSamples.h"
 #include "Support/MemorySink.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Encoders.h"
+#include "images/Encoding.h"
 
 namespace Pelgra {
 

@@ -1,6 +1,6 @@
 #include "HeifPixels.h"
 
-#include "Decoders.h"
+#include "codecs/DecodedImage.h"
 #include "pixels/StraightAlpha.h"
 
 #include <algorithm>

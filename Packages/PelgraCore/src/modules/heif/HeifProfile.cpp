@@ -1,6 +1,6 @@
 #include "HeifProfile.h"
 
-#include "backends/IccProfiles.h"
+#include "codecs/IccProfiles.h"
 
 #include <optional>
 

@@ -1,6 +1,6 @@
 #include "ProfileConversion.h"
 
-#include "backends/IccProfiles.h"
+#include "codecs/IccProfiles.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "SvgModule.h"
 
-#include "Decoders.h"
+#include "codecs/DecodedImage.h"
 #include "ModuleLoader.h"
 #include "pixels/StraightAlpha.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Decoders.h"
+#include "codecs/DecodedImage.h"
 
 #include <cstddef>
 #include <cstdint>
