@@ -1,7 +1,7 @@
 #include "PelgraCore/Engine.h"
 
-#include "DocumentsModule.h"
-#include "ModuleLoader.h"
+#include "modules/documents/DocumentsModule.h"
+#include "modules/ModuleLoader.h"
 #include "Support/MemorySink.h"
 #include "Support/PDFInspection.h"
 #include "Support/PDFSamples.h"

@@ -1,7 +1,7 @@
 #include "PelgraCore/PDFRendering.h"
 
+#include "modules/rendering/RenderingModule.h"
 #include "PelgraCore/EngineError.h"
-#include "RenderingModule.h"
 #include "Support/DrawnPages.h"
 #include "Support/PDFSamples.h"
 #include "Support/TemporaryFolder.h"

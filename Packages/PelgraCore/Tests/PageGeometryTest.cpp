@@ -1,4 +1,4 @@
-#include "PageGeometry.h"
+#include "modules/PageGeometry.h"
 
 #include <QTest>
 

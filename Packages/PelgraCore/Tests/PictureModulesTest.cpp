@@ -1,8 +1,8 @@
-#include "HeifModule.h"
 #include "metadata/ByteWriter.h"
-#include "ModuleLoader.h"
+#include "modules/heif/HeifModule.h"
+#include "modules/ModuleLoader.h"
+#include "modules/tiff/TiffModule.h"
 #include "Support/RoundTrip.h"
-#include "TiffModule.h"
 
 #include <QTest>
 

@@ -1,8 +1,8 @@
-#include "ModuleLoader.h"
+#include "modules/ModuleLoader.h"
+#include "modules/recognition/RecognitionModule.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/PDFRendering.h"
 #include "PelgraCore/TextExtraction.h"
-#include "RecognitionModule.h"
 
 #include "Support/PDFSamples.h"
 #include "Support/TemporaryFolder.h"

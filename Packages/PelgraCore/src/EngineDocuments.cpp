@@ -1,8 +1,8 @@
 #include "PelgraCore/Engine.h"
 
-#include "DocumentsModule.h"
 #include "files/OutputFile.h"
-#include "ModuleLoader.h"
+#include "modules/documents/DocumentsModule.h"
+#include "modules/ModuleLoader.h"
 #include "PelgraCore/OutputNaming.h"
 
 #include <algorithm>

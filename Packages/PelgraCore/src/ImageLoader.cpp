@@ -1,5 +1,5 @@
-#include "MetadataModule.h"
-#include "ModuleLoader.h"
+#include "modules/metadata/MetadataModule.h"
+#include "modules/ModuleLoader.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/ImageLoading.h"
 #include "PictureDecoding.h"

@@ -1,8 +1,8 @@
 #include "PelgraCore/PDFRendering.h"
 
-#include "ModuleLoader.h"
+#include "modules/ModuleLoader.h"
+#include "modules/rendering/RenderingModule.h"
 #include "PelgraCore/EngineError.h"
-#include "RenderingModule.h"
 
 #include <algorithm>
 #include <cmath>

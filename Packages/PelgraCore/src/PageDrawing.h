@@ -1,7 +1,7 @@
 #pragma once
 
+#include "modules/rendering/RenderingModule.h"
 #include "pixels/RowSource.h"
-#include "RenderingModule.h"
 
 #include <condition_variable>
 #include <cstddef>

@@ -1,6 +1,6 @@
 #include "PageReader.h"
 
-#include "ModuleLoader.h"
+#include "modules/ModuleLoader.h"
 #include "PageText.h"
 #include "PelgraCore/EngineError.h"
 #include "pixels/GrayPixels.h"

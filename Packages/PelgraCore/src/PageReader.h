@@ -1,8 +1,8 @@
 #pragma once
 
+#include "modules/recognition/RecognitionModule.h"
+#include "modules/rendering/RenderingModule.h"
 #include "PelgraCore/TextExtraction.h"
-#include "RecognitionModule.h"
-#include "RenderingModule.h"
 
 #include <atomic>
 #include <filesystem>

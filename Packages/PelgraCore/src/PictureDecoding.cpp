@@ -7,12 +7,12 @@
 #include "codecs/png/PngDecoder.h"
 #include "codecs/WebpDecoder.h"
 #include "files/FileBytes.h"
-#include "HeifModule.h"
-#include "ModuleLoader.h"
+#include "modules/heif/HeifModule.h"
+#include "modules/ModuleLoader.h"
+#include "modules/tiff/TiffModule.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/FileFormat.h"
 #include "SvgRendering.h"
-#include "TiffModule.h"
 
 #include <algorithm>
 #include <exception>

@@ -2,7 +2,7 @@
 
 #include "codecs/DecodedImage.h"
 #include "files/UniqueDescriptor.h"
-#include "ModuleLoader.h"
+#include "modules/ModuleLoader.h"
 #include "SvgRendererProtocol.h"
 
 #include <cerrno>

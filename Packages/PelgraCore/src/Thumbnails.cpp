@@ -1,9 +1,9 @@
 #include "PelgraCore/Thumbnails.h"
 
 #include "ImageThumbnails.h"
+#include "modules/rendering/RenderingModule.h"
 #include "PageDrawing.h"
 #include "PelgraCore/FileFormat.h"
-#include "RenderingModule.h"
 
 #include <algorithm>
 #include <atomic>

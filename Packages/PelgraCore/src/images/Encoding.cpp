@@ -4,8 +4,8 @@
 #include "codecs/jpeg/JpegEncoder.h"
 #include "codecs/png/PngEncoder.h"
 #include "codecs/TiffEncoder.h"
-#include "HeifModule.h"
-#include "ModuleLoader.h"
+#include "modules/heif/HeifModule.h"
+#include "modules/ModuleLoader.h"
 #include "PelgraCore/EngineError.h"
 
 namespace Pelgra {

@@ -1,7 +1,7 @@
 // Draws the SVG on its standard input under limits and leaves the pixels on its standard output, see
 // SvgRendererProtocol.h. Started by the library alone.
-#include "ModuleLoader.h"
-#include "SvgModule.h"
+#include "modules/ModuleLoader.h"
+#include "modules/svg/SvgModule.h"
 #include "SvgRendererProtocol.h"
 
 #include <cerrno>

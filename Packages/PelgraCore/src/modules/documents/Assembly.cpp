@@ -1,6 +1,6 @@
 #include "Assembly.h"
 
-#include "Catalog.h"
+#include "DocumentCatalog.h"
 #include "PageContent.h"
 #include "ScaledPage.h"
 #include "SinkPipeline.h"

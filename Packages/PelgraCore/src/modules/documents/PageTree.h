@@ -1,7 +1,7 @@
 #pragma once
 
+#include "modules/PageGeometry.h"
 #include "Objects.h"
-#include "PageGeometry.h"
 
 namespace Pelgra::Documents {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Input.h"
-#include "PageGeometry.h"
+#include "modules/PageGeometry.h"
 
 namespace Pelgra::Documents {
 

@@ -1,7 +1,7 @@
-#include "HeifModule.h"
+#include "modules/heif/HeifModule.h"
 
 #include "HeifDecoder.h"
 #include "HeifEncoder.h"
-#include "ModuleLoader.h"
+#include "modules/ModuleLoader.h"
 
 PELGRA_MODULE_EXPORT const Pelgra::HeifModule pelgraModule{Pelgra::decodeHeif, Pelgra::encodeHeif};

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MetadataModule.h"
+#include "modules/metadata/MetadataModule.h"
 
 namespace Pelgra {
 

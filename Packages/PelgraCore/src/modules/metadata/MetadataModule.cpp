@@ -1,7 +1,7 @@
-#include "MetadataModule.h"
+#include "modules/metadata/MetadataModule.h"
 
 #include "ExifFilter.h"
-#include "ModuleLoader.h"
+#include "modules/ModuleLoader.h"
 #include "XmpFilter.h"
 
 #include <exception>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RecognitionModule.h"
+#include "modules/recognition/RecognitionModule.h"
 
 #include <memory>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Engine.h"
 #include "PageImage.h"
+#include "RecognitionEngine.h"
 #include "Session.h"
 
 #include <stop_token>

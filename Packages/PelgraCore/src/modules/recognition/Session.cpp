@@ -1,6 +1,6 @@
 #include "Session.h"
 
-#include "Engine.h"
+#include "RecognitionEngine.h"
 #include "Recognizer.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Languages.h"
-#include "RecognitionModule.h"
+#include "modules/recognition/RecognitionModule.h"
 
 #include <map>
 #include <mutex>

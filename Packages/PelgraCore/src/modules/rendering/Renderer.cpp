@@ -144,7 +144,7 @@ constexpr auto white = std::byte{0xFF};
 
 } // namespace
 
-Renderer::Renderer(std::unique_ptr<Document> document)
+Renderer::Renderer(std::unique_ptr<MuPDFDocument> document)
     : m_document(std::move(document))
     , m_page(nullptr, PageDeleter{m_document->context()})
 {
@@ -216,7 +216,7 @@ std::vector<TextPiece> Renderer::textPieces(int pageIndex, const std::stop_token
 
 std::unique_ptr<PageRenderer> openRenderer(const std::filesystem::path& file, int pagesNeeded)
 {
-    std::unique_ptr<Document> document = Document::open(file, pagesNeeded);
+    std::unique_ptr<MuPDFDocument> document = MuPDFDocument::open(file, pagesNeeded);
     return document ? std::make_unique<Renderer>(std::move(document)) : nullptr;
 }
 

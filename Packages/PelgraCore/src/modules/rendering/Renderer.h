@@ -1,14 +1,14 @@
 #pragma once
 
-#include "Document.h"
-#include "RenderingModule.h"
+#include "modules/rendering/RenderingModule.h"
+#include "MuPDFDocument.h"
 
 namespace Pelgra::Rendering {
 
 /// Draws pages with MuPDF.
 class Renderer final : public PageRenderer {
 public:
-    explicit Renderer(std::unique_ptr<Document> document);
+    explicit Renderer(std::unique_ptr<MuPDFDocument> document);
 
     int pageCount() const override { return m_document->pageCount(); }
     PageSize displayedSize(int pageIndex) override;
@@ -22,7 +22,7 @@ private:
     /// Keeps the page for the next call, since the bands of one page follow each other.
     const PageHandle& pageAt(int index);
 
-    std::unique_ptr<Document> m_document;
+    std::unique_ptr<MuPDFDocument> m_document;
     PageHandle m_page; ///< to be gone before the document
     int m_pageIndex = -1;
 };

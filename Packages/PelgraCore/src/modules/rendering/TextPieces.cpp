@@ -112,7 +112,7 @@ TextPiece pieceFrom(fz_context* context, const fz_stext_line& line, const fz_rec
 
 } // namespace
 
-std::vector<TextPiece> readTextPieces(Document& document, const PageHandle& page)
+std::vector<TextPiece> readTextPieces(MuPDFDocument& document, const PageHandle& page)
 {
     fz_context* const context = document.context();
     const TextPageHandle text(tryReadText(context, page.get(), document.account().cookie()), {context});

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Document.h"
+#include "MuPDFDocument.h"
 #include "PageText.h"
 
 #include <vector>
@@ -9,6 +9,6 @@ namespace Pelgra::Rendering {
 
 /// What the page's contents, annotations and form fields show as text inside its visible box, in the order of the
 /// page's contents. What cannot be read is left out. A piece of work must be open on the document's account.
-std::vector<TextPiece> readTextPieces(Document& document, const PageHandle& page);
+std::vector<TextPiece> readTextPieces(MuPDFDocument& document, const PageHandle& page);
 
 } // namespace Pelgra::Rendering

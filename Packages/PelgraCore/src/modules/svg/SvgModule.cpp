@@ -1,7 +1,7 @@
-#include "SvgModule.h"
+#include "modules/svg/SvgModule.h"
 
 #include "codecs/DecodedImage.h"
-#include "ModuleLoader.h"
+#include "modules/ModuleLoader.h"
 #include "pixels/StraightAlpha.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
-#include "TiffModule.h"
+#include "modules/tiff/TiffModule.h"
 
 #include "metadata/ExifStructure.h"
-#include "ModuleLoader.h"
+#include "modules/ModuleLoader.h"
 #include "TiffPixels.h"
 
 #include <limits>

@@ -1,6 +1,6 @@
-#include "ModuleLoader.h"
+#include "modules/rendering/RenderingModule.h"
+#include "modules/ModuleLoader.h"
 #include "Renderer.h"
-#include "RenderingModule.h"
 
 namespace Pelgra {
 

@@ -1,4 +1,4 @@
-#include "Engine.h"
+#include "RecognitionEngine.h"
 
 #include <leptonica/allheaders.h>
 #include <omp.h>

@@ -1,4 +1,4 @@
-#include "ModuleLoader.h"
+#include "modules/ModuleLoader.h"
 #include "Session.h"
 
 PELGRA_MODULE_EXPORT const Pelgra::RecognitionModule pelgraModule;

@@ -1,7 +1,7 @@
-#include "Document.h"
+#include "MuPDFDocument.h"
 
 #include "files/FileBytes.h"
-#include "PageTree.h"
+#include "PageTreeRepair.h"
 
 #include <algorithm>
 #include <array>
@@ -149,9 +149,9 @@ bool isLocked(fz_context* context, pdf_document* document)
 
 } // namespace
 
-std::unique_ptr<Document> Document::open(const std::filesystem::path& file, int pagesNeeded)
+std::unique_ptr<MuPDFDocument> MuPDFDocument::open(const std::filesystem::path& file, int pagesNeeded)
 {
-    std::unique_ptr<Document> document(new Document);
+    std::unique_ptr<MuPDFDocument> document(new MuPDFDocument);
     document->m_file.reset(openRegularFile(file));
     if (!document->m_file)
         return nullptr;
@@ -165,13 +165,13 @@ std::unique_ptr<Document> Document::open(const std::filesystem::path& file, int 
     return document->m_pageCount >= 0 ? std::move(document) : nullptr;
 }
 
-Document::~Document()
+MuPDFDocument::~MuPDFDocument()
 {
     if (m_document)
         pdf_drop_document(context(), m_document);
 }
 
-bool Document::readDocument() noexcept
+bool MuPDFDocument::readDocument() noexcept
 {
     fz_context* const context = m_context.get();
     fz_stream* stream = nullptr;
@@ -184,11 +184,11 @@ bool Document::readDocument() noexcept
         stream = fz_new_stream(
             context, this,
             [](fz_context*, fz_stream* self, std::size_t) {
-                return static_cast<Document*>(self->state)->readFromFile(self);
+                return static_cast<MuPDFDocument*>(self->state)->readFromFile(self);
             },
             nullptr);
         stream->seek = [](fz_context*, fz_stream* self, std::int64_t offset, int whence) {
-            static_cast<Document*>(self->state)->seekInFile(self, offset, whence);
+            static_cast<MuPDFDocument*>(self->state)->seekInFile(self, offset, whence);
         };
         m_document = pdf_open_document_with_stream(context, stream);
         if (isLocked(context, m_document))
@@ -205,7 +205,7 @@ bool Document::readDocument() noexcept
     return true;
 }
 
-int Document::readFromFile(fz_stream* stream)
+int MuPDFDocument::readFromFile(fz_stream* stream)
 {
     ssize_t count = 0;
     do
@@ -219,7 +219,7 @@ int Document::readFromFile(fz_stream* stream)
     return *stream->rp++;
 }
 
-void Document::seekInFile(fz_stream* stream, std::int64_t offset, int whence)
+void MuPDFDocument::seekInFile(fz_stream* stream, std::int64_t offset, int whence)
 {
     if (whence == SEEK_END) {
         struct stat status { };
@@ -236,14 +236,14 @@ void Document::seekInFile(fz_stream* stream, std::int64_t offset, int whence)
     stream->rp = stream->wp = m_buffer;
 }
 
-PageHandle Document::loadPage(int index)
+PageHandle MuPDFDocument::loadPage(int index)
 {
     if (index < 0 || index >= m_pageCount)
         return PageHandle(nullptr, PageDeleter{context()});
     return PageHandle(tryLoadPage(context(), m_document, index), PageDeleter{context()});
 }
 
-PageGeometry Document::geometryOf(const PageHandle& page) const
+PageGeometry MuPDFDocument::geometryOf(const PageHandle& page) const
 {
     return page ? tryGeometry(context(), page->obj) : PageGeometry{};
 }

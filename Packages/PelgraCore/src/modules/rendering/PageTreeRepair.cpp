@@ -1,4 +1,4 @@
-#include "PageTree.h"
+#include "PageTreeRepair.h"
 
 #include <cstddef>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "files/UniqueDescriptor.h"
-#include "PageGeometry.h"
+#include "modules/PageGeometry.h"
 #include "WorkAccount.h"
 
 #include <filesystem>
@@ -35,13 +35,13 @@ struct PageGeometry {
 };
 
 /// One document with a context of its own. Used by one thread at a time; several threads open one each.
-class Document {
+class MuPDFDocument {
 public:
     /// Null for what cannot be read or needs a password. Broken cross references are repaired.
-    static std::unique_ptr<Document> open(const std::filesystem::path& file, int pagesNeeded);
-    ~Document();
-    Document(const Document&) = delete;
-    Document& operator=(const Document&) = delete;
+    static std::unique_ptr<MuPDFDocument> open(const std::filesystem::path& file, int pagesNeeded);
+    ~MuPDFDocument();
+    MuPDFDocument(const MuPDFDocument&) = delete;
+    MuPDFDocument& operator=(const MuPDFDocument&) = delete;
 
     fz_context* context() const { return m_context.get(); }
     WorkAccount& account() { return m_account; }
@@ -58,7 +58,7 @@ public:
     PageGeometry geometryOf(const PageHandle& page) const;
 
 private:
-    Document() = default;
+    MuPDFDocument() = default;
     bool openStream();
     bool readDocument() noexcept;
     int readFromFile(fz_stream* stream);

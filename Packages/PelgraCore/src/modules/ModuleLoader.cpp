@@ -1,4 +1,4 @@
-#include "ModuleLoader.h"
+#include "modules/ModuleLoader.h"
 
 #include <filesystem>
 #include <stdexcept>

@@ -1,7 +1,7 @@
-#include "DocumentsModule.h"
+#include "modules/documents/DocumentsModule.h"
 
 #include "Assembly.h"
-#include "ModuleLoader.h"
+#include "modules/ModuleLoader.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/PDFRendering.h"
 

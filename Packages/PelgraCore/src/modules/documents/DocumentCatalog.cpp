@@ -1,4 +1,4 @@
-#include "Catalog.h"
+#include "DocumentCatalog.h"
 
 #include "Layers.h"
 #include "Metadata.h"
