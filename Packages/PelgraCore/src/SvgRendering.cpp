@@ -3,7 +3,7 @@
 #include "codecs/DecodedImage.h"
 #include "files/UniqueDescriptor.h"
 #include "modules/ModuleLoader.h"
-#include "SvgRendererProtocol.h"
+#include "programs/SvgRendererProtocol.h"
 
 #include <cerrno>
 #include <csignal>

@@ -2,7 +2,7 @@
 // SvgRendererProtocol.h. Started by the library alone.
 #include "modules/ModuleLoader.h"
 #include "modules/svg/SvgModule.h"
-#include "SvgRendererProtocol.h"
+#include "programs/SvgRendererProtocol.h"
 
 #include <cerrno>
 #include <csignal>
