@@ -1,4 +1,4 @@
-#include "ImageThumbnails.h"
+#include "images/ImageThumbnails.h"
 #include "PelgraCore/Thumbnails.h"
 #include "Support/ImageSamples.h"
 

@@ -9,8 +9,8 @@
 #include "EngineImages.h"
 #include "files/ByteSink.h"
 #include "files/FileBytes.h"
+#include "images/PicturePlacement.h"
 #include "PelgraCore/EngineError.h"
-#include "PicturePlacement.h"
 #include "pixels/RowSource.h"
 
 #include <algorithm>

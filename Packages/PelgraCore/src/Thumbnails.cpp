@@ -1,6 +1,6 @@
 #include "PelgraCore/Thumbnails.h"
 
-#include "ImageThumbnails.h"
+#include "images/ImageThumbnails.h"
 #include "modules/rendering/RenderingModule.h"
 #include "PageDrawing.h"
 #include "PelgraCore/FileFormat.h"

@@ -1,7 +1,7 @@
-#include "ImageThumbnails.h"
+#include "images/ImageThumbnails.h"
 
+#include "images/PictureDecoding.h"
 #include "PelgraCore/Thumbnails.h"
-#include "PictureDecoding.h"
 #include "pixels/ImageScaling.h"
 
 #include <algorithm>

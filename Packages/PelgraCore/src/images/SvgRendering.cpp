@@ -1,4 +1,4 @@
-#include "SvgRendering.h"
+#include "images/SvgRendering.h"
 
 #include "codecs/DecodedImage.h"
 #include "files/UniqueDescriptor.h"

@@ -1,4 +1,4 @@
-#include "PictureDecoding.h"
+#include "images/PictureDecoding.h"
 
 #include "codecs/bmp/BmpDecoder.h"
 #include "codecs/ColorConversion.h"
@@ -7,12 +7,12 @@
 #include "codecs/png/PngDecoder.h"
 #include "codecs/WebpDecoder.h"
 #include "files/FileBytes.h"
+#include "images/SvgRendering.h"
 #include "modules/heif/HeifModule.h"
 #include "modules/ModuleLoader.h"
 #include "modules/tiff/TiffModule.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/FileFormat.h"
-#include "SvgRendering.h"
 
 #include <algorithm>
 #include <exception>

@@ -1,4 +1,4 @@
-#include "PicturePlacement.h"
+#include "images/PicturePlacement.h"
 
 #include "metadata/ExifFields.h"
 

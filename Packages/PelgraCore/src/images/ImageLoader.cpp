@@ -1,9 +1,9 @@
+#include "images/PictureDecoding.h"
+#include "images/PicturePlacement.h"
 #include "modules/metadata/MetadataModule.h"
 #include "modules/ModuleLoader.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/ImageLoading.h"
-#include "PictureDecoding.h"
-#include "PicturePlacement.h"
 
 #include <exception>
 #include <utility>
