@@ -1,6 +1,6 @@
 #include "PelgraCore/Engine.h"
 
-#include "PageDrawing.h"
+#include "pages/PageDrawing.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/ImageLoading.h"
 #include "Support/PDFSamples.h"

@@ -3,7 +3,7 @@
 #include "files/OutputFile.h"
 #include "files/PreparedOutput.h"
 #include "images/Encoding.h"
-#include "PageDrawing.h"
+#include "pages/PageDrawing.h"
 #include "parallel/OrderedPipeline.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/OutputNaming.h"

@@ -2,7 +2,7 @@
 
 #include "images/ImageThumbnails.h"
 #include "modules/rendering/RenderingModule.h"
-#include "PageDrawing.h"
+#include "pages/PageDrawing.h"
 #include "PelgraCore/FileFormat.h"
 
 #include <algorithm>

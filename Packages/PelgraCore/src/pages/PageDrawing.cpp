@@ -1,4 +1,4 @@
-#include "PageDrawing.h"
+#include "pages/PageDrawing.h"
 
 #include "parallel/OrderedPipeline.h"
 #include "PelgraCore/EngineError.h"
