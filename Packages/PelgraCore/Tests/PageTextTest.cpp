@@ -1,4 +1,4 @@
-#include "PageText.h"
+#include "text/PageText.h"
 
 #include "unicode/Unicode.h"
 

@@ -1,9 +1,9 @@
 #include "PelgraCore/Engine.h"
 
-#include "DocumentText.h"
 #include "files/PreparedOutput.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/TextExtraction.h"
+#include "text/DocumentText.h"
 
 namespace Pelgra {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PageText.h"
 #include "PelgraCore/PDFRendering.h"
+#include "text/PageText.h"
 
 #include <cstddef>
 #include <filesystem>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "MuPDFDocument.h"
-#include "PageText.h"
+#include "text/PageText.h"
 
 #include <vector>
 

@@ -1,9 +1,9 @@
-#include "PageReader.h"
+#include "text/PageReader.h"
 
 #include "modules/ModuleLoader.h"
-#include "PageText.h"
 #include "PelgraCore/EngineError.h"
 #include "pixels/GrayPixels.h"
+#include "text/PageText.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
-#include "PageText.h"
+#include "text/PageText.h"
 
-#include "SpacedLetters.h"
+#include "text/SpacedLetters.h"
 #include "unicode/Unicode.h"
 
 #include <algorithm>

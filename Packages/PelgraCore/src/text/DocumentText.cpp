@@ -1,9 +1,9 @@
-#include "DocumentText.h"
+#include "text/DocumentText.h"
 
-#include "PageReader.h"
 #include "parallel/OrderedPipeline.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/TextExtraction.h"
+#include "text/PageReader.h"
 
 #include <algorithm>
 #include <mutex>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PageText.h"
+#include "text/PageText.h"
 
 namespace Pelgra {
 

@@ -1,4 +1,4 @@
-#include "SpacedLetters.h"
+#include "text/SpacedLetters.h"
 
 #include "unicode/Unicode.h"
 
