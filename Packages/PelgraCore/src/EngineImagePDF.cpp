@@ -1,7 +1,7 @@
 #include "EngineImages.h"
-#include "ImagePDFWriter.h"
+#include "imagepdf/ImagePDFWriter.h"
+#include "imagepdf/PDFImage.h"
 #include "parallel/OrderedPipeline.h"
-#include "PDFImage.h"
 #include "PelgraCore/Engine.h"
 #include "PelgraCore/EngineError.h"
 

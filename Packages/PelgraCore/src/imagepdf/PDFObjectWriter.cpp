@@ -1,4 +1,4 @@
-#include "PDFObjectWriter.h"
+#include "imagepdf/PDFObjectWriter.h"
 
 #include <array>
 #include <cassert>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PDFImage.h"
-#include "PDFObjectWriter.h"
+#include "imagepdf/PDFImage.h"
+#include "imagepdf/PDFObjectWriter.h"
 
 #include <map>
 #include <string>

@@ -1,4 +1,4 @@
-#include "ImagePDFWriter.h"
+#include "imagepdf/ImagePDFWriter.h"
 
 #include "codecs/Deflate.h"
 

@@ -1,4 +1,4 @@
-#include "PDFImage.h"
+#include "imagepdf/PDFImage.h"
 
 #include "codecs/ColorConversion.h"
 #include "codecs/jpeg/JpegDecoder.h"
