@@ -6,7 +6,7 @@
 #include "codecs/png/PngDecoder.h"
 #include "codecs/png/PngEncoder.h"
 #include "codecs/png/PngStructure.h"
-#include "EngineImages.h"
+#include "engine/EngineImages.h"
 #include "files/ByteSink.h"
 #include "files/FileBytes.h"
 #include "images/PicturePlacement.h"

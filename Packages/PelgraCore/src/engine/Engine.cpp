@@ -1,7 +1,7 @@
 #include "PelgraCore/Engine.h"
 
-#include "EngineBatch.h"
-#include "EngineImages.h"
+#include "engine/EngineBatch.h"
+#include "engine/EngineImages.h"
 #include "parallel/OrderedPipeline.h"
 #include "PelgraCore/EngineError.h"
 

@@ -1,4 +1,4 @@
-#include "EngineBatch.h"
+#include "engine/EngineBatch.h"
 
 #include "parallel/OrderedPipeline.h"
 #include "PelgraCore/Engine.h"

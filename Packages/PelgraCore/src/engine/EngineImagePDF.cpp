@@ -1,4 +1,4 @@
-#include "EngineImages.h"
+#include "engine/EngineImages.h"
 #include "imagepdf/ImagePDFWriter.h"
 #include "imagepdf/PDFImage.h"
 #include "parallel/OrderedPipeline.h"

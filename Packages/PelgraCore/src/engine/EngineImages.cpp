@@ -1,4 +1,4 @@
-#include "EngineImages.h"
+#include "engine/EngineImages.h"
 
 #include "images/Encoding.h"
 #include "parallel/OrderedPipeline.h"
