@@ -4,15 +4,15 @@
 #include "App/SparkleUpdater.h"
 #include "App/TrayHost.h"
 #include "Jobs/HUDPanel.h"
+#include "Platform/Compositing.h"
+#include "Platform/Platform.h"
 #include "Settings/Preferences.h"
 #include "Settings/SettingsWindow.h"
 #include "Support/AppActivation.h"
 #include "Support/BackgroundTask.h"
-#include "Support/Compositing.h"
 #include "Support/Logging.h"
 #include "Support/Motion.h"
 #include "Support/Paths.h"
-#include "Support/Platform/Platform.h"
 #include "ToolWindows/ToolWindows.h"
 
 #include <QCoreApplication>

@@ -1,6 +1,6 @@
 #include "App/TrayHost.h"
 
-#include "Support/Platform/Platform.h"
+#include "Platform/Platform.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>

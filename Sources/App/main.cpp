@@ -2,9 +2,9 @@
 #include "App/LaunchArguments.h"
 #include "App/SingleInstance.h"
 #include "App/TerminationSignals.h"
+#include "Platform/Platform.h"
 #include "Settings/Preferences.h"
 #include "Support/JournalLog.h"
-#include "Support/Platform/Platform.h"
 
 #include <QApplication>
 #include <QIcon>

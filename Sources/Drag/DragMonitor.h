@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Drag/DragSessionMachine.h"
+#include "Platform/DragSource.h"
 #include "Settings/ModifierKey.h"
-#include "Support/Platform/DragSource.h"
 
 #include <QObject>
 #include <QTimer>

@@ -1,7 +1,7 @@
 #include "Jobs/HUDPanel.h"
 
 #include "Jobs/HUDView.h"
-#include "Support/Compositing.h"
+#include "Platform/Compositing.h"
 #include "Support/Motion.h"
 
 #include <QAccessibleWidget>

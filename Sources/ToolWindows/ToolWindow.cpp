@@ -1,6 +1,6 @@
 #include "ToolWindows/ToolWindow.h"
 
-#include "Support/Compositing.h"
+#include "Platform/Compositing.h"
 #include "ToolWindows/TabOrder.h"
 #include "ToolWindows/ToolButtons.h"
 #include "ToolWindows/WindowEdge.h"

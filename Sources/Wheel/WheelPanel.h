@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Support/Platform/WheelSurface.h"
+#include "Platform/WheelSurface.h"
 #include "Wheel/WheelView.h"
 
 #include <QPropertyAnimation>

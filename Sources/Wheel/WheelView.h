@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Platform/WheelSurface.h"
 #include "Settings/ModifierKey.h"
-#include "Support/Platform/WheelSurface.h"
 #include "Wheel/WheelContent.h"
 
 #include <QRegion>

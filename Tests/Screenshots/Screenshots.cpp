@@ -1,8 +1,8 @@
 // Shows the wheel over several desktops and saves what the screen shows. Usage: pelgra-screenshots FOLDER PREFIX
+#include "Platform/Platform.h"
 #include "SampleDesktop.h"
 #include "SampleFiles.h"
 #include "ScreenGrab.h"
-#include "Support/Platform/Platform.h"
 #include "Support/ThumbnailLoader.h"
 #include "Wheel/WheelController.h"
 

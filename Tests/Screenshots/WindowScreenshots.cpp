@@ -1,13 +1,13 @@
 // Shows every window in every state, light and dark, and saves what the screen shows.
 // Usage: pelgra-window-screenshots FOLDER PREFIX
 #include "Jobs/HUDPanel.h"
+#include "Platform/Compositing.h"
+#include "Platform/Platform.h"
 #include "SampleDesktop.h"
 #include "SampleFiles.h"
 #include "ScreenGrab.h"
 #include "Settings/SettingsWindow.h"
 #include "Support/BackgroundTask.h"
-#include "Support/Compositing.h"
-#include "Support/Platform/Platform.h"
 #include "ToolWindows/ToolWindow.h"
 #include "ToolWindows/ToolWindowController.h"
 

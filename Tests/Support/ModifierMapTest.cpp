@@ -1,5 +1,5 @@
-#include "Support/Platform/X11/ModifierMap.h"
-#include "Support/Platform/UriList.h"
+#include "Platform/X11/ModifierMap.h"
+#include "Platform/UriList.h"
 
 #include <QTest>
 

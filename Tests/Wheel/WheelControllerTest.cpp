@@ -1,6 +1,6 @@
 #include "Wheel/WheelController.h"
+#include "Platform/WheelSurface.h"
 #include "Support/BackgroundTask.h"
-#include "Support/Platform/WheelSurface.h"
 #include "Support/ThumbnailLoader.h"
 
 #include <QGuiApplication>

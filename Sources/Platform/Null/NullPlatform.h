@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Support/Platform/Platform.h"
+#include "Platform/Platform.h"
 
 namespace Pelgra {
 

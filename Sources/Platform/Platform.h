@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Support/Platform/DragSource.h"
-#include "Support/Platform/WheelSurface.h"
+#include "Platform/DragSource.h"
+#include "Platform/WheelSurface.h"
 
 #include <functional>
 #include <memory>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Support/Platform/WheelSurface.h"
-#include "Support/Platform/X11/SelectionRequest.h"
+#include "Platform/WheelSurface.h"
+#include "Platform/X11/SelectionRequest.h"
 
 #include <QPointF>
 

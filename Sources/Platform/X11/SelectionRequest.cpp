@@ -1,4 +1,4 @@
-#include "Support/Platform/X11/SelectionRequest.h"
+#include "Platform/X11/SelectionRequest.h"
 
 namespace Pelgra {
 

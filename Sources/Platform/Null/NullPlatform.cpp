@@ -1,4 +1,4 @@
-#include "Support/Platform/Null/NullPlatform.h"
+#include "Platform/Null/NullPlatform.h"
 
 #include <QCursor>
 #include <QWidget>

@@ -1,4 +1,4 @@
-#include "Support/Platform/UriList.h"
+#include "Platform/UriList.h"
 
 #include "Support/Paths.h"
 

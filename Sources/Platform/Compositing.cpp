@@ -1,6 +1,6 @@
-#include "Support/Compositing.h"
+#include "Platform/Compositing.h"
 
-#include "Support/Platform/WheelSurface.h"
+#include "Platform/WheelSurface.h"
 
 #include <QBitmap>
 #include <QPainter>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Support/Platform/Platform.h"
-#include "Support/Platform/X11/X11DragSource.h"
-#include "Support/Platform/X11/X11WheelSurface.h"
-#include "Support/Platform/X11/XcbConnection.h"
+#include "Platform/Platform.h"
+#include "Platform/X11/X11DragSource.h"
+#include "Platform/X11/X11WheelSurface.h"
+#include "Platform/X11/XcbConnection.h"
 
 #include <QObject>
 #include <QSocketNotifier>

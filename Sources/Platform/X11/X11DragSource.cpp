@@ -1,7 +1,7 @@
-#include "Support/Platform/X11/X11DragSource.h"
+#include "Platform/X11/X11DragSource.h"
 
+#include "Platform/X11/XkbHeader.h"
 #include "Support/Logging.h"
-#include "Support/Platform/X11/XkbHeader.h"
 
 #include <xcb/xinput.h>
 

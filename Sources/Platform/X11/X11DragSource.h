@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Support/Platform/DragSource.h"
-#include "Support/Platform/X11/DraggedFilesReader.h"
-#include "Support/Platform/X11/ModifierMap.h"
-#include "Support/Platform/X11/XcbConnection.h"
+#include "Platform/DragSource.h"
+#include "Platform/X11/DraggedFilesReader.h"
+#include "Platform/X11/ModifierMap.h"
+#include "Platform/X11/XcbConnection.h"
 
 #include <xcb/xfixes.h>
 

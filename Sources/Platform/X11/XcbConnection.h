@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Support/Platform/X11/ModifierMap.h"
+#include "Platform/X11/ModifierMap.h"
 
 #include <xcb/xcb.h>
 

@@ -1,7 +1,7 @@
-#include "Support/Platform/Platform.h"
+#include "Platform/Platform.h"
 
-#include "Support/Platform/Null/NullPlatform.h"
-#include "Support/Platform/X11/X11Platform.h"
+#include "Platform/Null/NullPlatform.h"
+#include "Platform/X11/X11Platform.h"
 
 namespace Pelgra {
 

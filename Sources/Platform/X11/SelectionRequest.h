@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Support/Platform/X11/XcbConnection.h"
+#include "Platform/X11/XcbConnection.h"
 
 #include <chrono>
 #include <string>

@@ -1,7 +1,7 @@
-#include "Support/Platform/X11/DraggedFilesReader.h"
+#include "Platform/X11/DraggedFilesReader.h"
 
+#include "Platform/UriList.h"
 #include "Support/Logging.h"
-#include "Support/Platform/UriList.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
-#include "Support/Platform/X11/X11WheelSurface.h"
+#include "Platform/X11/X11WheelSurface.h"
 
-#include "Support/Platform/X11/X11DragSource.h"
+#include "Platform/X11/X11DragSource.h"
 
 #include <xcb/shape.h>
 #include <xcb/xfixes.h>

@@ -1,4 +1,4 @@
-#include "Support/Platform/X11/X11Platform.h"
+#include "Platform/X11/X11Platform.h"
 
 #include <xcb/xfixes.h>
 

@@ -1,6 +1,6 @@
-#include "Support/Platform/X11/XcbConnection.h"
+#include "Platform/X11/XcbConnection.h"
 
-#include "Support/Platform/X11/XkbHeader.h"
+#include "Platform/X11/XkbHeader.h"
 
 #include <xcb/xfixes.h>
 #include <xcb/xinput.h>

@@ -1,6 +1,6 @@
-#include "Support/Platform/X11/XdndReceiver.h"
+#include "Platform/X11/XdndReceiver.h"
 
-#include "Support/Platform/UriList.h"
+#include "Platform/UriList.h"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Support/Platform/X11/SelectionRequest.h"
+#include "Platform/X11/SelectionRequest.h"
 
 #include <chrono>
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "Support/Platform/X11/ModifierMap.h"
+#include "Platform/X11/ModifierMap.h"
 
 #include <algorithm>
 #include <array>
