@@ -1,8 +1,8 @@
 #include "App/SparkleUpdater.h"
 
 #include "App/Ed25519.h"
+#include "Desktop/AppActivation.h"
 #include "PelgraCore/Version.h"
-#include "Support/AppActivation.h"
 #include "Support/Logging.h"
 #include "Support/Text.h"
 

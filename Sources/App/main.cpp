@@ -2,9 +2,9 @@
 #include "App/LaunchArguments.h"
 #include "App/SingleInstance.h"
 #include "App/TerminationSignals.h"
+#include "Desktop/JournalLog.h"
 #include "Platform/Platform.h"
 #include "Settings/Preferences.h"
-#include "Support/JournalLog.h"
 
 #include <QApplication>
 #include <QIcon>

@@ -1,8 +1,8 @@
 #include "Jobs/HUDPanel.h"
 
+#include "Desktop/Motion.h"
 #include "Jobs/HUDView.h"
 #include "Platform/Compositing.h"
-#include "Support/Motion.h"
 
 #include <QAccessibleWidget>
 #include <QGuiApplication>

@@ -1,8 +1,8 @@
 #include "Settings/SettingsWindow.h"
 
+#include "Desktop/AppActivation.h"
 #include "Settings/Preferences.h"
 #include "Settings/SettingsView.h"
-#include "Support/AppActivation.h"
 
 #include <QCursor>
 #include <QDialog>

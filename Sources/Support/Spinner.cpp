@@ -1,6 +1,6 @@
 #include "Support/Spinner.h"
 
-#include "Support/Motion.h"
+#include "Desktop/Motion.h"
 
 #include <QPainter>
 

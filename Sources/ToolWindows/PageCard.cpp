@@ -1,6 +1,6 @@
 #include "ToolWindows/PageCard.h"
 
-#include "Support/Motion.h"
+#include "Desktop/Motion.h"
 #include "ToolWindows/ItemAccessibility.h"
 #include "ToolWindows/ToolButtons.h"
 

@@ -1,6 +1,6 @@
 #include "ToolWindows/ReorderView.h"
 
-#include "Support/Motion.h"
+#include "Desktop/Motion.h"
 #include "Support/SoftShadow.h"
 #include "ToolWindows/ReorderDrag.h"
 #include "ToolWindows/SlimScrollBar.h"

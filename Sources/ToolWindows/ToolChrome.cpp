@@ -1,6 +1,6 @@
 #include "ToolWindows/ToolChrome.h"
 
-#include "Support/Motion.h"
+#include "Desktop/Motion.h"
 #include "Support/SecondaryLabel.h"
 #include "Support/Spinner.h"
 #include "ToolWindows/ToolButtons.h"

@@ -1,6 +1,6 @@
 #include "ToolWindows/ToolWindowController.h"
 
-#include "Support/AppActivation.h"
+#include "Desktop/AppActivation.h"
 #include "Support/Text.h"
 #include "ToolWindows/CreatePDFView.h"
 #include "ToolWindows/ItemAccessibility.h"

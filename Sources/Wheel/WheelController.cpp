@@ -1,6 +1,6 @@
 #include "Wheel/WheelController.h"
 
-#include "Support/AppActivation.h"
+#include "Desktop/AppActivation.h"
 #include "Support/BackgroundTask.h"
 #include "Support/FileIcons.h"
 #include "Support/Formatters.h"

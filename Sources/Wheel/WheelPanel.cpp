@@ -1,6 +1,6 @@
 #include "Wheel/WheelPanel.h"
 
-#include "Support/Motion.h"
+#include "Desktop/Motion.h"
 #include "Wheel/WheelLayout.h"
 
 #include <QEvent>

@@ -1,7 +1,7 @@
 #include "Wheel/WheelView.h"
 
+#include "Desktop/TickSound.h"
 #include "Support/Logging.h"
-#include "Support/TickSound.h"
 #include "Wheel/WheelAccessible.h"
 #include "Wheel/WheelCanvas.h"
 #include "Wheel/WheelCentre.h"

@@ -1,4 +1,4 @@
-#include "Support/SystemSettings.h"
+#include "Desktop/SystemSettings.h"
 
 #include "Support/LoginItem.h"
 

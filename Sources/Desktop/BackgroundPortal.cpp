@@ -1,4 +1,4 @@
-#include "Support/BackgroundPortal.h"
+#include "Desktop/BackgroundPortal.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

@@ -1,4 +1,4 @@
-#include "Support/TickSound.h"
+#include "Desktop/TickSound.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

@@ -1,4 +1,4 @@
-#include "Support/AppActivation.h"
+#include "Desktop/AppActivation.h"
 
 #include <QWidget>
 

@@ -1,4 +1,4 @@
-#include "Support/JournalLog.h"
+#include "Desktop/JournalLog.h"
 
 #include <QByteArray>
 #include <QString>

@@ -1,4 +1,4 @@
-#include "Support/Motion.h"
+#include "Desktop/Motion.h"
 
 #include <QApplication>
 #include <QDBusConnection>
