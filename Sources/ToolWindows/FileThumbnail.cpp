@@ -1,8 +1,8 @@
 #include "ToolWindows/FileThumbnail.h"
 
 #include "PelgraCore/Thumbnails.h"
+#include "Pictures/RasterConversion.h"
 #include "Support/BackgroundTask.h"
-#include "Support/RasterConversion.h"
 #include "Support/Symbols.h"
 #include "ToolWindows/ToolButtons.h"
 

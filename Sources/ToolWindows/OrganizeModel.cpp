@@ -1,7 +1,7 @@
 #include "ToolWindows/OrganizeModel.h"
 
+#include "Pictures/RasterConversion.h"
 #include "Support/BackgroundTask.h"
-#include "Support/RasterConversion.h"
 #include "ToolWindows/Reordering.h"
 
 #include <algorithm>

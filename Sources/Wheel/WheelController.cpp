@@ -1,12 +1,12 @@
 #include "Wheel/WheelController.h"
 
 #include "Desktop/AppActivation.h"
+#include "Pictures/FileIcons.h"
+#include "Pictures/ThumbnailLoader.h"
 #include "Support/BackgroundTask.h"
-#include "Support/FileIcons.h"
 #include "Support/Formatters.h"
 #include "Support/Logging.h"
 #include "Support/Paths.h"
-#include "Support/ThumbnailLoader.h"
 #include "Wheel/WheelDrawing.h"
 
 #include <QCursor>

@@ -1,9 +1,9 @@
 // Shows the wheel over several desktops and saves what the screen shows. Usage: pelgra-screenshots FOLDER PREFIX
+#include "Pictures/ThumbnailLoader.h"
 #include "Platform/Platform.h"
 #include "SampleDesktop.h"
 #include "SampleFiles.h"
 #include "ScreenGrab.h"
-#include "Support/ThumbnailLoader.h"
 #include "Wheel/WheelController.h"
 
 #include <QApplication>

@@ -1,5 +1,5 @@
-#include "Support/ThumbnailLoader.h"
-#include "Support/FileIcons.h"
+#include "Pictures/ThumbnailLoader.h"
+#include "Pictures/FileIcons.h"
 
 #include <QCryptographicHash>
 #include <QDir>

@@ -1,7 +1,7 @@
 #include "Wheel/WheelController.h"
+#include "Pictures/ThumbnailLoader.h"
 #include "Platform/WheelSurface.h"
 #include "Support/BackgroundTask.h"
-#include "Support/ThumbnailLoader.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>

@@ -1,8 +1,8 @@
-#include "Support/ThumbnailLoader.h"
+#include "Pictures/ThumbnailLoader.h"
 
 #include "PelgraCore/FileFormat.h"
 #include "PelgraCore/Thumbnails.h"
-#include "Support/RasterConversion.h"
+#include "Pictures/RasterConversion.h"
 
 #include <QCryptographicHash>
 #include <QFileInfo>

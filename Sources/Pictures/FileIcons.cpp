@@ -1,4 +1,4 @@
-#include "Support/FileIcons.h"
+#include "Pictures/FileIcons.h"
 
 #include "Support/BackgroundTask.h"
 #include "Support/Paths.h"

@@ -1,4 +1,4 @@
-#include "Support/RasterConversion.h"
+#include "Pictures/RasterConversion.h"
 
 #include <QByteArray>
 #include <QColorSpace>
