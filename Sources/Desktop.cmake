@@ -18,7 +18,7 @@ target_include_directories(PelgraLogic PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 target_link_libraries(PelgraLogic PUBLIC PelgraCore Qt6::Gui PRIVATE PelgraCompilerSettings PelgraQtSettings)
 
 file(GLOB_RECURSE application CONFIGURE_DEPENDS Drag/*.cpp Wheel/*.cpp Jobs/*.cpp ToolWindows/*.cpp Settings/*.cpp
-    Support/*.cpp Pictures/*.cpp Desktop/*.cpp Platform/*.cpp App/*.cpp)
+    Support/*.cpp Controls/*.cpp Pictures/*.cpp Desktop/*.cpp Platform/*.cpp App/*.cpp)
 list(REMOVE_ITEM application ${logic} ${CMAKE_CURRENT_SOURCE_DIR}/App/main.cpp)
 file(GLOB resources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/data/*.qrc)
 add_library(PelgraApp STATIC ${application} ${resources})

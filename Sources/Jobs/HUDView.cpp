@@ -1,7 +1,7 @@
 #include "Jobs/HUDView.h"
 
-#include "Support/Spinner.h"
-#include "Support/Symbols.h"
+#include "Controls/Spinner.h"
+#include "Controls/Symbols.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

@@ -1,6 +1,6 @@
 #include "ToolWindows/FileOrderView.h"
 
-#include "Support/SecondaryLabel.h"
+#include "Controls/SecondaryLabel.h"
 #include "ToolWindows/OrderedFileList.h"
 #include "ToolWindows/ToolChrome.h"
 

@@ -1,10 +1,10 @@
 #include "ToolWindows/FileThumbnail.h"
 
+#include "Controls/Symbols.h"
+#include "Controls/ToolButtons.h"
 #include "PelgraCore/Thumbnails.h"
 #include "Pictures/RasterConversion.h"
 #include "Support/BackgroundTask.h"
-#include "Support/Symbols.h"
-#include "ToolWindows/ToolButtons.h"
 
 #include <QPainter>
 #include <QPainterPath>

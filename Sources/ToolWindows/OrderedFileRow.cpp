@@ -1,11 +1,11 @@
 #include "ToolWindows/OrderedFileRow.h"
 
+#include "Controls/ItemAccessibility.h"
+#include "Controls/SecondaryLabel.h"
+#include "Controls/Symbols.h"
+#include "Controls/ToolButtons.h"
 #include "Support/Paths.h"
-#include "Support/SecondaryLabel.h"
-#include "Support/Symbols.h"
 #include "ToolWindows/FileThumbnail.h"
-#include "ToolWindows/ItemAccessibility.h"
-#include "ToolWindows/ToolButtons.h"
 
 #include <QGraphicsOpacityEffect>
 #include <QHBoxLayout>

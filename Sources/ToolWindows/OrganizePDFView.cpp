@@ -1,8 +1,8 @@
 #include "ToolWindows/OrganizePDFView.h"
 
+#include "Controls/SecondaryLabel.h"
+#include "Controls/Spinner.h"
 #include "PelgraCore/Engine.h"
-#include "Support/SecondaryLabel.h"
-#include "Support/Spinner.h"
 #include "ToolWindows/PageGrid.h"
 #include "ToolWindows/ToolChrome.h"
 #include "ToolWindows/ToolContext.h"

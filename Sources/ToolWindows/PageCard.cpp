@@ -1,8 +1,8 @@
 #include "ToolWindows/PageCard.h"
 
+#include "Controls/ItemAccessibility.h"
+#include "Controls/ToolButtons.h"
 #include "Desktop/Motion.h"
-#include "ToolWindows/ItemAccessibility.h"
-#include "ToolWindows/ToolButtons.h"
 
 #include <QKeyEvent>
 #include <QPainter>

@@ -1,10 +1,10 @@
 #include "ToolWindows/ReorderView.h"
 
+#include "Controls/SlimScrollBar.h"
+#include "Controls/SoftShadow.h"
+#include "Controls/ToolButtons.h"
 #include "Desktop/Motion.h"
-#include "Support/SoftShadow.h"
 #include "ToolWindows/ReorderDrag.h"
-#include "ToolWindows/SlimScrollBar.h"
-#include "ToolWindows/ToolButtons.h"
 
 #include <QApplication>
 #include <QMouseEvent>

@@ -1,9 +1,9 @@
 #include "ToolWindows/ToolChrome.h"
 
+#include "Controls/SecondaryLabel.h"
+#include "Controls/Spinner.h"
+#include "Controls/ToolButtons.h"
 #include "Desktop/Motion.h"
-#include "Support/SecondaryLabel.h"
-#include "Support/Spinner.h"
-#include "ToolWindows/ToolButtons.h"
 #include "ToolWindows/ToolContext.h"
 #include "ToolWindows/ToolWindow.h"
 

@@ -1,8 +1,8 @@
 #include "ToolWindows/ToolWindow.h"
 
+#include "Controls/TabOrder.h"
+#include "Controls/ToolButtons.h"
 #include "Platform/Compositing.h"
-#include "ToolWindows/TabOrder.h"
-#include "ToolWindows/ToolButtons.h"
 #include "ToolWindows/WindowEdge.h"
 
 #include <QCloseEvent>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ToolWindows/DragStart.h"
+#include "Controls/DragStart.h"
 
 #include <QPainterPath>
 #include <QWidget>

@@ -1,9 +1,9 @@
 #include "ToolWindows/ToolWindowController.h"
 
+#include "Controls/ItemAccessibility.h"
 #include "Desktop/AppActivation.h"
 #include "Support/Text.h"
 #include "ToolWindows/CreatePDFView.h"
-#include "ToolWindows/ItemAccessibility.h"
 #include "ToolWindows/MergePDFView.h"
 #include "ToolWindows/OrganizePDFView.h"
 #include "ToolWindows/ToolWindow.h"

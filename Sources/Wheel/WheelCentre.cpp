@@ -1,6 +1,6 @@
 #include "Wheel/WheelCentre.h"
 
-#include "Support/SoftShadow.h"
+#include "Controls/SoftShadow.h"
 #include "Wheel/WheelDrawing.h"
 
 #include <QFont>

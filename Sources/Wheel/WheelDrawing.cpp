@@ -1,8 +1,8 @@
 #include "Wheel/WheelDrawing.h"
 
+#include "Controls/SoftShadow.h"
+#include "Controls/Symbols.h"
 #include "Support/Brand.h"
-#include "Support/SoftShadow.h"
-#include "Support/Symbols.h"
 #include "Wheel/WheelCentre.h"
 
 #include <QFontMetricsF>

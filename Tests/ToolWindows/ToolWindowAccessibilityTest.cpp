@@ -1,6 +1,6 @@
+#include "Controls/TabOrder.h"
 #include "SmallFiles.h"
 #include "Support/BackgroundTask.h"
-#include "ToolWindows/TabOrder.h"
 #include "ToolWindows/ToolWindow.h"
 #include "ToolWindows/ToolWindowController.h"
 

@@ -1,4 +1,4 @@
-#include "Support/SoftShadow.h"
+#include "Controls/SoftShadow.h"
 
 #include <QImage>
 #include <QPaintDevice>

@@ -1,6 +1,6 @@
-#include "ToolWindows/SlimScrollBar.h"
+#include "Controls/SlimScrollBar.h"
 
-#include "ToolWindows/ToolButtons.h"
+#include "Controls/ToolButtons.h"
 
 #include <QPainter>
 #include <QStyle>

@@ -1,4 +1,4 @@
-#include "Support/Symbols.h"
+#include "Controls/Symbols.h"
 
 #include <QFile>
 #include <QImage>

@@ -1,4 +1,4 @@
-#include "ToolWindows/ItemAccessibility.h"
+#include "Controls/ItemAccessibility.h"
 
 #include "ToolWindows/OrderedFileRow.h"
 #include "ToolWindows/PageCard.h"

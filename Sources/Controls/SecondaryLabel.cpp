@@ -1,4 +1,4 @@
-#include "Support/SecondaryLabel.h"
+#include "Controls/SecondaryLabel.h"
 
 #include <QEvent>
 

@@ -1,7 +1,7 @@
-#include "ToolWindows/ToolButtons.h"
+#include "Controls/ToolButtons.h"
 
-#include "Support/SecondaryLabel.h"
-#include "Support/Symbols.h"
+#include "Controls/SecondaryLabel.h"
+#include "Controls/Symbols.h"
 
 #include <QPainter>
 

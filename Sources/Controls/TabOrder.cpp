@@ -1,4 +1,4 @@
-#include "ToolWindows/TabOrder.h"
+#include "Controls/TabOrder.h"
 
 #include <QWidget>
 

@@ -1,4 +1,4 @@
-#include "Support/Spinner.h"
+#include "Controls/Spinner.h"
 
 #include "Desktop/Motion.h"
 
