@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Settings/ModifierKey.h"
-#include "Settings/PreferencesStore.h"
+#include "Support/PreferencesStore.h"
 
 #include <QObject>
 

@@ -1,7 +1,7 @@
 #include "Support/LoginItem.h"
 
 #include "Desktop/BackgroundPortal.h"
-#include "Settings/PreferencesStore.h"
+#include "Support/PreferencesStore.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,4 +1,4 @@
-#include "Settings/PreferencesStore.h"
+#include "Support/PreferencesStore.h"
 
 #include <QStandardPaths>
 
