@@ -1,4 +1,4 @@
-#include "ToolWindows/ToolContext.h"
+#include "ToolWindows/Frame/ToolContext.h"
 #include "Support/BackgroundTask.h"
 
 #include <QSemaphore>

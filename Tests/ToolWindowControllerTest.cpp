@@ -1,6 +1,6 @@
 #include "ToolWindows/ToolWindowController.h"
 #include "Support/BackgroundTask.h"
-#include "ToolWindows/ToolWindow.h"
+#include "ToolWindows/Frame/ToolWindow.h"
 
 #include <QKeyEvent>
 #include <QPushButton>

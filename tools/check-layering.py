@@ -11,7 +11,7 @@ WINDOWS = re.compile(r"^Q(Widget|Screen|Painter(?!Path)|Application|GuiApplicati
 STANDARD = re.compile(r"^[a-z_]+$")
 CODECS = re.compile(r"^(jpeglib|jerror|png|zlib|libdeflate|isa-l|webp/|gif_lib|lcms2|libheif/|tiff|librsvg/|cairo|exiv2/|qpdf/|mupdf/|"
                     r"tesseract/|leptonica/|omp)")
-LOGIC = {"Drag/DragSessionMachine", "Wheel/WheelPetal", "Wheel/WheelLayout", "ToolWindows/Reordering",
+LOGIC = {"Drag/DragSessionMachine", "Wheel/WheelPetal", "Wheel/WheelLayout", "ToolWindows/Reordering/Reordering",
          "Settings/ModifierKey", "Support/Formatters"}
 
 

@@ -1,10 +1,10 @@
 #include "Controls/ItemAccessibility.h"
 
-#include "ToolWindows/OrderedFileRow.h"
-#include "ToolWindows/PageCard.h"
-#include "ToolWindows/ReorderView.h"
-#include "ToolWindows/ToolChrome.h"
-#include "ToolWindows/ToolWindow.h"
+#include "ToolWindows/Files/OrderedFileRow.h"
+#include "ToolWindows/Frame/ToolChrome.h"
+#include "ToolWindows/Frame/ToolWindow.h"
+#include "ToolWindows/Pages/PageCard.h"
+#include "ToolWindows/Reordering/ReorderView.h"
 
 #include <QAbstractButton>
 #include <QAccessibleWidget>

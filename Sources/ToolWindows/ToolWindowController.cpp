@@ -3,10 +3,10 @@
 #include "Controls/ItemAccessibility.h"
 #include "Desktop/AppActivation.h"
 #include "Support/Text.h"
-#include "ToolWindows/CreatePDFView.h"
-#include "ToolWindows/MergePDFView.h"
-#include "ToolWindows/OrganizePDFView.h"
-#include "ToolWindows/ToolWindow.h"
+#include "ToolWindows/Files/CreatePDFView.h"
+#include "ToolWindows/Files/MergePDFView.h"
+#include "ToolWindows/Frame/ToolWindow.h"
+#include "ToolWindows/Pages/OrganizePDFView.h"
 
 #include <QVBoxLayout>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "PelgraCore/FileTool.h"
-#include "ToolWindows/ToolContext.h"
+#include "ToolWindows/Frame/ToolContext.h"
 
 #include <QObject>
 

@@ -1,10 +1,10 @@
 // How fast the pages of a large document come up, how smoothly they scroll, and what that takes.
 // Usage: QT_QPA_PLATFORM=offscreen pelgra-organize-benchmark [FILE]   (without a file: 2,000 pages of its own)
 #include "SampleFiles.h"
-#include "ToolWindows/OrganizeModel.h"
-#include "ToolWindows/PageCard.h"
-#include "ToolWindows/PageGrid.h"
-#include "ToolWindows/ToolWindow.h"
+#include "ToolWindows/Frame/ToolWindow.h"
+#include "ToolWindows/Pages/OrganizeModel.h"
+#include "ToolWindows/Pages/PageCard.h"
+#include "ToolWindows/Pages/PageGrid.h"
 #include "ToolWindows/ToolWindowController.h"
 
 #include <QApplication>

@@ -8,7 +8,7 @@
 #include "ScreenGrab.h"
 #include "Settings/SettingsWindow.h"
 #include "Support/BackgroundTask.h"
-#include "ToolWindows/ToolWindow.h"
+#include "ToolWindows/Frame/ToolWindow.h"
 #include "ToolWindows/ToolWindowController.h"
 
 #include <QAbstractButton>

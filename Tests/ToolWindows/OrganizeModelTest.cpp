@@ -1,4 +1,4 @@
-#include "ToolWindows/OrganizeModel.h"
+#include "ToolWindows/Pages/OrganizeModel.h"
 
 #include "SmallFiles.h"
 #include "Support/BackgroundTask.h"

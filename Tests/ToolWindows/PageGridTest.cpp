@@ -1,4 +1,4 @@
-#include "ToolWindows/PageGrid.h"
+#include "ToolWindows/Pages/PageGrid.h"
 
 #include "MouseDrag.h"
 #include "SmallFiles.h"

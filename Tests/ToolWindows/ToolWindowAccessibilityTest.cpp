@@ -1,7 +1,7 @@
 #include "Controls/TabOrder.h"
 #include "SmallFiles.h"
 #include "Support/BackgroundTask.h"
-#include "ToolWindows/ToolWindow.h"
+#include "ToolWindows/Frame/ToolWindow.h"
 #include "ToolWindows/ToolWindowController.h"
 
 #include <QAccessible>

@@ -1,9 +1,9 @@
 #include "SmallFiles.h"
 #include "Support/BackgroundTask.h"
-#include "ToolWindows/FileThumbnail.h"
-#include "ToolWindows/ToolWindow.h"
+#include "ToolWindows/Files/FileThumbnail.h"
+#include "ToolWindows/Frame/ToolWindow.h"
+#include "ToolWindows/Frame/WindowEdge.h"
 #include "ToolWindows/ToolWindowController.h"
-#include "ToolWindows/WindowEdge.h"
 
 #include <QApplication>
 #include <QLabel>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "ToolWindows/OrganizeModel.h"
-#include "ToolWindows/PageCard.h"
-#include "ToolWindows/ReorderView.h"
+#include "ToolWindows/Pages/OrganizeModel.h"
+#include "ToolWindows/Pages/PageCard.h"
+#include "ToolWindows/Reordering/ReorderView.h"
 
 namespace Pelgra {
 

@@ -1,8 +1,8 @@
-#include "ToolWindows/FileOrderView.h"
+#include "ToolWindows/Files/FileOrderView.h"
 
 #include "Controls/SecondaryLabel.h"
-#include "ToolWindows/OrderedFileList.h"
-#include "ToolWindows/ToolChrome.h"
+#include "ToolWindows/Files/OrderedFileList.h"
+#include "ToolWindows/Frame/ToolChrome.h"
 
 #include <QLabel>
 #include <QVBoxLayout>

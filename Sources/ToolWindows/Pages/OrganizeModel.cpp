@@ -1,8 +1,8 @@
-#include "ToolWindows/OrganizeModel.h"
+#include "ToolWindows/Pages/OrganizeModel.h"
 
 #include "Pictures/RasterConversion.h"
 #include "Support/BackgroundTask.h"
-#include "ToolWindows/Reordering.h"
+#include "ToolWindows/Reordering/Reordering.h"
 
 #include <algorithm>
 #include <optional>

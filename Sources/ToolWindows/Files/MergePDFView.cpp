@@ -1,8 +1,8 @@
-#include "ToolWindows/MergePDFView.h"
+#include "ToolWindows/Files/MergePDFView.h"
 
 #include "PelgraCore/Engine.h"
-#include "ToolWindows/ToolChrome.h"
-#include "ToolWindows/ToolContext.h"
+#include "ToolWindows/Frame/ToolChrome.h"
+#include "ToolWindows/Frame/ToolContext.h"
 
 namespace Pelgra {
 

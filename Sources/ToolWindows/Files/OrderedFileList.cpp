@@ -1,4 +1,4 @@
-#include "ToolWindows/OrderedFileList.h"
+#include "ToolWindows/Files/OrderedFileList.h"
 
 namespace Pelgra {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ToolWindows/OrganizeModel.h"
+#include "ToolWindows/Pages/OrganizeModel.h"
 
 #include <QWidget>
 

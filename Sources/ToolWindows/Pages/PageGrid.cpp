@@ -1,6 +1,6 @@
-#include "ToolWindows/PageGrid.h"
+#include "ToolWindows/Pages/PageGrid.h"
 
-#include "ToolWindows/Reordering.h"
+#include "ToolWindows/Reordering/Reordering.h"
 
 #include <algorithm>
 

@@ -1,10 +1,10 @@
-#include "ToolWindows/ReorderView.h"
+#include "ToolWindows/Reordering/ReorderView.h"
 
 #include "Controls/SlimScrollBar.h"
 #include "Controls/SoftShadow.h"
 #include "Controls/ToolButtons.h"
 #include "Desktop/Motion.h"
-#include "ToolWindows/ReorderDrag.h"
+#include "ToolWindows/Reordering/ReorderDrag.h"
 
 #include <QApplication>
 #include <QMouseEvent>

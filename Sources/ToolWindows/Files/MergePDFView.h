@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ToolWindows/FileOrderView.h"
+#include "ToolWindows/Files/FileOrderView.h"
 
 namespace Pelgra {
 

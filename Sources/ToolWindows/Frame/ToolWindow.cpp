@@ -1,9 +1,9 @@
-#include "ToolWindows/ToolWindow.h"
+#include "ToolWindows/Frame/ToolWindow.h"
 
 #include "Controls/TabOrder.h"
 #include "Controls/ToolButtons.h"
 #include "Platform/Compositing.h"
-#include "ToolWindows/WindowEdge.h"
+#include "ToolWindows/Frame/WindowEdge.h"
 
 #include <QCloseEvent>
 #include <QCursor>

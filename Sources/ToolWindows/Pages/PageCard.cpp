@@ -1,4 +1,4 @@
-#include "ToolWindows/PageCard.h"
+#include "ToolWindows/Pages/PageCard.h"
 
 #include "Controls/ItemAccessibility.h"
 #include "Controls/ToolButtons.h"

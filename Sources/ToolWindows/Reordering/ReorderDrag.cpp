@@ -1,4 +1,4 @@
-#include "ToolWindows/ReorderDrag.h"
+#include "ToolWindows/Reordering/ReorderDrag.h"
 
 #include <QAbstractScrollArea>
 #include <QApplication>

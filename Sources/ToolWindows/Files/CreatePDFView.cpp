@@ -1,8 +1,8 @@
-#include "ToolWindows/CreatePDFView.h"
+#include "ToolWindows/Files/CreatePDFView.h"
 
 #include "PelgraCore/Engine.h"
-#include "ToolWindows/ToolChrome.h"
-#include "ToolWindows/ToolContext.h"
+#include "ToolWindows/Frame/ToolChrome.h"
+#include "ToolWindows/Frame/ToolContext.h"
 
 namespace Pelgra {
 

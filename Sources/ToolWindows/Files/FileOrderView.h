@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ToolWindows/OrderedFileRow.h"
+#include "ToolWindows/Files/OrderedFileRow.h"
 
 #include <QWidget>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ToolWindows/Reordering.h"
+#include "ToolWindows/Reordering/Reordering.h"
 
 #include <QWidget>
 

@@ -1,11 +1,11 @@
-#include "ToolWindows/ToolChrome.h"
+#include "ToolWindows/Frame/ToolChrome.h"
 
 #include "Controls/SecondaryLabel.h"
 #include "Controls/Spinner.h"
 #include "Controls/ToolButtons.h"
 #include "Desktop/Motion.h"
-#include "ToolWindows/ToolContext.h"
-#include "ToolWindows/ToolWindow.h"
+#include "ToolWindows/Frame/ToolContext.h"
+#include "ToolWindows/Frame/ToolWindow.h"
 
 #include <QAccessible>
 #include <QEvent>

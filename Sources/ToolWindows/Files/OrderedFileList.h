@@ -1,8 +1,8 @@
 #pragma once
 
-#include "ToolWindows/OrderedFileRow.h"
-#include "ToolWindows/Reordering.h"
-#include "ToolWindows/ReorderView.h"
+#include "ToolWindows/Files/OrderedFileRow.h"
+#include "ToolWindows/Reordering/Reordering.h"
+#include "ToolWindows/Reordering/ReorderView.h"
 
 #include <vector>
 

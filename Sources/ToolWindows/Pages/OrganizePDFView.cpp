@@ -1,11 +1,11 @@
-#include "ToolWindows/OrganizePDFView.h"
+#include "ToolWindows/Pages/OrganizePDFView.h"
 
 #include "Controls/SecondaryLabel.h"
 #include "Controls/Spinner.h"
 #include "PelgraCore/Engine.h"
-#include "ToolWindows/PageGrid.h"
-#include "ToolWindows/ToolChrome.h"
-#include "ToolWindows/ToolContext.h"
+#include "ToolWindows/Frame/ToolChrome.h"
+#include "ToolWindows/Frame/ToolContext.h"
+#include "ToolWindows/Pages/PageGrid.h"
 
 #include <QCheckBox>
 #include <QHBoxLayout>

@@ -1,4 +1,4 @@
-#include "ToolWindows/Reordering.h"
+#include "ToolWindows/Reordering/Reordering.h"
 
 namespace Pelgra {
 

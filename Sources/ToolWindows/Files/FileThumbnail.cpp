@@ -1,4 +1,4 @@
-#include "ToolWindows/FileThumbnail.h"
+#include "ToolWindows/Files/FileThumbnail.h"
 
 #include "Controls/Symbols.h"
 #include "Controls/ToolButtons.h"

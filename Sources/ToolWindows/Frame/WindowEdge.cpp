@@ -1,4 +1,4 @@
-#include "ToolWindows/WindowEdge.h"
+#include "ToolWindows/Frame/WindowEdge.h"
 
 #include <QMouseEvent>
 #include <QWindow>
