@@ -26,7 +26,7 @@ set_target_properties(PelgraApp PROPERTIES AUTOMOC ON AUTORCC ON)
 target_include_directories(PelgraApp PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 target_link_libraries(PelgraApp PUBLIC PelgraLogic Qt6::Widgets Qt6::Svg Qt6::DBus Qt6::Network
     PRIVATE PkgConfig::XCB PkgConfig::CANBERRA OpenSSL::Crypto PelgraCompilerSettings PelgraQtSettings)
-set_property(SOURCE App/SparkleUpdater.cpp PROPERTY COMPILE_DEFINITIONS
+set_property(SOURCE App/Updates/SparkleUpdater.cpp PROPERTY COMPILE_DEFINITIONS
     PELGRA_UPDATE_FEED="${PELGRA_UPDATE_FEED}" PELGRA_UPDATE_PUBLIC_KEY="${PELGRA_UPDATE_PUBLIC_KEY}")
 add_dependencies(PelgraApp PelgraCoreModules)
 

@@ -1,6 +1,6 @@
-#include "App/UpdateClient.h"
-#include "App/Ed25519.h"
-#include "App/SparkleUpdater.h"
+#include "App/Updates/UpdateClient.h"
+#include "App/Updates/Ed25519.h"
+#include "App/Updates/SparkleUpdater.h"
 
 #include <QSignalSpy>
 #include <QTcpServer>

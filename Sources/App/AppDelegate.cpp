@@ -1,8 +1,8 @@
 #include "App/AppDelegate.h"
 
 #include "App/MenuBarIcon.h"
-#include "App/SparkleUpdater.h"
 #include "App/TrayHost.h"
+#include "App/Updates/SparkleUpdater.h"
 #include "Desktop/AppActivation.h"
 #include "Desktop/Motion.h"
 #include "Jobs/HUDPanel.h"

@@ -1,6 +1,6 @@
 #include "Settings/Preferences.h"
 
-#include "App/Updater.h"
+#include "App/Updates/Updater.h"
 
 #include <QCoreApplication>
 

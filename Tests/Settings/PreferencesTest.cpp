@@ -1,5 +1,5 @@
 #include "Settings/Preferences.h"
-#include "App/Updater.h"
+#include "App/Updates/Updater.h"
 
 #include <QSignalSpy>
 #include <QTemporaryDir>

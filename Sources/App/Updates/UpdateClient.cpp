@@ -1,4 +1,4 @@
-#include "App/UpdateClient.h"
+#include "App/Updates/UpdateClient.h"
 
 #include <QHostAddress>
 #include <QNetworkReply>

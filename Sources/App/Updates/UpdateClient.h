@@ -1,6 +1,6 @@
 #pragma once
 
-#include "App/UpdateFeed.h"
+#include "App/Updates/UpdateFeed.h"
 
 #include <QNetworkAccessManager>
 #include <QObject>

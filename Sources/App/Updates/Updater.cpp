@@ -1,4 +1,4 @@
-#include "App/Updater.h"
+#include "App/Updates/Updater.h"
 
 #include <QPointer>
 

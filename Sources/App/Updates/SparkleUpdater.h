@@ -1,7 +1,7 @@
 #pragma once
 
-#include "App/UpdateClient.h"
-#include "App/Updater.h"
+#include "App/Updates/UpdateClient.h"
+#include "App/Updates/Updater.h"
 
 #include <QTimer>
 #include <QVariant>

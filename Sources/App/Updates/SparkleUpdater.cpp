@@ -1,6 +1,6 @@
-#include "App/SparkleUpdater.h"
+#include "App/Updates/SparkleUpdater.h"
 
-#include "App/Ed25519.h"
+#include "App/Updates/Ed25519.h"
 #include "Desktop/AppActivation.h"
 #include "PelgraCore/Version.h"
 #include "Support/Logging.h"

@@ -1,6 +1,6 @@
-#include "App/UpdateFeed.h"
+#include "App/Updates/UpdateFeed.h"
 
-#include "App/Ed25519.h"
+#include "App/Updates/Ed25519.h"
 
 #include <QXmlStreamReader>
 

@@ -1,4 +1,4 @@
-#include "App/Ed25519.h"
+#include "App/Updates/Ed25519.h"
 
 #include <openssl/evp.h>
 
