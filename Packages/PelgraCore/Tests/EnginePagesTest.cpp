@@ -1,3 +1,4 @@
+#include "pages/OpenRenderer.h"
 #include "PelgraCore/Engine.h"
 
 #include "pages/PageDrawing.h"

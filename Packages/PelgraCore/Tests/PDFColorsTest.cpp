@@ -1,6 +1,6 @@
 #include "PelgraCore/PDFRendering.h"
 
-#include "modules/rendering/RenderingModule.h"
+#include "pages/OpenRenderer.h"
 #include "Support/DrawnPages.h"
 #include "Support/ImageSamples.h"
 #include "Support/PDFSamples.h"

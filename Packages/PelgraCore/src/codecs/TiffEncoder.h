@@ -1,6 +1,8 @@
 #pragma once
 
-#include "images/Encoding.h"
+#include "codecs/EncodeProperties.h"
+#include "files/ByteSink.h"
+#include "pixels/RowSource.h"
 
 namespace Pelgra {
 

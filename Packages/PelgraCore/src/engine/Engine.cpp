@@ -1,11 +1,8 @@
 #include "PelgraCore/Engine.h"
 
-#include "engine/EngineBatch.h"
-#include "engine/EngineImages.h"
+#include "engine/ConversionRoute.h"
 #include "parallel/OrderedPipeline.h"
 #include "PelgraCore/EngineError.h"
-
-#include <system_error>
 
 namespace Pelgra {
 
@@ -20,33 +17,6 @@ JobResult convertDocument(const std::filesystem::path& file, FileFormat target, 
 }
 
 } // namespace
-
-ConversionRoute conversionRoute(const std::filesystem::path& file, FileFormat target)
-{
-    std::error_code error;
-    if (!std::filesystem::exists(file, error))
-        throw EngineError::unreadable(file);
-    const std::optional<FileFormat> source = FileFormat::detect(file);
-    const bool toImage = target.isImage() && target.canEncode();
-    const bool toText = target == FileFormat::txt || target == FileFormat::md;
-    if (source == FileFormat(FileFormat::pdf) && (toImage || toText))
-        return ConversionRoute::document;
-    if (source && source->isImage() && toImage)
-        return ConversionRoute::imageToImage;
-    if (source && source->isImage() && target == FileFormat::pdf)
-        return ConversionRoute::imageToPDF;
-    throw EngineError::unsupportedConversion(source, target);
-}
-
-PreparedOutput prepareConversion(const std::filesystem::path& file, FileFormat target, const ConversionOptions& options,
-                                 int threads, const std::stop_token& stop)
-{
-    if (conversionRoute(file, target) == ConversionRoute::imageToImage)
-        return prepareImage(file, target, options, threads, stop);
-    JobControl control;
-    control.stop = stop;
-    return prepareImagePDF({&file, 1}, threads, control);
-}
 
 JobResult Engine::convert(const std::filesystem::path& file, FileFormat target, const ConversionOptions& options,
                           const JobControl& control)

@@ -1,5 +1,6 @@
-#include "engine/EngineBatch.h"
+#include "engine/ConversionRoute.h"
 
+#include "files/Publishing.h"
 #include "parallel/OrderedPipeline.h"
 #include "PelgraCore/Engine.h"
 #include "PelgraCore/EngineError.h"

@@ -1,6 +1,8 @@
 #include "PelgraCore/Engine.h"
 
 #include "files/OutputFile.h"
+#include "files/OutputFolder.h"
+#include "files/Publishing.h"
 #include "modules/documents/DocumentsModule.h"
 #include "modules/ModuleLoader.h"
 #include "PelgraCore/OutputNaming.h"

@@ -10,21 +10,10 @@
 
 namespace Pelgra {
 
-LoadedImage loadImage(const std::filesystem::path& file)
-{
-    try {
-        return ImageLoader::load(file);
-    } catch (const EngineError&) {
-        throw;
-    } catch (const std::exception&) {
-        throw EngineError::unreadable(file);
-    }
-}
-
 PreparedOutput prepareImage(const std::filesystem::path& file, FileFormat format, const ConversionOptions& options,
                             int threads, const std::stop_token& stop)
 {
-    LoadedImage loaded = loadImage(file);
+    LoadedImage loaded = ImageLoader::load(file);
     SharedImage upright = loaded.upright(format == FileFormat::jpg);
     loaded.image.reset(); // the stored pixels are needed no more
     if (!format.imageIOType())

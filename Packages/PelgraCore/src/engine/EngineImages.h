@@ -13,9 +13,6 @@
 /// turn. All safe to call from several threads, each keeping the given number of threads busy at most.
 namespace Pelgra {
 
-/// ImageLoader::load(), with everything it may throw turned into EngineError::unreadable.
-LoadedImage loadImage(const std::filesystem::path& file);
-
 /// The file encoded in another raster format. Throws EngineError and JobCancelled.
 PreparedOutput prepareImage(const std::filesystem::path& file, FileFormat format, const ConversionOptions& options,
                             int threads, const std::stop_token& stop);

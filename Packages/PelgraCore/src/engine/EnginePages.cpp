@@ -1,8 +1,10 @@
 #include "PelgraCore/Engine.h"
 
-#include "files/OutputFile.h"
+#include "files/OutputFolder.h"
 #include "files/PreparedOutput.h"
+#include "files/Publishing.h"
 #include "images/Encoding.h"
+#include "pages/OpenRenderer.h"
 #include "pages/PageDrawing.h"
 #include "parallel/OrderedPipeline.h"
 #include "PelgraCore/EngineError.h"

@@ -1,9 +1,10 @@
 #include "PelgraCore/Thumbnails.h"
 
 #include "images/ImageThumbnails.h"
-#include "modules/rendering/RenderingModule.h"
+#include "pages/OpenRenderer.h"
 #include "pages/PageDrawing.h"
 #include "PelgraCore/FileFormat.h"
+#include "pixels/ImageScaling.h"
 
 #include <algorithm>
 #include <atomic>
@@ -83,6 +84,11 @@ int Thumbnails::pdfPageCount(const std::filesystem::path& file)
     } catch (const std::exception&) {
         return 0;
     }
+}
+
+SharedImage Thumbnails::scaled(const SharedImage& image, double maxPixels)
+{
+    return fittedInto(image, maxPixels);
 }
 
 } // namespace Pelgra

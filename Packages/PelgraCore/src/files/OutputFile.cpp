@@ -1,16 +1,13 @@
 #include "files/OutputFile.h"
 
 #include "files/HiddenNames.h"
-#include "PelgraCore/OutputNaming.h"
+#include "files/Publishing.h"
 
 #include <cerrno>
 #include <cstdio>
-#include <limits>
-#include <system_error>
 #include <utility>
 
 #include <fcntl.h>
-#include <linux/fs.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,43 +19,6 @@ constexpr std::size_t bufferSize = std::size_t{256} << 10;
 /// Written bytes after which the device is set to work, so that less is left to wait for at the end.
 constexpr off_t writeBackStep = off_t{4} << 20;
 constexpr mode_t fileMode = 0666; // less the user's umask
-constexpr mode_t folderMode = 0777;
-
-std::filesystem::path directoryOrHere(const std::filesystem::path& directory)
-{
-    return directory.empty() ? std::filesystem::path(".") : directory;
-}
-
-/// Runs a publishing attempt over the candidates of the numbering rule until one name is free.
-template <typename Attempt>
-std::filesystem::path publishUnderFreeName(const std::filesystem::path& directory, std::string_view baseName,
-                                           std::string_view pathExtension, Attempt&& attempt)
-{
-    for (unsigned long number = 1; number < std::numeric_limits<unsigned long>::max(); ++number) {
-        std::filesystem::path target = directory / OutputNaming::candidateName(baseName, pathExtension, number);
-        switch (attempt(target)) {
-        case 0:
-            return target;
-        case EEXIST:
-        case ENOTEMPTY:
-            continue;
-        default:
-            throw StorageError();
-        }
-    }
-    throw StorageError();
-}
-
-/// Renames without replacing; 0 or an error number.
-int renameWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to)
-{
-    return renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0 ? 0 : errno;
-}
-
-bool isUnknownCall(int error)
-{
-    return error == EINVAL || error == ENOSYS || error == ENOTSUP;
-}
 
 /// Where neither renaming nor linking can refuse to replace (exFAT): an empty file made under the name reserves it, and
 /// is replaced by the finished one.
@@ -97,17 +57,6 @@ int linkUnnamedFile(int descriptor, const std::filesystem::path& to)
     if (errno == ENOENT && linkat(descriptor, "", AT_FDCWD, to.c_str(), AT_EMPTY_PATH) == 0)
         return 0;
     return errno;
-}
-
-bool flushToDevice(int descriptor)
-{
-    while (fsync(descriptor) != 0) {
-        if (errno == EINVAL || errno == EROFS || errno == ENOTSUP)
-            return true; // the file system has nothing to flush
-        if (errno != EINTR)
-            return false;
-    }
-    return true;
 }
 
 } // namespace
@@ -221,60 +170,6 @@ int OutputFile::tryPublish(const std::filesystem::path& target)
         throw StorageError();
     }
     return 0;
-}
-
-OutputFolder::OutputFolder(const std::filesystem::path& parent)
-    : m_parent(parent)
-    , m_hidden(hiddenName(parent))
-{
-    removeLeftBehind(parent);
-    if (mkdir(m_hidden.c_str(), folderMode) != 0)
-        throw StorageError();
-    m_folder.reset(open(m_hidden.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (m_folder)
-        claimHidden(m_folder.get());
-}
-
-OutputFolder::~OutputFolder()
-{
-    if (!m_hidden.empty()) {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_hidden, ignored);
-    }
-}
-
-std::filesystem::path OutputFolder::publish(std::string_view baseName)
-{
-    // One flush of the file system serves all files at once; flushing each costs a wait for the device per file.
-    if (!m_folder || (syncfs(m_folder.get()) != 0 && errno != ENOSYS))
-        throw StorageError();
-    std::filesystem::path target =
-        publishUnderFreeName(m_parent, baseName, {}, [this](const std::filesystem::path& candidate) {
-            const int error = renameWithoutReplacing(m_hidden, candidate);
-            if (!isUnknownCall(error))
-                return error;
-            // An empty folder made under the name reserves it, and a folder may be renamed onto an empty one.
-            if (mkdir(candidate.c_str(), folderMode) != 0)
-                return errno;
-            if (rename(m_hidden.c_str(), candidate.c_str()) == 0)
-                return 0;
-            const int failure = errno;
-            rmdir(candidate.c_str());
-            return failure;
-        });
-    m_hidden.clear();
-    syncFolder(m_parent);
-    return target;
-}
-
-void syncFolder(const std::filesystem::path& directory)
-{
-    const UniqueDescriptor folder(open(directoryOrHere(directory).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // A folder that may be written but not read cannot be flushed; its files are complete all the same.
-    if (!folder)
-        return;
-    if (!flushToDevice(folder.get()))
-        throw StorageError();
 }
 
 } // namespace Pelgra

@@ -1,5 +1,6 @@
 #include "files/PreparedOutput.h"
 
+#include "files/Publishing.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/OutputNaming.h"
 

@@ -1,6 +1,7 @@
 #include "imagepdf/ImagePDFWriter.h"
 
 #include "codecs/Deflate.h"
+#include "PelgraCore/ImageLoading.h"
 
 #include <array>
 #include <span>

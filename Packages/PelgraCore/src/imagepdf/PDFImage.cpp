@@ -6,7 +6,6 @@
 #include "codecs/png/PngDecoder.h"
 #include "codecs/png/PngEncoder.h"
 #include "codecs/png/PngStructure.h"
-#include "engine/EngineImages.h"
 #include "files/ByteSink.h"
 #include "files/FileBytes.h"
 #include "images/PicturePlacement.h"
@@ -224,7 +223,7 @@ PDFImage loadPDFImage(const std::filesystem::path& file, int threads)
     } catch (const std::exception&) {
         throw EngineError::unreadable(file);
     }
-    return codedAgain(loadImage(file), threads);
+    return codedAgain(ImageLoader::load(file), threads);
 }
 
 } // namespace Pelgra

@@ -1,12 +1,22 @@
 #include "modules/PageGeometry.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace Pelgra {
 
 namespace {
 
 constexpr PageBox usLetter{0, 0, 612, 792};
+
+/// Cuts off the fraction. A product that falls short of a whole number by nothing but the rounding of its factors is
+/// that number: 400 pixels for 595.28 points stay 400.
+int wholePixels(double length)
+{
+    const double nearest = std::nearbyint(length);
+    const bool isWhole = std::abs(length - nearest) <= 1e-9 * std::max(1.0, nearest);
+    return std::clamp(static_cast<int>(isWhole ? nearest : std::trunc(length)), 1, PDFRender::maxSide);
+}
 
 } // namespace
 
@@ -38,6 +48,17 @@ PageSize turnedSize(const PageBox& box, int quarterTurn)
     if (quarterTurn % 180 != 0)
         return {box.height(), box.width()};
     return {box.width(), box.height()};
+}
+
+std::optional<PixelSize> pixelSizeFor(PageSize size, double scale)
+{
+    // Written so that a NaN fails, too.
+    if (!(size.width > 0 && size.height > 0 && scale > 0))
+        return std::nullopt;
+    const double longer = std::max(size.width, size.height);
+    if (!(longer * scale <= PDFRender::maxSide))
+        scale = PDFRender::maxSide / longer;
+    return PixelSize{wholePixels(size.width * scale), wholePixels(size.height * scale)};
 }
 
 } // namespace Pelgra

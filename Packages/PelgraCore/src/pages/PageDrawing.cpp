@@ -1,5 +1,6 @@
 #include "pages/PageDrawing.h"
 
+#include "pages/OpenRenderer.h"
 #include "parallel/OrderedPipeline.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/JobControl.h"

@@ -151,4 +151,18 @@ RasterImage scaledDown(const RasterImage& image, int width, int height)
     return std::move(*target);
 }
 
+SharedImage fittedInto(const SharedImage& image, double maxPixels)
+{
+    const double scale = maxPixels / std::max(image->width, image->height);
+    if (!(scale < 1))
+        return image;
+    try {
+        return std::make_shared<const RasterImage>(
+            scaledDown(*image, static_cast<int>(std::max(1.0, std::round(scale * image->width))),
+                       static_cast<int>(std::max(1.0, std::round(scale * image->height)))));
+    } catch (const std::exception&) {
+        return nullptr;
+    }
+}
+
 } // namespace Pelgra

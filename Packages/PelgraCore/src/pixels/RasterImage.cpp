@@ -1,4 +1,4 @@
-#include "PelgraCore/ImageLoading.h"
+#include "PelgraCore/RasterImage.h"
 
 #include <cstdlib>
 #include <limits>

@@ -1,5 +1,6 @@
 #include "text/DocumentText.h"
 
+#include "pages/OpenRenderer.h"
 #include "parallel/OrderedPipeline.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/TextExtraction.h"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "modules/rendering/TextPiece.h"
 #include "PelgraCore/TextExtraction.h"
 
 #include <cstdint>
@@ -10,23 +11,6 @@
 /// From the characters a page shows to its lines. The order is that of the page's contents, which keeps columns apart;
 /// within a line that holds right-to-left text, where the characters stand decides.
 namespace Pelgra {
-
-/// A character where it stands. Distances are points along the direction of its piece of text.
-struct PlacedCharacter {
-    char32_t code = 0;
-    float start = 0; ///< from the page's origin to the edge where reading begins
-    float end = 0;
-    float size = 0; ///< of the font, as it appears on the page
-};
-
-/// Characters that follow one another on one baseline.
-struct TextPiece {
-    float directionX = 1; ///< of the baseline, of unit length; y grows downwards
-    float directionY = 0;
-    float baseline = 0; ///< points from the page's origin, at right angles to the direction
-    bool isVertical = false; ///< characters below each other
-    std::vector<PlacedCharacter> characters;
-};
 
 /// The lines of a page: pieces of one visual line put together with spaces where there are gaps, right-to-left text in
 /// reading order, only characters a reader can use, and an empty line where there is more room than between the lines

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "codecs/png/PngChunks.h"
-#include "PelgraCore/ImageLoading.h"
+#include "PelgraCore/RasterImage.h"
 
 namespace Pelgra {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "PageTree.h"
-#include "PelgraCore/ImageLoading.h"
+#include "PelgraCore/RasterImage.h"
 
 #include <qpdf/PDFVersion.hh>
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "codecs/DecodedImage.h"
+#include "codecs/EncodeProperties.h"
 #include "files/ByteSink.h"
-#include "images/Encoding.h"
 #include "pixels/RowSource.h"
 
 #include <cstddef>

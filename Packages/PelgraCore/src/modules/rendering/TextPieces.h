@@ -1,7 +1,7 @@
 #pragma once
 
 #include "MuPDFDocument.h"
-#include "text/PageText.h"
+#include "TextPiece.h"
 
 #include <vector>
 

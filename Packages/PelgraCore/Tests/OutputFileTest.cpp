@@ -1,4 +1,4 @@
-#include "files/OutputFile.h"
+#include "files/OutputFolder.h"
 #include "PelgraCore/OutputNaming.h"
 #include "Support/TemporaryFolder.h"
 
@@ -18,7 +18,7 @@ void writeText(OutputFile& file, std::string_view text)
 
 } // namespace
 
-class PublisherTest : public QObject {
+class OutputFileTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -114,5 +114,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(PublisherTest)
-#include "PublisherTest.moc"
+QTEST_GUILESS_MAIN(OutputFileTest)
+#include "OutputFileTest.moc"

@@ -36,7 +36,7 @@ int prediction(int type, int left, int above, int corner)
 
 } // namespace
 
-class PngRowFiltersTest : public QObject {
+class PngUnfilterTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -66,5 +66,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(PngRowFiltersTest)
-#include "PngRowFiltersTest.moc"
+QTEST_GUILESS_MAIN(PngUnfilterTest)
+#include "PngUnfilterTest.moc"
