@@ -79,6 +79,7 @@ void AppDelegate::installUpdater()
     m_updater = std::make_unique<SparkleUpdater>();
     Updater::setCurrent(m_updater.get());
     m_updater->setAutomaticallyChecksForUpdates(m_preferences.checkForUpdatesAutomatically());
+    Updater::follow(m_preferences);
 }
 
 void AppDelegate::showWheelAlone(WheelKind kind, const Files& files)

@@ -1,4 +1,4 @@
-#include "Support/LoginItem.h"
+#include "Desktop/LoginItem.h"
 
 #include "Desktop/BackgroundPortal.h"
 #include "Support/PreferencesStore.h"

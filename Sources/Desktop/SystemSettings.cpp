@@ -1,6 +1,6 @@
 #include "Desktop/SystemSettings.h"
 
-#include "Support/LoginItem.h"
+#include "Desktop/LoginItem.h"
 
 #include <QDesktopServices>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PelgraCore/ImageLoading.h"
+#include "PelgraCore/RasterImage.h"
 
 #include <QImage>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Settings/ModifierKey.h"
+#include "Platform/ModifierFlags.h"
 
 #include <QPoint>
 

@@ -15,11 +15,11 @@ struct Description {
 };
 
 constexpr std::array descriptions{
-    Description{ModifierKey::shift, u"shift", u"⇧", u"Shift", 0x20000},
-    Description{ModifierKey::command, u"command", u"⌘", u"Command", 0x100000},
-    Description{ModifierKey::option, u"option", u"⌥", u"Option", 0x80000},
-    Description{ModifierKey::control, u"control", u"⌃", u"Control", 0x40000},
-    Description{ModifierKey::function, u"function", u"fn", u"Function", 0x800000},
+    Description{ModifierKey::shift, u"shift", u"⇧", u"Shift", shiftFlag},
+    Description{ModifierKey::command, u"command", u"⌘", u"Command", commandFlag},
+    Description{ModifierKey::option, u"option", u"⌥", u"Option", optionFlag},
+    Description{ModifierKey::control, u"control", u"⌃", u"Control", controlFlag},
+    Description{ModifierKey::function, u"function", u"fn", u"Function", functionFlag},
 };
 
 const Description& descriptionOf(ModifierKey key)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/ModifierFlags.h"
+
 #include <QString>
 #include <QStringView>
 
@@ -8,13 +10,6 @@
 #include <optional>
 
 namespace Pelgra {
-
-/// A set of modifier bits, the same on every platform: shift 0x20000, control 0x40000, option 0x80000,
-/// command 0x100000, function 0x800000. Other bits may be present and mean nothing.
-using ModifierFlags = std::uint64_t;
-
-/// The five bits that count; flags are masked with it before they are compared.
-inline constexpr ModifierFlags relevantModifierFlags = 0x9E0000;
 
 /// A key that opens a wheel. On a PC keyboard command is Super, option is Alt and function is AltGr.
 enum class ModifierKey : std::uint8_t { shift, command, option, control, function };

@@ -1,7 +1,5 @@
 #include "Settings/Preferences.h"
 
-#include "App/Updates/Updater.h"
-
 #include <QCoreApplication>
 
 namespace Pelgra {
@@ -88,8 +86,6 @@ void Preferences::setCheckForUpdatesAutomatically(bool checks)
     m_checkForUpdatesAutomatically = checks;
     Q_EMIT checkForUpdatesAutomaticallyChanged();
     m_store->setValue(checkForUpdatesAutomaticallyName, checks);
-    if (UpdaterManaging* updater = Updater::current())
-        updater->setAutomaticallyChecksForUpdates(checks);
 }
 
 QString Preferences::menuHint() const

@@ -32,7 +32,6 @@ public:
     double jpegQuality() const { return m_jpegQuality; }
     void setJPEGQuality(double quality);
 
-    /// Setting it also tells the installed updater.
     bool checkForUpdatesAutomatically() const { return m_checkForUpdatesAutomatically; }
     void setCheckForUpdatesAutomatically(bool checks);
 

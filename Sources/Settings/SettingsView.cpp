@@ -1,10 +1,10 @@
 #include "Settings/SettingsView.h"
 
 #include "Controls/SecondaryLabel.h"
+#include "Desktop/LoginItem.h"
 #include "Desktop/SystemSettings.h"
 #include "Settings/Preferences.h"
 #include "Support/Logging.h"
-#include "Support/LoginItem.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -1,4 +1,4 @@
-#include "Controls/ItemAccessibility.h"
+#include "ToolWindows/ItemAccessibility.h"
 
 #include "ToolWindows/Files/OrderedFileRow.h"
 #include "ToolWindows/Frame/ToolChrome.h"

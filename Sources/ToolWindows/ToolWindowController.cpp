@@ -1,11 +1,11 @@
 #include "ToolWindows/ToolWindowController.h"
 
-#include "Controls/ItemAccessibility.h"
 #include "Desktop/AppActivation.h"
 #include "Support/Text.h"
 #include "ToolWindows/Files/CreatePDFView.h"
 #include "ToolWindows/Files/MergePDFView.h"
 #include "ToolWindows/Frame/ToolWindow.h"
+#include "ToolWindows/ItemAccessibility.h"
 #include "ToolWindows/Pages/OrganizePDFView.h"
 
 #include <QVBoxLayout>

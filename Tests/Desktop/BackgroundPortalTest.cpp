@@ -1,6 +1,6 @@
+#include "Desktop/LoginItem.h"
 #include "Settings/Preferences.h"
 #include "Settings/SettingsView.h"
-#include "Support/LoginItem.h"
 
 #include <QCheckBox>
 #include <QDBusConnection>

@@ -109,6 +109,7 @@ private Q_SLOTS:
         FakeUpdater updater;
         updater.setAutomaticallyChecksForUpdates(true);
         Preferences preferences = preferencesWith({});
+        Updater::follow(preferences);
         preferences.setCheckForUpdatesAutomatically(false); // no updater installed: only stored
         QVERIFY(updater.automaticallyChecksForUpdates());
         Updater::setCurrent(&updater);

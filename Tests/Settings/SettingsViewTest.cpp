@@ -1,6 +1,6 @@
 #include "Settings/SettingsView.h"
+#include "Desktop/LoginItem.h"
 #include "Settings/Preferences.h"
-#include "Support/LoginItem.h"
 
 #include <QCheckBox>
 #include <QComboBox>

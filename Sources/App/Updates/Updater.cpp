@@ -1,5 +1,7 @@
 #include "App/Updates/Updater.h"
 
+#include "Settings/Preferences.h"
+
 #include <QPointer>
 
 namespace Pelgra {
@@ -22,6 +24,14 @@ UpdaterManaging* Updater::current()
 void Updater::setCurrent(UpdaterManaging* updater)
 {
     installedUpdater() = updater;
+}
+
+void Updater::follow(const Preferences& preferences)
+{
+    QObject::connect(&preferences, &Preferences::checkForUpdatesAutomaticallyChanged, &preferences, [&preferences] {
+        if (UpdaterManaging* const updater = current())
+            updater->setAutomaticallyChecksForUpdates(preferences.checkForUpdatesAutomatically());
+    });
 }
 
 void FakeUpdater::setAutomaticallyChecksForUpdates(bool checks)

@@ -6,6 +6,8 @@
 
 namespace Pelgra {
 
+class Preferences;
+
 /// What the rest of the application knows of the update checker. Main thread.
 class UpdaterManaging : public QObject {
     Q_OBJECT
@@ -32,6 +34,9 @@ namespace Updater {
 /// The installed updater, or null. Not owned.
 UpdaterManaging* current();
 void setCurrent(UpdaterManaging* updater);
+
+/// Has the installed updater, whichever it is by then, told of every change of the setting.
+void follow(const Preferences& preferences);
 
 } // namespace Updater
 

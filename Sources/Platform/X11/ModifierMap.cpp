@@ -20,16 +20,16 @@ constexpr std::uint32_t superRight = 0xffec;
 constexpr std::uint32_t levelThreeShift = 0xfe03;
 
 struct KeySymbols {
-    ModifierKey key;
+    ModifierFlags flag;
     std::array<std::uint32_t, 2> symbols;
 };
 
 constexpr std::array keySymbols{
-    KeySymbols{ModifierKey::shift, {shiftLeft, shiftRight}},
-    KeySymbols{ModifierKey::control, {controlLeft, controlRight}},
-    KeySymbols{ModifierKey::option, {altLeft, altRight}},
-    KeySymbols{ModifierKey::command, {superLeft, superRight}},
-    KeySymbols{ModifierKey::function, {levelThreeShift, levelThreeShift}},
+    KeySymbols{shiftFlag, {shiftLeft, shiftRight}},
+    KeySymbols{controlFlag, {controlLeft, controlRight}},
+    KeySymbols{optionFlag, {altLeft, altRight}},
+    KeySymbols{commandFlag, {superLeft, superRight}},
+    KeySymbols{functionFlag, {levelThreeShift, levelThreeShift}},
 };
 
 constexpr unsigned modifierCount = 8;
@@ -38,12 +38,12 @@ constexpr unsigned lockBit = 1U << 1;
 constexpr unsigned controlBit = 1U << 2;
 
 /// The first three bits have a fixed meaning in the protocol, whatever else is bound to them.
-bool mayStandFor(ModifierKey key, unsigned bit)
+bool mayStandFor(ModifierFlags flag, unsigned bit)
 {
     if (bit == shiftBit)
-        return key == ModifierKey::shift;
+        return flag == shiftFlag;
     if (bit == controlBit)
-        return key == ModifierKey::control;
+        return flag == controlFlag;
     return bit != lockBit;
 }
 
@@ -73,10 +73,10 @@ std::vector<std::uint8_t> KeyboardMap::keycodesOf(std::uint32_t symbol) const
 ModifierMap::ModifierMap(const KeyboardMap& keyboard)
 {
     for (const KeySymbols& wanted : keySymbols) {
-        Entry entry{0, flagOf(wanted.key)};
+        Entry entry{0, wanted.flag};
         for (unsigned modifier = 0; modifier < modifierCount; ++modifier) {
             const unsigned bit = 1U << modifier;
-            if (!mayStandFor(wanted.key, bit))
+            if (!mayStandFor(wanted.flag, bit))
                 continue;
             for (std::size_t i = 0; i < keyboard.keycodesPerModifier; ++i) {
                 const std::size_t index = modifier * keyboard.keycodesPerModifier + i;

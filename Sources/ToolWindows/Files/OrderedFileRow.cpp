@@ -1,11 +1,11 @@
 #include "ToolWindows/Files/OrderedFileRow.h"
 
-#include "Controls/ItemAccessibility.h"
 #include "Controls/SecondaryLabel.h"
 #include "Controls/Symbols.h"
 #include "Controls/ToolButtons.h"
 #include "Support/Paths.h"
 #include "ToolWindows/Files/FileThumbnail.h"
+#include "ToolWindows/ItemAccessibility.h"
 
 #include <QGraphicsOpacityEffect>
 #include <QHBoxLayout>

@@ -1,8 +1,8 @@
 #include "ToolWindows/Pages/PageCard.h"
 
-#include "Controls/ItemAccessibility.h"
 #include "Controls/ToolButtons.h"
 #include "Desktop/Motion.h"
+#include "ToolWindows/ItemAccessibility.h"
 
 #include <QKeyEvent>
 #include <QPainter>
