@@ -1,5 +1,6 @@
 #include "PelgraCore/Engine.h"
 #include "PelgraCore/EngineError.h"
+#include "PelgraCore/ImageLoading.h"
 #include "PelgraCore/PDFRendering.h"
 #include "Support/ImageSamples.h"
 #include "Support/TemporaryFolder.h"

@@ -1,4 +1,6 @@
+#include "files/OutputFile.h"
 #include "files/OutputFolder.h"
+#include "files/Publishing.h"
 #include "PelgraCore/OutputNaming.h"
 #include "Support/TemporaryFolder.h"
 
