@@ -16,18 +16,23 @@ fail() {
 package_names() {
     local list
     for list in "$@"; do
-        sed -e 's/#.*//' -e '/^[[:space:]]*$/d' "$pelgra_root/packages/$list.txt"
+        sed -e 's/[[:space:]]*\(#.*\)\?$//' -e '/^$/d' "$pelgra_root/packages/$list.txt"
     done
+}
+
+# missing_packages LIST…: the names in packages/LIST.txt that no installed package has or provides, as apt counts it.
+missing_packages() {
+    comm -13 <(dpkg-query -W -f '${db:Status-Status} ${Package}, ${Provides}\n' |
+            sed -n -e 's/^installed //' -e T -e 's/([^)]*)//g' -e 's/[, ][, ]*/\n/gp' | sort -u) \
+        <(package_names "$@" | sort -u)
 }
 
 # as_root COMMAND…: as it is for root, else through sudo.
 as_root() {
     if [ "$(id -u)" = 0 ]; then
         "$@"
-    elif command -v sudo >/dev/null; then
-        sudo "$@"
     else
-        fail "packages are missing and neither root rights nor sudo are at hand; as root, install: $*"
+        sudo "$@"
     fi
 }
 
@@ -54,8 +59,7 @@ ensure_packages() {
         return 0
     fi
     local missing
-    missing=$(comm -13 <(dpkg-query -W -f '${Package} ${db:Status-Status}\n' | sed -n 's/ installed$//p' | sort -u) \
-        <(package_names "$@" | sort -u))
+    missing=$(missing_packages "$@")
     if [ -n "$missing" ]; then
         install_packages $missing
     fi
@@ -65,7 +69,10 @@ ensure_packages() {
 # install_packages NAME…: by apt, its output in a log that is shown only when it fails.
 install_packages() {
     local log="$pelgra_root/build/packages.log"
-    say "installing $# Debian packages (this happens once)…"
+    if [ "$(id -u)" != 0 ] && ! command -v sudo >/dev/null; then
+        fail "packages are missing, and neither root rights nor sudo are at hand. As root: apt-get install $*"
+    fi
+    say "installing $# Debian packages (this happens once): $*"
     local options=(-y --no-install-recommends -o DPkg::Lock::Timeout=300 -o Acquire::Retries=3)
     if ! as_root env DEBIAN_FRONTEND=noninteractive apt-get install "${options[@]}" "$@" >"$log" 2>&1 </dev/null; then
         # The lists of packages may be missing or old.
