@@ -61,7 +61,7 @@ namespace {{
 {body}
 }} // namespace Pelgra::Unicode
 """)
-    subprocess.run(["clang-format", "-i", str(path)], check=True)
+    subprocess.run(["clang-format-19", "-i", str(path)], check=True)
 
 
 def main():
