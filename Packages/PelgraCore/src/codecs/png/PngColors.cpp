@@ -65,11 +65,13 @@ IccProfile makeProfile(const Chromaticities& values, cmsToneCurve* curve, ColorM
 Bytes written(const IccProfile& profile)
 {
     Bytes bytes = bytesOf(profile);
-    if (bytes.empty())
-        return {};
     // The library puts the present time there (ICC.1, 7.2.1); the same picture is to give the same bytes.
     constexpr std::array<unsigned char, 12> date{0x07, 0xD0, 0, 1, 0, 1};
-    std::transform(date.begin(), date.end(), bytes.begin() + 24, [](unsigned char byte) { return std::byte{byte}; });
+    constexpr std::size_t dateStart = 24;
+    if (bytes.size() < dateStart + date.size())
+        return {};
+    std::transform(date.begin(), date.end(), bytes.begin() + dateStart,
+                   [](unsigned char byte) { return std::byte{byte}; });
     return bytes;
 }
 

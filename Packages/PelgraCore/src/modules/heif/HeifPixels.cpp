@@ -248,16 +248,13 @@ void convertInBands(const Conversion<Sample>& conversion)
 
 std::vector<Plane> colorPlanes(const heif_image& image, heif_colorspace space)
 {
-    switch (space) {
-    case heif_colorspace_monochrome:
+    // The library adds further ones from version to version.
+    if (space == heif_colorspace_monochrome)
         return {planeOf(image, heif_channel_Y)};
-    case heif_colorspace_YCbCr:
+    if (space == heif_colorspace_YCbCr)
         return {planeOf(image, heif_channel_Y), planeOf(image, heif_channel_Cb), planeOf(image, heif_channel_Cr)};
-    case heif_colorspace_RGB:
+    if (space == heif_colorspace_RGB)
         return {planeOf(image, heif_channel_R), planeOf(image, heif_channel_G), planeOf(image, heif_channel_B)};
-    case heif_colorspace_undefined:
-        break;
-    }
     throw DecodeError("an unknown colour model");
 }
 

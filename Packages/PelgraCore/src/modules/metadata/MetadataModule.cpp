@@ -1,6 +1,7 @@
 #include "modules/metadata/MetadataModule.h"
 
 #include "ExifFilter.h"
+#include "Exiv2Version.h"
 #include "modules/ModuleLoader.h"
 #include "XmpFilter.h"
 
@@ -23,9 +24,7 @@ Bytes filteredIptc(std::span<const std::byte> iptc)
                                                  static_cast<std::uint32_t>(iptc.size()));
     if (status != 0 || data.empty())
         return {};
-    const Exiv2::DataBuf encoded = Exiv2::IptcParser::encode(data);
-    const auto* const begin = reinterpret_cast<const std::byte*>(encoded.pData_);
-    return {begin, begin + encoded.size_};
+    return bytesOf(Exiv2::IptcParser::encode(data));
 }
 
 /// What a filter makes of a block; nothing where the block is absent, too large or damaged beyond reading.

@@ -68,6 +68,9 @@ std::optional<double> absoluteLength(const RsvgLength& length)
     case RSVG_UNIT_EM:
         return length.length * defaultFontSize;
     case RSVG_UNIT_EX:
+#if LIBRSVG_CHECK_VERSION(2, 58, 0)
+    case RSVG_UNIT_CH: // the width of a zero
+#endif
         return length.length * defaultFontSize / 2;
     case RSVG_UNIT_IN:
         return length.length * dotsPerInch;
