@@ -1,3 +1,5 @@
+#include "Override.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -8,16 +10,14 @@
 #include <mupdf/fitz.h>
 
 /// MuPDF enlarges pictures by one loop for every case there is, which takes half the time a scanned page is drawn in.
-/// The linker puts this function (--wrap) in its place for the most frequent case: an opaque picture of grey or RGB,
-/// upright or turned by quarters, that is not blended with anything. The pixels come out the same to the bit.
-extern "C" {
+/// This function takes its place for the most frequent case: an opaque picture of grey or RGB, upright or turned by
+/// quarters, that is not blended with anything. The pixels come out the same to the bit.
+/// Made for MuPDF 1.21 and 1.25, of which it computes what they compute.
 struct fz_overprint;
 using PaintImage = void(fz_context*, fz_pixmap* target, const fz_irect* scissor, fz_pixmap* shape,
                         fz_pixmap* groupAlpha, fz_pixmap* image, fz_matrix matrix, int alpha, int mayInterpolate,
                         const fz_overprint*);
-PaintImage __real_fz_paint_image;
-PaintImage __wrap_fz_paint_image;
-}
+PELGRA_DECLARE_OVERRIDE(fz_paint_image, PaintImage)
 
 namespace {
 
@@ -265,12 +265,12 @@ bool paintSimpleImage(fz_context* context, fz_pixmap& target, const fz_irect& sc
 
 } // namespace
 
-void __wrap_fz_paint_image(fz_context* context, fz_pixmap* target, const fz_irect* scissor, fz_pixmap* shape,
-                           fz_pixmap* groupAlpha, fz_pixmap* image, fz_matrix matrix, int alpha, int mayInterpolate,
-                           const fz_overprint* overprint)
+void PELGRA_OVERRIDE(fz_paint_image)(fz_context* context, fz_pixmap* target, const fz_irect* scissor, fz_pixmap* shape,
+                                     fz_pixmap* groupAlpha, fz_pixmap* image, fz_matrix matrix, int alpha,
+                                     int mayInterpolate, const fz_overprint* overprint)
 {
     const bool isPlain = !shape && !groupAlpha && !overprint && alpha == opaque && mayInterpolate;
     if (!isPlain || !paintSimpleImage(context, *target, *scissor, *image, matrix))
-        __real_fz_paint_image(context, target, scissor, shape, groupAlpha, image, matrix, alpha, mayInterpolate,
-                              overprint);
+        PELGRA_OVERRIDDEN(fz_paint_image)
+    (context, target, scissor, shape, groupAlpha, image, matrix, alpha, mayInterpolate, overprint);
 }

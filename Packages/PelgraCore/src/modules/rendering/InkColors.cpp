@@ -1,3 +1,5 @@
+#include "MuPDFVersion.h"
+#include "Override.h"
 #include "ProfileColors.h"
 
 #include <algorithm>
@@ -10,16 +12,14 @@
 #include <mupdf/fitz.h>
 
 /// Debian builds MuPDF without colour management: amounts of ink become colours by subtraction, which no print looks
-/// like. The linker puts these functions (--wrap) between the part that decides what is converted and the conversion.
-extern "C" {
-struct fz_color_converter; // begins as ConverterStart
+/// like. These functions stand between the part that decides what is converted and the conversion.
+/// Made for MuPDF 1.21 and 1.25, whose converters begin as Pelgra::Rendering::ConverterStart.
+struct fz_color_converter;
 using InkConversion = void(fz_context*, fz_color_converter*, const float*, float*);
-
-InkConversion* __real_fz_lookup_fast_color_converter(fz_context* context, fz_colorspace* from, fz_colorspace* to);
-InkConversion* __wrap_fz_lookup_fast_color_converter(fz_context* context, fz_colorspace* from, fz_colorspace* to);
-void __real_fz_convert_fast_pixmap_samples(fz_context* context, const fz_pixmap* from, fz_pixmap* to, int copySpots);
-void __wrap_fz_convert_fast_pixmap_samples(fz_context* context, const fz_pixmap* from, fz_pixmap* to, int copySpots);
-}
+using LookupConversion = InkConversion*(fz_context*, fz_colorspace* from, fz_colorspace* to);
+using ConvertSamples = void(fz_context*, const fz_pixmap* from, fz_pixmap* to, int copySpots);
+PELGRA_DECLARE_OVERRIDE(fz_lookup_fast_color_converter, LookupConversion)
+PELGRA_DECLARE_OVERRIDE(fz_convert_fast_pixmap_samples, ConvertSamples)
 
 namespace {
 
@@ -123,14 +123,6 @@ bool isFromInkToScreen(const fz_colorspace* from, const fz_colorspace* to)
     return from && to && from->type == FZ_COLORSPACE_CMYK && to->type == FZ_COLORSPACE_RGB;
 }
 
-/// The library's own structure as far as it is used here.
-struct ConverterStart {
-    InkConversion* convert;
-    InkConversion* convertVia;
-    const fz_colorspace* to;
-    const fz_colorspace* from;
-};
-
 bool isFromProfile(const fz_colorspace* from, const fz_colorspace* to)
 {
     using Pelgra::Rendering::hasProfile;
@@ -140,7 +132,7 @@ bool isFromProfile(const fz_colorspace* from, const fz_colorspace* to)
 
 void convertFromProfile(fz_context*, fz_color_converter* converter, const float* from, float* to)
 {
-    const auto& spaces = *reinterpret_cast<const ConverterStart*>(converter);
+    const auto& spaces = *reinterpret_cast<const Pelgra::Rendering::ConverterStart*>(converter);
     Color color{};
     if (const auto conversion = Pelgra::Rendering::conversionOf(spaces.from))
         conversion->convertColor(from, color.data());
@@ -152,14 +144,18 @@ void convertFromProfile(fz_context*, fz_color_converter* converter, const float*
 
 } // namespace
 
-InkConversion* __wrap_fz_lookup_fast_color_converter(fz_context* context, fz_colorspace* from, fz_colorspace* to)
+InkConversion* PELGRA_OVERRIDE(fz_lookup_fast_color_converter)(fz_context* context, fz_colorspace* from,
+                                                               fz_colorspace* to)
 {
     if (isFromProfile(from, to))
         return convertFromProfile;
-    return isFromInkToScreen(from, to) ? convertInks : __real_fz_lookup_fast_color_converter(context, from, to);
+    if (isFromInkToScreen(from, to))
+        return convertInks;
+    return PELGRA_OVERRIDDEN(fz_lookup_fast_color_converter)(context, from, to);
 }
 
-void __wrap_fz_convert_fast_pixmap_samples(fz_context* context, const fz_pixmap* from, fz_pixmap* to, int copySpots)
+void PELGRA_OVERRIDE(fz_convert_fast_pixmap_samples)(fz_context* context, const fz_pixmap* from, fz_pixmap* to,
+                                                     int copySpots)
 {
     const bool isPlain = from->s == 0 && to->s == 0 && from->w == to->w && from->h == to->h;
     if (isPlain && isFromProfile(from->colorspace, to->colorspace)
@@ -168,5 +164,5 @@ void __wrap_fz_convert_fast_pixmap_samples(fz_context* context, const fz_pixmap*
     if (isPlain && isFromInkToScreen(from->colorspace, to->colorspace))
         convertPixels(*from, *to);
     else
-        __real_fz_convert_fast_pixmap_samples(context, from, to, copySpots);
+        PELGRA_OVERRIDDEN(fz_convert_fast_pixmap_samples)(context, from, to, copySpots);
 }

@@ -1,3 +1,4 @@
+#include "Override.h"
 #include "WorkAccount.h"
 
 #include <cstdint>
@@ -5,12 +6,10 @@
 #include <openjpeg.h>
 
 /// The decoder of JPEG 2000 takes its memory from the system, past the account: four bytes for each sample the header
-/// claims, however short the data. The linker puts this function between MuPDF and the decoder (--wrap), the only place
-/// where the header is known and nothing is allocated yet.
-extern "C" {
-OPJ_BOOL __real_opj_read_header(opj_stream_t* stream, opj_codec_t* codec, opj_image_t** image);
-OPJ_BOOL __wrap_opj_read_header(opj_stream_t* stream, opj_codec_t* codec, opj_image_t** image);
-}
+/// claims, however short the data. This function stands between MuPDF and the decoder, the only place where the header
+/// is known and nothing is allocated yet. Made for MuPDF 1.21 and 1.25, which call the function once before they
+/// decode.
+PELGRA_DECLARE_OVERRIDE(opj_read_header, decltype(opj_read_header))
 
 namespace {
 
@@ -26,9 +25,9 @@ bool fitsMemory(const opj_image_t& image)
 
 } // namespace
 
-OPJ_BOOL __wrap_opj_read_header(opj_stream_t* stream, opj_codec_t* codec, opj_image_t** image)
+OPJ_BOOL PELGRA_OVERRIDE(opj_read_header)(opj_stream_t* stream, opj_codec_t* codec, opj_image_t** image)
 {
-    if (!__real_opj_read_header(stream, codec, image))
+    if (!PELGRA_OVERRIDDEN(opj_read_header)(stream, codec, image))
         return OPJ_FALSE;
     if (fitsMemory(**image))
         return OPJ_TRUE;

@@ -1,16 +1,14 @@
+#include "Override.h"
+
 #include <cstring>
 
 #include <mupdf/fitz.h>
 #include <mupdf/pdf.h>
 
 /// MuPDF knows which layers are shown, but not the expressions (/VE) by which content may depend on several of them.
-/// The linker puts this function (--wrap) between the interpreter of contents and the look-up of layers.
-extern "C" {
-int __real_pdf_is_ocg_hidden(fz_context* context, pdf_document* document, pdf_obj* resources, const char* usage,
-                             pdf_obj* layer);
-int __wrap_pdf_is_ocg_hidden(fz_context* context, pdf_document* document, pdf_obj* resources, const char* usage,
-                             pdf_obj* layer);
-}
+/// This function stands between the interpreter of contents and the look-up of layers.
+/// Made for MuPDF 1.21 and 1.25, which show everything that depends on an expression.
+PELGRA_DECLARE_OVERRIDE(pdf_is_ocg_hidden, decltype(pdf_is_ocg_hidden))
 
 namespace {
 
@@ -53,21 +51,22 @@ bool isShown(Evaluation* evaluation, pdf_obj* expression, int depth)
         return true;
     if (pdf_is_array(context, expression))
         return isTrue(evaluation, expression, depth + 1);
-    return __real_pdf_is_ocg_hidden(context, evaluation->document, evaluation->resources, evaluation->usage, expression)
+    return PELGRA_OVERRIDDEN(pdf_is_ocg_hidden)(context, evaluation->document, evaluation->resources, evaluation->usage,
+                                                expression)
         == 0;
 }
 
 } // namespace
 
-int __wrap_pdf_is_ocg_hidden(fz_context* context, pdf_document* document, pdf_obj* resources, const char* usage,
-                             pdf_obj* layer)
+int PELGRA_OVERRIDE(pdf_is_ocg_hidden)(fz_context* context, pdf_document* document, pdf_obj* resources,
+                                       const char* usage, pdf_obj* layer)
 {
     pdf_obj* named = layer;
     if (pdf_is_name(context, layer))
         named = pdf_dict_get(context, pdf_dict_get(context, resources, PDF_NAME(Properties)), layer);
     pdf_obj* const expression = pdf_dict_gets(context, named, "VE");
     if (!pdf_is_array(context, expression) || pdf_array_len(context, expression) < 2)
-        return __real_pdf_is_ocg_hidden(context, document, resources, usage, layer);
+        return PELGRA_OVERRIDDEN(pdf_is_ocg_hidden)(context, document, resources, usage, layer);
     Evaluation evaluation = {context, document, resources, usage, 0};
     return isShown(&evaluation, expression, 0) ? 0 : 1;
 }

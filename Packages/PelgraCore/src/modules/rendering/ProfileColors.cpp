@@ -1,5 +1,6 @@
 #include "ProfileColors.h"
 
+#include "Override.h"
 #include "pixels/GrayPixels.h"
 #include "WorkAccount.h"
 
@@ -14,11 +15,10 @@
 
 #include <mupdf/pdf.h>
 
-/// The linker puts this function (--wrap) between those who want a colour space and the library's own.
-extern "C" {
-fz_colorspace* __real_pdf_load_colorspace(fz_context* context, pdf_obj* object);
-fz_colorspace* __wrap_pdf_load_colorspace(fz_context* context, pdf_obj* object);
-}
+/// Debian builds MuPDF without colour management, which leaves profiles unread. This function stands between those who
+/// want a colour space and the library's own, and gives one with a profile a name by which its conversion is found.
+/// Made for MuPDF 1.21 and 1.25, which look for the base of a space in their store before they make it.
+PELGRA_DECLARE_OVERRIDE(pdf_load_colorspace, decltype(pdf_load_colorspace))
 
 namespace Pelgra::Rendering {
 
@@ -192,7 +192,7 @@ public:
                 for (int index = 0; index < colors; ++index)
                     *to++ = alpha == 0 ? 0
                                        : static_cast<unsigned char>(
-                                           std::min(255U, (in[x * m_from.n + index] * 255U + alpha / 2) / alpha));
+                                             std::min(255U, (in[x * m_from.n + index] * 255U + alpha / 2) / alpha));
             }
             straight = m_straight.data();
         }
@@ -267,7 +267,7 @@ try {
 
 } // namespace Pelgra::Rendering
 
-fz_colorspace* __wrap_pdf_load_colorspace(fz_context* context, pdf_obj* object)
+fz_colorspace* PELGRA_OVERRIDE(pdf_load_colorspace)(fz_context* context, pdf_obj* object)
 {
     using namespace Pelgra::Rendering;
     pdf_obj* const profiled = profiledBase(context, object);
@@ -278,7 +278,7 @@ fz_colorspace* __wrap_pdf_load_colorspace(fz_context* context, pdf_obj* object)
     fz_var(space);
     fz_try(context)
     {
-        space = __real_pdf_load_colorspace(context, object);
+        space = PELGRA_OVERRIDDEN(pdf_load_colorspace)(context, object);
     }
     fz_always(context)
     {

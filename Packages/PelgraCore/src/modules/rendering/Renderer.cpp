@@ -1,5 +1,6 @@
 #include "Renderer.h"
 
+#include "MuPDFVersion.h"
 #include "ProfileColors.h"
 #include "RunPart.h"
 #include "TextPieces.h"
@@ -110,7 +111,7 @@ bool drawArea(fz_context* context, pdf_page* page, fz_matrix toPixels, fz_irect 
     fz_catch(context)
     {
         // Layers left open at the end of a faulty page; what was drawn stands.
-        return isDrawn && fz_caught(context) != FZ_ERROR_MEMORY;
+        return isDrawn && !isOutOfMemory(context);
     }
     return isDrawn;
 }

@@ -1,5 +1,7 @@
 #include "RunPart.h"
 
+#include "MuPDFVersion.h"
+
 namespace Pelgra::Rendering {
 
 bool runPart(fz_context* context, RunPage run, pdf_page* page, fz_device* device, fz_matrix matrix,
@@ -13,7 +15,7 @@ bool runPart(fz_context* context, RunPage run, pdf_page* page, fz_device* device
     }
     fz_catch(context)
     {
-        hadMemory = fz_caught(context) != FZ_ERROR_MEMORY;
+        hadMemory = !isOutOfMemory(context);
     }
     return hadMemory;
 }

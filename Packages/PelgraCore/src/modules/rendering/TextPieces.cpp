@@ -1,5 +1,6 @@
 #include "TextPieces.h"
 
+#include "MuPDFVersion.h"
 #include "RunPart.h"
 
 #include <cmath>
@@ -25,7 +26,7 @@ fz_stext_page* tryReadText(fz_context* context, pdf_page* page, fz_cookie* cooki
     {
         // Without the library's own clipping, which measures every glyph.
         fz_stext_options options{};
-        text = fz_new_stext_page(context, pdf_bound_page(context, page));
+        text = fz_new_stext_page(context, boundsOf(context, page));
         device = fz_new_stext_device(context, text, &options);
         if (runPart(context, pdf_run_page_contents, page, device, fz_identity, cookie)
             && runPart(context, pdf_run_page_annots, page, device, fz_identity, cookie))
