@@ -5,9 +5,12 @@
 #include "Support/PDFSamples.h"
 #include "Support/TemporaryFolder.h"
 
+#include <QProcess>
+#include <QStandardPaths>
 #include <QTest>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 using namespace Pelgra;
@@ -37,6 +40,8 @@ private slots:
     void drawsBandsLikeTheWholePage();
     void enlargesPicturesSmoothly_data();
     void enlargesPicturesSmoothly();
+    void paintsPicturesAsTheLibraryDoes_data();
+    void paintsPicturesAsTheLibraryDoes();
     void capsTheLongerSide();
 };
 
@@ -325,6 +330,56 @@ void PDFRenderingTest::enlargesPicturesSmoothly()
             }
         }
     }
+}
+
+void PDFRenderingTest::paintsPicturesAsTheLibraryDoes_data()
+{
+    QTest::addColumn<int>("components");
+    QTest::addColumn<QString>("placing");
+    for (const int components : {1, 3}) {
+        QTest::addRow("%d, upright", components) << components << "173.3 0 0 211.7 10.4 -20.6 cm";
+        QTest::addRow("%d, mirrored", components) << components << "-173.3 0 0 211.7 190 5 cm";
+        QTest::addRow("%d, by a quarter", components) << components << "0 173.3 -211.7 0 205.2 7.5 cm";
+        QTest::addRow("%d, by three quarters", components) << components << "0 -173.3 211.7 0 0.3 199.9 cm";
+        QTest::addRow("%d, aslant", components) << components << "120 60 -60 120 70 10 cm";
+    }
+}
+
+/// The library's own program draws with the library as it is, without what the module puts before its functions.
+void PDFRenderingTest::paintsPicturesAsTheLibraryDoes()
+{
+    QFETCH(int, components);
+    QFETCH(QString, placing);
+    const QString program = QStandardPaths::findExecutable("mutool");
+    if (program.isEmpty())
+        QSKIP("mutool is not installed; see packages/test.txt");
+    constexpr int columns = 67, rows = 43;
+    std::string samples;
+    for (int index = 0; index < columns * rows * components; ++index)
+        samples += static_cast<char>(index * index % 251);
+    PDFBuilder builder;
+    const int picture = builder.addStream(
+        samples,
+        "/Subtype /Image /Width 67 /Height 43 /BitsPerComponent 8 /Interpolate true /ColorSpace /Device"
+            + std::string(components == 1 ? "Gray" : "RGB"));
+    SamplePage page;
+    page.mediaBox = "[0 0 200 200]";
+    page.contents = placing.toStdString() + " /Picture Do";
+    page.resources = "/XObject << /Picture " + reference(picture) + " >>";
+    builder.addPage(page);
+    const auto image = open(builder.build())->render(0, 1);
+    QVERIFY(image);
+
+    QProcess mutool;
+    mutool.start(program,
+                 {"draw", "-q", "-r", "72", "-c", "rgb", "-F", "pnm", "-o", "-",
+                  QString::fromStdString((m_folder / "document.pdf").string()), "1"});
+    QVERIFY(mutool.waitForFinished());
+    const QByteArray drawn = mutool.readAllStandardOutput();
+    const QByteArray header = "P6\n200 200\n255\n";
+    QCOMPARE(drawn.left(header.size()), header);
+    QCOMPARE(drawn.size() - header.size(), qsizetype(image->pixels.size()));
+    QVERIFY(std::memcmp(drawn.constData() + header.size(), image->pixels.data(), image->pixels.size()) == 0);
 }
 
 void PDFRenderingTest::capsTheLongerSide()

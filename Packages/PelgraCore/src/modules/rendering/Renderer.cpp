@@ -1,7 +1,7 @@
 #include "Renderer.h"
 
 #include "MuPDFVersion.h"
-#include "ProfileColors.h"
+#include "overrides/ProfileColors.h"
 #include "RunPart.h"
 #include "TextPieces.h"
 

@@ -1,4 +1,4 @@
-#include "MuPDFVersion.h"
+#include "modules/rendering/MuPDFVersion.h"
 #include "Override.h"
 #include "ProfileColors.h"
 

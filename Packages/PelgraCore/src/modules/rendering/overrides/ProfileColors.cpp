@@ -1,8 +1,8 @@
 #include "ProfileColors.h"
 
+#include "modules/rendering/WorkAccount.h"
 #include "Override.h"
 #include "pixels/GrayPixels.h"
-#include "WorkAccount.h"
 
 #include <array>
 #include <cstdio>

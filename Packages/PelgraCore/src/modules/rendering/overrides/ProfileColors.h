@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ProfileConversion.h"
+#include "modules/rendering/ProfileConversion.h"
 
 #include <mupdf/fitz.h>
 

@@ -1,5 +1,5 @@
+#include "modules/rendering/WorkAccount.h"
 #include "Override.h"
-#include "WorkAccount.h"
 
 #include <cstdint>
 
