@@ -42,7 +42,8 @@ public:
                 m_bytes.insert(m_bytes.end(), value.begin(), value.end());
                 continue;
             }
-            value.resize(value.size() + value.size() % 2);
+            if (value.size() % 2 != 0)
+                value.push_back(std::byte{0});
             append32(static_cast<std::uint32_t>(valueOffset));
             valueOffset += value.size();
             values.insert(values.end(), value.begin(), value.end());
