@@ -14,7 +14,7 @@ Interruption::Interruption()
 {
     sigemptyset(&m_watched);
     for (int number : {SIGINT, SIGTERM, SIGHUP}) {
-        struct sigaction action { };
+        struct sigaction action{};
         // A blocked signal is delivered to a signalfd even where it was to be ignored (nohup, a background job).
         if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
             sigaddset(&m_watched, number);

@@ -94,7 +94,7 @@ QByteArray canonicalAddress(const std::filesystem::path& file)
 
 QImage sharedThumbnail(const std::filesystem::path& file)
 {
-    struct stat status { };
+    struct stat status{};
     if (::stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
         return {};
     const QByteArray address = canonicalAddress(file);

@@ -106,7 +106,7 @@ void measure(const QString& file)
     const double before = residentMegabytes();
     QElapsedTimer clock;
     clock.start();
-    ToolWindowController::present(FileTool::organizePDF, {file.toStdString()}, [](const auto&) {});
+    ToolWindowController::present(FileTool::organizePDF, {file.toStdString()}, [](const auto&) { });
     ToolWindowController& controller = *ToolWindowController::openControllers().front();
     auto& grid = *controller.window().findChild<PageGrid*>();
     complete(grid);

@@ -31,14 +31,14 @@ bool isSet(const char* name)
 /// Whether the descriptor is an output: a regular file opened for writing.
 bool isOutput(int descriptor)
 {
-    struct stat status { };
+    struct stat status{};
     return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)
         && (fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
 }
 
 bool isFolder(int descriptor)
 {
-    struct stat status { };
+    struct stat status{};
     return fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
 }
 

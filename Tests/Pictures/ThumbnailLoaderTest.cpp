@@ -130,7 +130,7 @@ private:
 
     qint64 modified() const
     {
-        struct stat status { };
+        struct stat status{};
         ::stat(m_file.c_str(), &status);
         return status.st_mtim.tv_sec;
     }

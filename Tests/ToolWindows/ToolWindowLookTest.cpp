@@ -32,7 +32,7 @@ private:
 
     ToolWindow& open(FileTool tool, const ToolWindowController::Files& files)
     {
-        ToolWindowController::present(tool, files, [](const auto&) {});
+        ToolWindowController::present(tool, files, [](const auto&) { });
         ToolWindow& window = ToolWindowController::openControllers().back()->window();
         [&] {
             QVERIFY(QTest::qWaitForWindowExposed(&window));

@@ -388,9 +388,7 @@ private Q_SLOTS:
         QVERIFY(failureOf([&] { Engine::splitPDF(zero); }) == noPages);
         QVERIFY(failureOf([&] { organised(file, {}); }) == noPages);
         for (const int index : {5, -1})
-            QVERIFY(failureOf([&] {
-                        organised(file, edits({0, index}));
-                    })
+            QVERIFY(failureOf([&] { organised(file, edits({0, index})); })
                     == EngineError::Cause(EngineError::PageOutOfRange{index}));
         QCOMPARE(folder.names(), (std::vector<std::string>{"a.pdf", "broken.pdf", "zero.pdf"}));
     }

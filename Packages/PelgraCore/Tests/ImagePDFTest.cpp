@@ -19,7 +19,7 @@ namespace {
 
 /// Options of which one is set.
 template <typename Options, typename Value>
-Options with(Value Options::*member, std::type_identity_t<Value> value)
+Options with(Value Options::* member, std::type_identity_t<Value> value)
 {
     Options options;
     options.*member = std::move(value);

@@ -26,7 +26,7 @@ DistinctImages distinctImages(std::span<const std::filesystem::path> images)
     DistinctImages result;
     std::map<std::pair<dev_t, ino_t>, std::size_t> known;
     for (const auto& image : images) {
-        struct stat status { };
+        struct stat status{};
         std::size_t index = result.files.size();
         if (stat(image.c_str(), &status) == 0)
             index = known.emplace(std::pair(status.st_dev, status.st_ino), index).first->second;

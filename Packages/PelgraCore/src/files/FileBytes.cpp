@@ -24,7 +24,7 @@ int openRegularFile(const std::filesystem::path& file)
     const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0)
         return -1;
-    struct stat status { };
+    struct stat status{};
     if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
         close(descriptor);
         return -1;
@@ -35,7 +35,7 @@ int openRegularFile(const std::filesystem::path& file)
 Bytes readFile(const std::filesystem::path& file)
 {
     const UniqueDescriptor descriptor(openRegularFile(file));
-    struct stat status { };
+    struct stat status{};
     if (!descriptor || fstat(descriptor.get(), &status) != 0 || status.st_size <= 0 || status.st_size > fileSizeLimit)
         throw EngineError::unreadable(file);
 

@@ -30,7 +30,7 @@ bool isHiddenName(const std::string& name)
 bool isLeftBehind(const std::filesystem::path& path)
 {
     const UniqueDescriptor entry(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    struct stat status { };
+    struct stat status{};
     return entry && fstat(entry.get(), &status) == 0 && (S_ISDIR(status.st_mode) || S_ISREG(status.st_mode))
         && status.st_uid == geteuid() && std::time(nullptr) - status.st_mtime > youngest
         && flock(entry.get(), LOCK_EX | LOCK_NB) == 0;

@@ -12,7 +12,7 @@ namespace {
 /// Whether the folder has an entry of this name. lstat, so that a dangling link counts.
 bool isTaken(const std::filesystem::path& path)
 {
-    struct stat status { };
+    struct stat status{};
     return lstat(path.c_str(), &status) == 0;
 }
 

@@ -42,7 +42,7 @@ void limitSelf()
 
 Bytes readInput()
 {
-    struct stat status { };
+    struct stat status{};
     if (fstat(STDIN_FILENO, &status) != 0 || status.st_size <= 0)
         throw std::runtime_error("no input");
     Bytes bytes(static_cast<std::size_t>(status.st_size));

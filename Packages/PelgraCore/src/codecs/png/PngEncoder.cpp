@@ -219,7 +219,7 @@ void PngWriter::writeWhole(PngFilterChoice choice)
     const std::size_t rowBytes = m_form.rowBytes() + 1;
     PixelBuffer all;
     all.resize(rowBytes * static_cast<std::size_t>(m_form.height));
-    OrderedJobs<int> jobs(m_properties.threads, [](int) {});
+    OrderedJobs<int> jobs(m_properties.threads, [](int) { });
     for (int y = 0; y < m_form.height; y += m_stripeRows) {
         const std::shared_ptr<const RowStripe> stripe = stripeAt(y, nullptr);
         const auto place = std::span(all).subspan(rowBytes * static_cast<std::size_t>(y),

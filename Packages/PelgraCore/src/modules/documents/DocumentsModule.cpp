@@ -176,7 +176,7 @@ public:
         Assembly assembly(Assembly::Kind::part);
         reading(m_source.file(), [&] {
             Input& input = assembly.addInput(m_source);
-            assembly.addPages(input, {{static_cast<std::size_t>(pageIndex), {}, 1}}, [] {});
+            assembly.addPages(input, {{static_cast<std::size_t>(pageIndex), {}, 1}}, [] { });
             assembly.finish();
         });
         assembly.write(sink, {});

@@ -222,7 +222,7 @@ int MuPDFDocument::readFromFile(fz_stream* stream)
 void MuPDFDocument::seekInFile(fz_stream* stream, std::int64_t offset, int whence)
 {
     if (whence == SEEK_END) {
-        struct stat status { };
+        struct stat status{};
         offset += fstat(m_file.get(), &status) == 0 ? status.st_size : 0;
     }
     offset = std::max<std::int64_t>(offset, 0);
