@@ -22,22 +22,33 @@ void tellEventLoop(int)
     [[maybe_unused]] const ssize_t ignored = write(signalPipe[1], &wake, 1);
 }
 
+void install(int flags)
+{
+    struct sigaction action = {};
+    action.sa_handler = tellEventLoop;
+    action.sa_flags = SA_RESTART | flags;
+    for (const int number : {SIGTERM, SIGINT, SIGHUP})
+        sigaction(number, &action, nullptr);
+}
+
 } // namespace
+
+void catchTerminationSignals()
+{
+    if (signalPipe[0] < 0 && pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) == 0)
+        install(static_cast<int>(SA_RESETHAND));
+}
 
 void onTerminationSignal(QObject* context, std::function<void()> handler)
 {
-    if (signalPipe[0] >= 0 || pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
+    if (signalPipe[0] < 0)
         return;
     auto* const notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, context);
     QObject::connect(notifier, &QSocketNotifier::activated, context, [notifier, handler = std::move(handler)] {
         notifier->setEnabled(false);
         handler();
     });
-    struct sigaction action = {};
-    action.sa_handler = tellEventLoop;
-    action.sa_flags = SA_RESTART;
-    for (const int number : {SIGTERM, SIGINT, SIGHUP})
-        sigaction(number, &action, nullptr);
+    install(0);
 }
 
 } // namespace Pelgra

@@ -32,6 +32,7 @@ void nameApplication()
 int main(int argumentCount, char** argumentVector)
 {
     using namespace Pelgra;
+    catchTerminationSignals();
     // The toolkit's own copy of the words has lost what is no text.
     const std::vector<std::string> words(argumentVector + (argumentCount > 0 ? 1 : 0), argumentVector + argumentCount);
     LaunchArguments arguments;
