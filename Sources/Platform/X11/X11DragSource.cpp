@@ -20,8 +20,9 @@ constexpr std::uint32_t escapeSymbol = 0xff1b;
 constexpr std::uint8_t eventTypeMask = 0x7f;
 constexpr unsigned modifierMask = 0xff;
 
-/// A drop may arrive this much later than the sample that saw the button released.
-constexpr auto graceForDrops = 350ms;
+/// A drop may arrive this much later than the sample that saw the button released: a busy source, or one on a busy
+/// machine, acts on the release late. A cancelled drag drops nothing however late, and the next one ends this time.
+constexpr auto graceForDrops = 10s;
 
 } // namespace
 
