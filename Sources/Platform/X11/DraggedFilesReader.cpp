@@ -86,14 +86,14 @@ void DraggedFilesReader::evaluate()
     if (m_stage == Stage::targets) {
         m_knowsNoFiles = offersNoFiles(request->data());
         if (m_knowsNoFiles)
-            rest(pauseBetweenRounds);
+            restWithoutFiles();
         else
             tryNext();
         return;
     }
     m_files = filesOfUriList(request->data());
     if (m_files.empty())
-        rest(pauseBetweenRounds); // addresses of the web, say
+        restWithoutFiles(); // addresses of the web, say
     else
         m_stage = Stage::known;
 }
@@ -153,6 +153,12 @@ void DraggedFilesReader::tryNextTime()
         ask(Stage::everyTime, m_connection.atoms().uriList, m_begin + m_timesTried++, m_connection.root());
     else
         rest(pauseBetweenRounds);
+}
+
+void DraggedFilesReader::restWithoutFiles()
+{
+    qCDebug(dragLog, "The drag holds no files");
+    rest(pauseBetweenRounds);
 }
 
 void DraggedFilesReader::rest(std::chrono::milliseconds duration)

@@ -47,6 +47,7 @@ private:
     /// False when none is left.
     bool tryNextMotionTime();
     void tryNextTime();
+    void restWithoutFiles();
     void rest(std::chrono::milliseconds duration);
     bool offersNoFiles(const std::string& targets) const;
     std::vector<xcb_timestamp_t> motionTimes() const; ///< of the pointer since the drag began, newest last
