@@ -284,7 +284,10 @@ void AppDelegate::highlightLater(int petal)
     QTimer::singleShot(highlightDelayMilliseconds, this, [this, petal] {
         WheelView* const view = m_wheel.panel()->wheelView();
         const int count = static_cast<int>(view->content().petals.size());
-        view->setHighlightedIndex(petal >= 0 && petal < count ? std::optional(petal) : std::nullopt);
+        const bool isThere = petal >= 0 && petal < count;
+        if (!isThere)
+            qCWarning(wheelLog, "PelgraDebugHighlight: there is no petal %d", petal);
+        view->setHighlightedIndex(isThere ? std::optional(petal) : std::nullopt);
     });
 }
 
