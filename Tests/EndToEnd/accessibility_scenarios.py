@@ -19,7 +19,7 @@ MOST_CONTROLS = 40
 
 
 def start_reader(desktop):
-    desktop.run(READER, [GTK_PYTHON, HERE / "screen_reader.py"]).wait_for('"ready"', timeout=30)
+    desktop.run(READER, [GTK_PYTHON, HERE / "screen_reader.py"]).wait_for('"ready"')
 
 
 class Reader:

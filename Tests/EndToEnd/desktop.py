@@ -1,8 +1,11 @@
 """A desktop of its own for end-to-end tests: X server, window manager, session bus, the application, drag sources."""
+import ctypes
 import os
 import pathlib
+import re
 import shutil
 import signal
+import socket
 import subprocess
 import sys
 import tempfile
@@ -14,22 +17,34 @@ HERE = pathlib.Path(__file__).resolve().parent
 WHEEL_SIDE = 300  # at a scale of 1
 WHEEL_SIDES = (WHEEL_SIDE, WHEEL_SIDE * 3 // 2, WHEEL_SIDE * 2)
 GTK_PYTHON = "/usr/bin/python3"  # the one that Debian's python3-gi belongs to
+# How long to wait for what is to come: only a test that fails ever waits so long, however busy the machine.
+PATIENCE = 60.0
+PRECISE = 0.1  # for this long what is waited for is seen to the millisecond; then the machine is left to others
+DIE_WITH_PARENT = 1  # prctl's PR_SET_PDEATHSIG
+
+libc = ctypes.CDLL(None)
 
 
 class Failure(Exception):
     pass
 
 
-def wait_for(test, what, timeout=10.0):
+def wait_for(test, what, timeout=PATIENCE):
     """The first true answer of test(); Failure when there is none in time."""
-    end = time.monotonic() + timeout
+    begin = time.monotonic()
     while True:
         answer = test()
         if answer:
             return answer
-        if time.monotonic() > end:
+        waited = time.monotonic() - begin
+        if waited > timeout:
             raise Failure(f"waited {timeout} s for {what}")
-        time.sleep(0.001)
+        time.sleep(0.001 if waited < PRECISE else 0.01)
+
+
+def die_with_parent():
+    """A test that is killed leaves no process behind."""
+    libc.prctl(DIE_WITH_PARENT, signal.SIGKILL)
 
 
 class Process:
@@ -37,12 +52,13 @@ class Process:
 
     def __init__(self, name, command, folder, environment, pass_fds=()):
         self.name = name
-        self.log = folder / f"{name}.log"
-        self.log.touch()
+        handle, log = tempfile.mkstemp(prefix=f"{name} ", suffix=".log", dir=folder)  # another of this name has its own
+        os.close(handle)
+        self.log = pathlib.Path(log)
         with open(self.log, "ab") as output:
             self.child = subprocess.Popen([str(part) for part in command], stdin=subprocess.DEVNULL, stdout=output,
                                           stderr=output, env=environment, cwd=folder, start_new_session=True,
-                                          pass_fds=pass_fds)
+                                          pass_fds=pass_fds, preexec_fn=die_with_parent)
 
     @property
     def pid(self):
@@ -54,12 +70,14 @@ class Process:
     def mark(self):
         return len(self.text())
 
-    def wait_for(self, message, since=0, timeout=10.0):
+    def wait_for(self, message, since=0, timeout=PATIENCE):
         """Waits for a line that holds the message; the line."""
         def line():
-            if self.child.poll() is not None:
+            has_ended = self.child.poll() is not None
+            found = next((l for l in self.text()[since:].splitlines() if message in l), None)
+            if has_ended and not found:
                 raise Failure(f"{self.name} ended with {self.child.returncode} while it should say “{message}”")
-            return next((l for l in self.text()[since:].splitlines() if message in l), None)
+            return found
         return wait_for(line, f"“{message}” of {self.name}", timeout)
 
     def says(self, message, since=0):
@@ -73,6 +91,24 @@ class Process:
         """Finer than the clock ticks of processor_seconds()."""
         tasks = pathlib.Path(f"/proc/{self.pid}/task").iterdir()
         return sum(int((task / "schedstat").read_text().split()[0]) for task in tasks)
+
+    def catches(self, number):
+        """Whether the process has a handler for the signal by now."""
+        caught = re.search(r"^SigCgt:\s*(\w+)", pathlib.Path(f"/proc/{self.pid}/status").read_text(), re.MULTILINE)
+        return bool(caught and int(caught[1], 16) >> (number - 1) & 1)
+
+    def ask_to_end(self):
+        """Ends it as the session does; its exit status."""
+        wait_for(lambda: self.child.poll() is not None or self.catches(signal.SIGTERM), f"{self.name} to heed signals")
+        self.child.send_signal(signal.SIGTERM)
+        return self.status()
+
+    def status(self):
+        """Waits for the end; the exit status."""
+        try:
+            return self.child.wait(PATIENCE)
+        except subprocess.TimeoutExpired:
+            raise Failure(f"{self.name} does not end") from None
 
     def stop(self):
         for number in (signal.SIGTERM, signal.SIGKILL):
@@ -101,6 +137,7 @@ class Desktop:
         self.extra = environment or {}
         self.application_environment = {}
         self.processes = []
+        self.pressed = (0.0, (0, 0))  # when and where the button last went down for a drag
 
     def __enter__(self):
         try:
@@ -134,12 +171,17 @@ class Desktop:
         self.start_server()
         self.run("bus", ["dbus-daemon", "--session", "--nofork", f"--address=unix:path={self.folder}/run/bus"])
         self.run("openbox", ["openbox"])
-        wait_for(lambda: (self.folder / "run/bus").exists(), "the session bus")
+        wait_for(self.bus_answers, "the session bus")
         wait_for(lambda: self.display.has_property(self.display.root, "_NET_SUPPORTING_WM_CHECK"), "the window manager")
         if self.compositor:
             self.run("picom", ["picom", "--config", "/dev/null", "--backend", "xrender"])
             wait_for(lambda: self.display.selection_owner("_NET_WM_CM_S0"), "the compositing manager")
         return self
+
+    def bus_answers(self):
+        """The socket has its name a moment before anybody listens there."""
+        with socket.socket(socket.AF_UNIX) as connection:
+            return connection.connect_ex(str(self.folder / "run/bus")) == 0
 
     def start_server(self):
         reading, writing = os.pipe()
@@ -185,20 +227,22 @@ class Desktop:
         command += ["--type", type, "--data", data, "--actions", actions, "--delay", delay, "--title", title]
         command += [] if hang_after is None else ["--hang-after", hang_after]
         source = self.run(kind, command)
-        source.window = wait_for(lambda: self.display.named(title), f"the window of {kind}", 20)
-        x, y = self.display.position(source.window)
-        attributes = self.display.attributes(source.window)
-        source.point = (x + attributes.width // 2, y + attributes.height // 2)
+        source.wait_for("shown")
+        source.window = wait_for(lambda: self.display.named(title), f"the window of {kind}")
+        source.grip = None  # its middle
         return source
 
     def wheel(self):
         """The wheel's window while it is visible, else None."""
-        found = self.display.visible(lambda window, a: a.override_redirect and a.width == a.height in WHEEL_SIDES)
+        found = self.display.unmanaged_of(lambda width, height: width == height and width in WHEEL_SIDES)
         return found[0] if found else None
 
-    def print_logs(self):
-        for process in self.processes:
-            print(f"---- {process.name}\n{process.text()[-3000:]}", file=sys.stderr)
+    def print_logs(self, processes=None, most=4000):
+        """What the processes said last, the application's own words whole."""
+        for process in self.processes if processes is None else processes:
+            text = process.text()
+            print(f"---- {process.name}\n{text if process is getattr(self, 'app', None) else text[-most:]}", file=sys.stderr)
+        sys.stderr.flush()
 
     def stop(self):
         if hasattr(self, "display"):

@@ -58,16 +58,14 @@ for monitor in MONITORS:
             expect_inside("the wheel", frame, name, 0)
             scene.release()
             scene.expect_end()
-            scene.since = scene.app.mark()
-            scene.pick_up()
-            scene.app.wait_for("Drag session started", scene.since)
+            scene.drag_again()
     wheel_stays.__name__ = f"wheel_stays_on_the_{monitor}_monitor"
     scenario(wheel_stays)
 
     def drops_meet(scene, name=monitor):
         # One petal after the other; the panel follows where the drop was.
         scale = MONITORS[name][1]
-        seen = set()
+        seen = set(scenarios.panels(scene, scale))
         scene.begin_drag("gtk3", address(scene.picture()))
         for index, petal in enumerate(("JPG", "HEIC", "TIFF", "BMP", "PDF")):
             scene.glide(corners(name)[index % 4])
@@ -79,9 +77,7 @@ for monitor in MONITORS:
             expect_inside("the panel", frame_of(scene.display, panel), name, PANEL_MARGIN * scale)
             seen.add(panel)
             scene.expect_end()
-            scene.since = scene.app.mark()
-            scene.pick_up()
-            scene.app.wait_for("Drag session started", scene.since)
+            scene.drag_again()
     drops_meet.__name__ = f"drops_meet_their_petals_on_the_{monitor}_monitor"
     scenario(drops_meet)
 

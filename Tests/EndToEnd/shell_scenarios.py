@@ -5,7 +5,6 @@ Usage: shell_scenarios.py APPLICATION SOURCE-FOLDER [--only REGEX]
 """
 import argparse
 import re
-import signal
 import sys
 import time
 
@@ -48,7 +47,7 @@ class Session:
     def hand_over(self, *arguments):
         """Starts the application once more, which must end well, without a word, while the first goes on."""
         process = self.launch(*arguments, waits=False)
-        status = process.child.wait(10)
+        status = process.status()
         if status or LAUNCHED in process.text():
             raise Failure(f"the second start ended with {status}: {process.text()}")
 
@@ -81,8 +80,7 @@ class Session:
     def close(self):
         self.display.release_all()
         for process in self.started:
-            process.child.send_signal(signal.SIGTERM)
-            status = process.child.wait(10)
+            status = process.ask_to_end()
             if status:
                 raise Failure(f"{process.name} ended with {status} when asked to end")
             self.desktop.end(process)
@@ -112,7 +110,7 @@ def settings_quit_where_no_tray_does(session):
     press(session, "Tab")  # from the first control back to the last
     session.display.key("Shift_L", False)
     press(session, "space")
-    if first.child.wait(10):
+    if first.status():
         raise Failure(f"it ended with {first.child.returncode}")
     session.started.remove(first)
 
@@ -156,7 +154,7 @@ def wheel_alone_ends_with_its_work(session):
     process.wait_for("Wheel shown: convert, 1 file(s)")
     session.click_petal(0, 5)
     wait_for((session.folder / "photo.jpg").exists, "the picture")
-    if process.child.wait(20):
+    if process.status():
         raise Failure(f"it ended with {process.child.returncode}")
     session.started.remove(process)
 
@@ -172,8 +170,7 @@ def ending_with_the_session_leaves_nothing_unfinished(session):
         session.display.key(key, False)
     process.wait_for("Job started: paper.jpg")
     wait_for(lambda: list(session.folder.glob(".*/*.jpg")), "the first page")
-    process.child.send_signal(signal.SIGTERM)
-    if process.child.wait(10) or list(session.folder.iterdir()) != [paper]:
+    if process.ask_to_end() or list(session.folder.iterdir()) != [paper]:
         raise Failure(f"ended with {process.child.returncode} and left {list(session.folder.iterdir())}")
     session.started.remove(process)
 
@@ -181,36 +178,33 @@ def ending_with_the_session_leaves_nothing_unfinished(session):
 @scenario
 def debugged_wheel_and_its_highlight(session):
     files = f"{session.picture('a.png')}::{session.picture('b.png')}"
-    for kind, shown, highlight in (("tools", "tools", "0"), ("Tools", "convert", "99"), ("Tools", "convert", "1")):
-        process = session.launch("-PelgraDebugWheel", files, "-PelgraDebugKind", kind, "-PelgraDebugHighlight", highlight)
-        process.wait_for(f"Wheel shown: {shown}, 2 file(s)")
-        window = session.wheel()
-        x, y = session.display.position(window)
-        if abs(x + 150 - 640) > 1 or abs(y + 150 - 400) > 1:
-            raise Failure(f"the wheel stands at {x}, {y}, not in the middle of the screen")
-        expect_highlight(session, window, shown, highlight != "99")
-        process.stop()
-        session.started.remove(process)
+    for kind, shown, petal, count in (("tools", "tools", 0, 1), ("Tools", "convert", 1, 4)):
+        plain = debugged_wheel(session, files, kind, 99, shown, petal, count, lambda colours: any(colours))
+        debugged_wheel(session, files, kind, petal, shown, petal, count, lambda colours: any(colours) and differ(colours, plain))
 
 
-def expect_highlight(session, window, kind, wanted):
-    """Compares the named petal with its neighbour, or with itself before; a highlight has a colour of its own."""
-    scene = scenarios.Scene(session.desktop, f"{session.name} {kind} {wanted}")
-    scene.window = window
-    count, index = (1, 0) if kind == "tools" else (4, 1)
-    x, y = session.display.position(window)
-    left, top = scene.petal(index, count)
-    inside = [(int(left - x), int(top - y) + 26)]
-    before = wait_for(lambda: any(scene.channels(inside)) and scene.channels(inside), "the wheel's painting")
+def debugged_wheel(session, files, kind, highlight, shown, petal, count, test):
+    """Shows the wheel with a highlight, and waits for the colours of a petal to pass the test; the colours."""
+    process = session.launch("-PelgraDebugWheel", files, "-PelgraDebugKind", kind, "-PelgraDebugHighlight", str(highlight))
+    process.wait_for(f"Wheel shown: {shown}, 2 file(s)")
+    scene = scenarios.Scene(session.desktop, f"{session.name} {shown} {highlight}")
+    scene.window = session.wheel()
+    x, y = session.display.position(scene.window)
+    if abs(x + 150 - 640) > 1 or abs(y + 150 - 400) > 1:
+        raise Failure(f"the wheel stands at {x}, {y}, not in the middle of the screen")
+    left, top = scene.petal(petal, count)
+    inside = [(int(left - x), int(top - y) + 26)]  # clear of the label
+    if highlight >= count:
+        process.wait_for(f"there is no petal {highlight}")
+    wait_for(lambda: test(scene.channels(inside)), f"petal {petal} with {highlight} highlighted")
+    colours = scene.channels(inside)
+    process.stop()
+    session.started.remove(process)
+    return colours
 
-    def differs():
-        return max(abs(a - b) for a, b in zip(scene.channels(inside), before)) > 8
-    if wanted:
-        wait_for(differs, "the highlight")
-        return
-    time.sleep(1)  # more than it takes where it comes
-    if differs():
-        raise Failure("a petal is highlighted that does not exist")
+
+def differ(colours, others):
+    return max(abs(a - b) for a, b in zip(colours, others)) > 8
 
 
 @scenario
@@ -265,8 +259,20 @@ def host_of_automated_tests_starts_nothing(session):
     other = session.launch()  # no name on the bus is taken, so this one is the first
     tray.wait_for_item()
     tray.stop()
-    if process.text() or process.child.poll() is not None or other.child.poll() is not None:
-        raise Failure(f"the host of tests said {process.text()!r}")
+    status = process.ask_to_end()  # which it heeds only once it has started all that it will
+    if status or process.text() or other.child.poll() is not None:
+        raise Failure(f"the host of tests ended with {status} and said {process.text()!r}")
+    session.started.remove(process)
+
+
+@scenario
+def asked_to_end_while_it_starts(session):
+    for _ in range(5):
+        process = session.launch(waits=False)
+        status = process.ask_to_end()
+        if status:
+            raise Failure(f"it ended with {status}")
+        session.started.remove(process)
 
 
 @scenario
@@ -280,7 +286,7 @@ def verbose_keeps_the_standard_error(session):
 @scenario
 def nonsense_is_refused(session):
     process = session.launch("--unknown", waits=False)
-    if process.child.wait(10) != 2 or not process.says("There is no option --unknown."):
+    if process.status() != 2 or not process.says("There is no option --unknown."):
         raise Failure(process.text())
     session.started.remove(process)
 
@@ -325,11 +331,10 @@ def settings_of_the_desktop_still_what_moves(session):
         wait_for(lambda: is_still(session), f"a panel that stands still since {key} is {less}")
         for value, stands_still in ((more, False), (less, True), (more, False)):
             change = settings_portal(session, "set", group, key, value)
-            if change.child.wait(10):
+            if change.status():
                 raise Failure(change.text())
             wait_for(lambda: is_still(session) == stands_still, f"the effect of {key} {value}")
-        process.child.send_signal(signal.SIGTERM)
-        if process.child.wait(10):
+        if process.ask_to_end():
             raise Failure(f"it ended with {process.child.returncode}")
         session.started.remove(process)
         session.desktop.end(portal)

@@ -66,14 +66,15 @@ class Story:
         debug = "Debug: Show wheel for sample file…"
         self.display.key("Alt_L", True)
         try:
-            wait_for(lambda: debug in self.item.labels(), "the debug line while Alt is held", 5)
+            wait_for(lambda: debug in self.item.labels(), "the debug line while Alt is held")
         finally:
             self.display.key("Alt_L", False)
-        wait_for(lambda: debug not in self.item.labels(), "the debug line to hide", 5)
+        wait_for(lambda: debug not in self.item.labels(), "the debug line to hide")
 
     def updates_are_explained(self):
         self.item.choose("Check for Updates…")
-        wait_for(lambda: self.display.named("Pelgra"), "the alert")
+        alert = wait_for(lambda: self.display.named("Pelgra"), "the alert")
+        wait_for(lambda: self.display.focus() == alert, "the focus of the alert")
         self.press("Return", gone="Pelgra")
 
     def open_settings(self):
@@ -115,7 +116,7 @@ class Story:
     def quit(self):
         self.item.choose("Quit Pelgra")
         self.tray.wait_for_end(self.item)
-        expect(self.app.child.wait(10), 0, "the exit status")
+        expect(self.app.status(), 0, "the exit status")
         left = [str(path.relative_to(self.home)) for path in self.home.rglob("*pelgra*") if path.is_file()]
         expect(left, [".config/pelgra/pelgra.ini"], "what stays in the home")
 
@@ -127,35 +128,17 @@ class Story:
         scene = scenarios.Scene(self.desktop, f"story {self.count}")
         for name, content in files:
             (scene.folder / name).write_bytes(content)
-        scene.source = self.desktop.run("thunar", ["thunar", scene.folder])
-        window = wait_for(lambda: self.display.named(scene.folder.name), "the file manager's window", 30)
-        wait_for(lambda: self.display.focus() != self.display.root, "a focused window")
-        x, y = self.display.position(window)
-        left, top = scenarios.FIRST_FILE["thunar"]
-        scene.source.point = (x + left, y + top)
-        started = f"started with {len(files)} file(s)"
-
-        def begun():
-            if len(files) > 1:
-                scene.release()
-                for key, down in (("Control_L", True), ("a", True), ("a", False), ("Control_L", False)):
-                    self.display.key(key, down)
-            since = self.app.mark()
-            scene.pick_up((1180, 650), begun=lambda: self.app.says("Drag session started", since), timeout=20)
-            if self.app.says(started, since):
-                return True
-            scene.release()  # the window was not ready for all of them
-            return False
-        wait_for(begun, f"a drag of {len(files)} files", 40)
+        scenarios.open_folder(scene, "thunar")
+        scenarios.drag_files(scene, len(files), (1180, 650))
         scene.open_wheel(self.keys[kind], kind)
-        scene.point_at(petal, count, stay=20)
+        scene.point_at(petal, count)
         scene.release()
         scene.expect_end()
         return scene
 
     def output(self, scene, name):
         path = scene.folder / name
-        wait_for(path.exists, name, 30)
+        wait_for(path.exists, name)
         scene.close()
         return path
 
@@ -213,7 +196,6 @@ class Story:
         for key in keys:
             self.display.key(key, True)
             self.display.key(key, False)
-            time.sleep(0.02)
         if gone:
             wait_for(lambda: not self.display.named(gone), f"“{gone}” to close")
 
@@ -226,7 +208,7 @@ class Story:
             settings.read(file)
             return settings.get("General", key, fallback=None)
         try:
-            wait_for(lambda: stored() == value, f"{key} {value}", 5)
+            wait_for(lambda: stored() == value, f"{key} {value}")
         except Failure:
             raise Failure(f"{key} is {stored()} where {value} should be") from None
 

@@ -68,6 +68,8 @@ class Window:
         if self.display.name(self.window) != title:
             raise Failure(f"the window is called “{self.display.name(self.window)}”")
         wait_for(self.is_painted, "the window's painting")
+        # A source lets go of keyboard and mouse only when it learns what came of its drop.
+        wait_for(self.display.is_input_free, "keyboard and mouse")
         self.x, self.y = self.display.position(self.window)
         attributes = self.display.attributes(self.window)
         self.width, self.height = attributes.width, attributes.height
@@ -94,8 +96,8 @@ class Window:
 
     def run(self):
         self.click(self.width - 24 - 40, self.height - FOOTER)
-        wait_for(lambda: self.window not in self.display.visible(lambda *_: True), "the window to close", 20)
-        wait_for(lambda: panels(self.scene), "the panel")
+        wait_for(lambda: not self.display.is_viewable(self.window), "the window to close")
+        self.scene.expect_panel()
 
 
 def is_white(window, x, y):
@@ -105,7 +107,7 @@ def is_white(window, x, y):
 @scenario
 def conversion_shows_its_panel(scene):
     scenarios.drop_on_first_petal(scene, "gtk3", [scene.picture()])
-    wait_for(lambda: panels(scene), "the panel")
+    scene.expect_panel()
     scene.app.wait_for("Job started: photo.jpg", scene.since)
     line = scene.app.wait_for("Job finished in", scene.since)
     if not re.search(r"Job finished in \d+\.\d\ds: photo\.jpg$", line):
@@ -120,7 +122,7 @@ def failed_conversion_tells_why(scene):
     broken.write_bytes(b"\x89PNG\r\n\x1a\nnothing more")
     scenarios.drop_on_first_petal(scene, "gtk3", [str(broken)])
     scene.app.wait_for("Job failed: broken.jpg: ", scene.since)
-    wait_for(lambda: panels(scene), "the panel")
+    scene.expect_panel()
     scene.expect_files("broken.png")
     wait_for(lambda: not panels(scene), "the panel to vanish")
 
@@ -178,11 +180,8 @@ def escape_closes_a_window_without_a_result(scene):
     window = Window(scene, "Merge PDFs")
     window.click(320, 560)
     wait_for(lambda: scene.display.focus() == window.window, "the focus in the window")
-    def is_closed_by_escape():
-        # Right after a drop another client may hold the keyboard for a moment.
-        scene.tap("Escape")
-        return scene.app.says("mergePDF window closed without a result", scene.since)
-    wait_for(is_closed_by_escape, "Escape to close the window")
+    scene.tap("Escape")
+    scene.app.wait_for("mergePDF window closed without a result", scene.since)
     scene.expect_files("a.pdf", "b.pdf")
 
 

@@ -54,6 +54,6 @@ class TrayItem:
 
 def expect_labels(item, labels):
     try:
-        wait_for(lambda: item.labels() == labels, "the menu", 5)
+        wait_for(lambda: item.labels() == labels, "the menu")
     except Failure:
         raise Failure(f"the menu says {item.labels()} where {labels} should be") from None

@@ -10,6 +10,7 @@
 #include <QWidget>
 
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -53,6 +54,12 @@ public:
     unsigned long delay = 0;
 
 protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        if (!std::exchange(m_isShown, true))
+            tell("shown");
+    }
+
     void mousePressEvent(QMouseEvent* event) override { m_press = event->pos(); }
 
     void mouseMoveEvent(QMouseEvent* event) override
@@ -71,6 +78,7 @@ protected:
 
 private:
     QPoint m_press;
+    bool m_isShown = false;
 };
 
 } // namespace

@@ -1,8 +1,11 @@
-"""What the sources written in Python share. They print "begin", "end ACTION" and, when told to, "delete"."""
+"""What the sources written in Python share. They print "shown" once their window is painted, "begin", "end ACTION" and,
+when told to, "delete".
+"""
 import argparse
 import time
 
 answered = 0
+is_shown = False
 
 
 def options():
@@ -32,6 +35,13 @@ def be_slow(chosen):
 
 def tell(line):
     print(line, flush=True)
+
+
+def tell_shown(*_):
+    global is_shown
+    if not is_shown:
+        tell("shown")
+    is_shown = True
 
 
 def tell_end(action, Gdk):

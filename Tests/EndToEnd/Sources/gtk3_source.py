@@ -31,4 +31,5 @@ box.connect("drag-end", lambda widget, context: common.tell_end(context.get_sele
 window.connect("destroy", Gtk.main_quit)
 window.move(40, 60)
 window.show_all()
+window.get_frame_clock().connect("after-paint", common.tell_shown)
 Gtk.main()

@@ -29,6 +29,7 @@ def show(application):
     source.connect("drag-end", ended)
     box.add_controller(source)
     window.set_child(box)
+    window.connect("map", lambda _: window.get_frame_clock().connect("after-paint", common.tell_shown))
     window.present()
 
 
