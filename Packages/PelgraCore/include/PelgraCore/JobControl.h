@@ -17,7 +17,7 @@ struct JobControl {
     /// A result of a batch is complete on disk; called in input order.
     std::function<void(const JobResult&)> published;
 
-    /// Something the user should know though the job succeeds, as a sentence.
+    /// Something the user should know even though the job succeeds, as a sentence.
     std::function<void(std::string_view sentence)> warning;
 
     /// Once a stop is requested the job throws JobCancelled soon and leaves nothing unfinished behind.

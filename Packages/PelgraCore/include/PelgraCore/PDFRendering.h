@@ -37,7 +37,7 @@ namespace PDFRender {
 /// No side of a drawn page is longer, in pixels.
 inline constexpr int maxSide = 32000;
 
-/// Throws EngineError::unreadable for what is no document or needs a password.
+/// Throws EngineError::unreadable for what is not a document or needs a password.
 std::unique_ptr<PDFDocument> open(const std::filesystem::path& file);
 
 } // namespace PDFRender

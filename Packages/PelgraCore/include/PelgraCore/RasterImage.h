@@ -17,7 +17,7 @@ using Bytes = std::vector<std::byte>;
 /// Memory for pictures. The system is asked for large pages, which saves it thousands of small ones and us a tenth of
 /// the time. Throws std::bad_alloc.
 namespace PictureMemory {
-inline constexpr std::size_t leastBytes = std::size_t{4} << 20; ///< below this, memory is had as usual
+inline constexpr std::size_t leastBytes = std::size_t{4} << 20; ///< below this, memory is allocated as usual
 void* allocate(std::size_t bytes);
 void release(void* memory) noexcept;
 } // namespace PictureMemory
@@ -55,7 +55,7 @@ struct UninitializedAllocator : std::allocator<T> {
 /// The pixels of a picture. resize() does not clear new bytes.
 using PixelBuffer = std::vector<std::byte, UninitializedAllocator<std::byte>>;
 
-/// How the colour components of a raster are to be read. Alpha is counted apart.
+/// How the colour components of a raster are to be read. Alpha is counted separately.
 enum class ColorModel : std::uint8_t {
     gray, ///< 1 component, 0 is black
     rgb, ///< 3 components

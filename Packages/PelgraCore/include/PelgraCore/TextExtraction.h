@@ -12,13 +12,13 @@
 #include <vector>
 
 /// A document's text as plain text or Markdown: from the text layer of a page or, where a page has none, from
-/// recognition of its picture. Apart from the two functions of a whole document everything here is plain text
-/// processing without a document or a recogniser. Texts are UTF-8; counts are of characters (code points).
+/// recognition of its picture. Apart from the two functions for a whole document, everything here is plain text
+/// processing that needs no document and no recogniser. Texts are UTF-8; counts are of characters (code points).
 namespace Pelgra::TextExtraction {
 
 /// One line of a page's text layer.
 struct Line {
-    std::string text; ///< as cut from the page, not trimmed
+    std::string text; ///< as on the page, not trimmed
     std::optional<double> fontSize; ///< dominant size in points, to the nearest half
     std::int64_t charCount = 0; ///< characters that are not white space
 
@@ -59,14 +59,14 @@ using RecognizedParagraph = std::vector<std::string>;
 /// character moves; trimming takes the space away.
 std::string normalizedLineEnds(std::string_view text);
 
-/// The line with its dominant font size: of the sizes rounded to half points the one with most characters, of equals
-/// the larger.
+/// The line with its dominant font size: of the sizes, rounded to half points, the one with the most characters; of
+/// equals, the larger.
 Line lineFrom(std::string text, std::span<const FontRun> runs);
 
 /// The blocks of one page. Sizes are judged against the page's body size, the median weighted by characters.
 std::vector<Block> blocksFrom(std::span<const Line> lines);
 
-/// What follows the marker of a bullet line; none where the trimmed text is no bullet.
+/// What follows the marker of a bullet line; none where the trimmed text is not one.
 std::optional<std::string> bulletBody(std::string_view text);
 
 /// The lines as running text; a word broken by a hyphen at the end of a line is made whole.
@@ -78,8 +78,8 @@ std::string render(std::span<const Block> blocks);
 /// Without blanks at the ends of lines and without line breaks at either end of the whole.
 std::string trimTrailingWhitespace(std::string_view text);
 
-/// Recognisers know no bullets and take them for the nearest sign: "¢ First item". Where that is plain, the bullet is
-/// put back.
+/// Recognisers do not know bullets and take them for the nearest sign: "¢ First item". Where that is clear, the bullet
+/// is put back.
 std::vector<RecognizedLine> withBulletsRestored(std::vector<RecognizedLine> lines);
 
 /// Puts recognised lines together by their distance; a line above its predecessor begins a new column and paragraph.

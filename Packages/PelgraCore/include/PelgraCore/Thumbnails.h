@@ -7,7 +7,7 @@
 #include <optional>
 
 /// Small pictures of any readable file. Callable from any thread, too slow for the main one. The functions are
-/// stateless. Nothing here throws: what cannot be shown gives nothing.
+/// stateless. Nothing here throws: for what cannot be shown there is no result.
 namespace Pelgra::Thumbnails {
 
 /// The page (of a PDF) or picture (of any other file) with its longest side maxPixels; pictures are never enlarged.
@@ -15,7 +15,7 @@ namespace Pelgra::Thumbnails {
 std::optional<RasterImage> image(const std::filesystem::path& file, int pageIndex, double maxPixels);
 
 /// The pages of one document that is kept open between calls, which takes half the time where many are wanted: fonts
-/// and pictures that pages share are read once. Several threads may call at once; each has the document opened.
+/// and pictures that pages share are read once. Several threads may call at once; each opens the document for itself.
 class Pages {
 public:
     explicit Pages(std::filesystem::path file);
@@ -23,7 +23,7 @@ public:
     Pages(const Pages&) = delete;
     Pages& operator=(const Pages&) = delete;
 
-    /// As Thumbnails::image of that page; nothing where the file is no document.
+    /// As Thumbnails::image of that page; nothing where the file is not a document.
     std::optional<RasterImage> image(int pageIndex, double maxPixels);
 
 private:
@@ -31,7 +31,7 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-/// Zero for what is no readable document.
+/// Zero for anything but a readable document.
 int pdfPageCount(const std::filesystem::path& file);
 
 /// The picture itself where it is no larger, else a copy scaled down to maxPixels on its longest side.

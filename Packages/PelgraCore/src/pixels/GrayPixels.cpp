@@ -38,7 +38,7 @@ bool isColorless(std::span<const std::byte> row)
     static const auto masks = masksOfGroup();
     std::uint64_t difference = 0;
     std::size_t index = 0;
-    // A word is compared with the one that begins a byte later, so one byte after the group is read, too.
+    // A word is compared with the one that begins a byte later, so one byte after the group is read too.
     for (; index + groupBytes < row.size(); index += groupBytes) {
         for (std::size_t word = 0; word < pixelBytes; ++word) {
             const std::byte* const bytes = row.data() + index + word * wordBytes;

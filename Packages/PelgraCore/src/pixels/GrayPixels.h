@@ -14,7 +14,7 @@ inline void toLuma(const unsigned char* rgb, unsigned char* gray, std::size_t co
         gray[index] = static_cast<unsigned char>((77U * rgb[0] + 150U * rgb[1] + 29U * rgb[2] + 128U) >> 8);
 }
 
-/// Makes a picture of 8-bit RGB without alpha one of 8-bit grey if no pixel of it has a colour, in its place; else
+/// Turns a picture of 8-bit RGB without alpha into 8-bit grey, in place, if none of its pixels has a colour; otherwise
 /// leaves it as it is. The picture must have tight rows.
 void reduceToGrayIfColorless(RasterImage& image);
 

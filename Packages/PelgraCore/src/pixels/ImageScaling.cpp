@@ -39,7 +39,7 @@ std::vector<Coverage> coverages(int source, int target)
     return result;
 }
 
-/// Scales pictures of one form. Sums are kept premultiplied, so that the colour of what cannot be seen does not bleed.
+/// Scales pictures of one form. Sums are kept premultiplied, so that the colour of invisible pixels does not bleed.
 template <typename Component, int count, bool hasAlpha>
 class Scaler {
 public:

@@ -17,7 +17,7 @@ void* PictureMemory::allocate(std::size_t bytes)
     void* const memory = std::aligned_alloc(largePage, (bytes + largePage - 1) / largePage * largePage);
     if (!memory)
         throw std::bad_alloc();
-    madvise(memory, bytes / largePage * largePage, MADV_HUGEPAGE); // a wish
+    madvise(memory, bytes / largePage * largePage, MADV_HUGEPAGE); // a hint
     return memory;
 }
 

@@ -36,7 +36,7 @@ public:
     virtual std::span<const std::byte> row(int y) = 0;
     /// The whole picture where it is in memory, else null.
     virtual const RasterImage* wholeImage() const { return nullptr; }
-    /// Says that nothing will be asked of this any more, so that what holds the rows can go.
+    /// Says that no more rows will be asked for, so that whatever holds them can go.
     virtual void release() { }
 };
 

@@ -80,7 +80,7 @@ char32_t firstOf(std::string_view text)
 
 std::string_view withoutLast(std::string_view text)
 {
-    // Only a well-formed sequence is taken off in more than one byte.
+    // More than one byte is taken off only as a well-formed sequence.
     for (std::size_t length = std::min<std::size_t>(4, text.size()); length > 1; --length) {
         std::string_view tail = text.substr(text.size() - length);
         takeFirst(tail);

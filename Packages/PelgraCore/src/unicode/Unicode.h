@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-/// What text processing must know of characters, by the Unicode tables and never by the user's locale.
+/// What text processing must know about characters, from the Unicode tables and never from the user's locale.
 /// Strings are UTF-8. A byte that belongs to no well-formed sequence counts as one U+FFFD.
 namespace Pelgra::Unicode {
 
@@ -44,7 +44,7 @@ void appendPlain(std::string& text, char32_t character);
 std::u32string decoded(std::string_view text);
 std::size_t countOf(std::string_view text);
 
-/// A letter of any script or a letter-like number; no digit.
+/// A letter of any script or a letter-like number; not a digit.
 bool isLetter(char32_t character);
 bool isLowercase(char32_t character);
 /// Strong right-to-left: letters of Hebrew, Arabic and their kin.

@@ -62,7 +62,8 @@ std::vector<FileFormat> conversionTargetsFor(FileFormat format)
 
 std::vector<FileFormat> conversionTargetsFor(std::span<const std::filesystem::path> files)
 {
-    // Every format offers the whole list of its batch but itself, so what all offer is the list without any source.
+    // Every format offers the whole list of its batch but itself, so what all of them offer is the list without the
+    // sources.
     const std::vector<FileFormat> sources = distinctFormats(files);
     std::vector<FileFormat> targets = targetsOf(batchOf(sources));
     for (FileFormat source : sources)
