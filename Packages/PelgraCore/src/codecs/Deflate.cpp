@@ -18,7 +18,7 @@ struct CompressorDeleter {
     void operator()(libdeflate_compressor* compressor) const { libdeflate_free_compressor(compressor); }
 };
 
-/// A growing output for the libraries that fill a given space.
+/// A growing output for libraries that fill a given space.
 class Output {
 public:
     explicit Output(std::size_t expected) { m_bytes.resize(expected); }
@@ -131,7 +131,7 @@ std::uint32_t joinedAdler32(std::uint32_t first, std::uint32_t second, std::size
 
 std::uint32_t crc32(std::uint32_t before, std::span<const std::byte> data)
 {
-    // Where there is no buffer the library forgets what came before.
+    // Given no buffer, the library forgets what came before.
     return data.empty() ? before : libdeflate_crc32(before, data.data(), data.size());
 }
 

@@ -6,13 +6,13 @@
 #include <cstdint>
 #include <span>
 
-/// Compression in the deflate format (RFC 1950 and 1951). Every function throws std::runtime_error when the memory does
-/// not suffice.
+/// Compression in the deflate format (RFC 1950 and 1951). Every function throws std::runtime_error when memory runs
+/// out.
 namespace Pelgra::Deflate {
 
 /// How hard to try.
 enum class Effort : std::uint8_t {
-    quick, ///< many times faster, little larger on photographic content, much larger on drawn content
+    quick, ///< many times faster, a little larger on photographic content, much larger on drawn content
     thorough,
 };
 
@@ -28,7 +28,7 @@ inline constexpr std::uint16_t streamHeader = 0x7801;
 
 /// The checksum a zlib stream ends with, of the data before compression.
 std::uint32_t adler32(std::span<const std::byte> data);
-/// The checksum of two strings after one another.
+/// The checksum of two byte strings, one after the other.
 std::uint32_t joinedAdler32(std::uint32_t first, std::uint32_t second, std::size_t secondSize);
 inline constexpr std::uint32_t adler32OfNothing = 1;
 

@@ -141,9 +141,9 @@ DecodedImage decodeGif(std::span<const std::byte> file)
     if (place.width < 1 || place.height < 1)
         throw DecodeError("GIF: an empty image");
 
-    // A screen that its only image fills without a transparent colour has no use for alpha.
+    // A screen filled by its only image, without a transparent colour, has no use for alpha.
     const bool hasAlpha = transparentColor != NO_TRANSPARENT_COLOR || !place.covers(*gif);
-    // Programs of all times wrote a screen of no size; the image's own counts then.
+    // Programs old and new write a screen without a size; the image's own counts then.
     std::optional<RasterImage> screen =
         RasterImage::make(gif->SWidth > 0 ? gif->SWidth : place.left + place.width,
                           gif->SHeight > 0 ? gif->SHeight : place.top + place.height, ColorModel::rgb, hasAlpha, 8);

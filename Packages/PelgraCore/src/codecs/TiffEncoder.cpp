@@ -21,7 +21,7 @@ constexpr std::size_t stripBytes = 256 << 10;
 
 enum FieldType : std::uint16_t { byteType = 1, shortType = 3, longType = 4, rationalType = 5, undefinedType = 7 };
 
-/// Tags of the source's first directory that describe something else than its storage: texts, dates, the camera, and
+/// Tags of the source's first directory that describe something other than its storage: texts, dates, the camera, and
 /// the pointers to the EXIF and GPS directories.
 bool travels(std::uint16_t tag)
 {

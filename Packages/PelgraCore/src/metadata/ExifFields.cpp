@@ -72,7 +72,7 @@ std::optional<double> dotsPerInch(double resolution, unsigned unit)
 
 bool isUsableResolution(double dotsPerInch)
 {
-    // Above this no page could be seen; such values are the remains of overflows.
+    // A page this dense would be too small to see; such values come from overflows.
     constexpr double largest = 1e6;
     return std::isfinite(dotsPerInch) && dotsPerInch > 0 && dotsPerInch <= largest;
 }

@@ -16,7 +16,7 @@ struct ExifFields {
 /// Reads the first directory of a TIFF structure. What is damaged counts as absent.
 ExifFields readExifFields(std::span<const std::byte> exif);
 
-/// A resolution that can be meant: finite and above zero.
+/// A plausible resolution: finite and above zero.
 bool isUsableResolution(double dotsPerInch);
 
 } // namespace Pelgra

@@ -24,10 +24,10 @@ struct Field {
 
 struct MainDirectory {
     std::endian order = std::endian::little;
-    std::vector<Field> fields; ///< only such whose values lie inside the structure
+    std::vector<Field> fields; ///< only those whose values lie inside the structure
 };
 
-/// The first directory; none where the bytes are no TIFF structure.
+/// The first directory; none where the bytes are not a TIFF structure.
 std::optional<MainDirectory> mainDirectory(std::span<const std::byte> exif);
 
 /// The bytes of a field of mainDirectory(exif).
@@ -37,7 +37,7 @@ std::span<const std::byte> valueOf(const Field& field, std::span<const std::byte
 Bytes withResolution(std::span<const std::byte> exif, double dpiWidth, double dpiHeight);
 
 /// The structure written anew without its largest values, so that it takes at most `limit` bytes. Empty when even that
-/// is too much or the bytes are no TIFF structure.
+/// is too much or the bytes are not a TIFF structure.
 Bytes reducedTo(std::span<const std::byte> exif, std::size_t limit);
 
 /// Numerator and denominator of a resolution, exact to a ten-thousandth.

@@ -66,7 +66,7 @@ Records recordsOf(std::span<const std::byte> iptc)
     return records;
 }
 
-/// Text for XML: UTF-8, taken as Latin-1 where it is none, without the characters XML has no place for.
+/// Text for XML: UTF-8, converted from Latin-1 where it is not, without the characters XML has no place for.
 std::string escaped(const std::string& text)
 {
     std::u32string characters = Unicode::decoded(text);

@@ -19,7 +19,7 @@ Bytes photoshopResource(std::span<const std::byte> iptc);
 /// Dots per inch as a whole number of 1 to 65535.
 unsigned wholeDotsPerInch(double dpi);
 
-/// Dots per metre for headers that count so.
+/// Dots per metre, for headers that count in metres.
 std::uint32_t dotsPerMetre(double dpi);
 
 } // namespace Pelgra

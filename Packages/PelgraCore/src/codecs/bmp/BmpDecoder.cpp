@@ -193,8 +193,8 @@ std::size_t storedRowBytes(const BmpHeader& header)
     return (static_cast<std::size_t>(header.width) * static_cast<std::size_t>(header.bitsPerPixel) + 31) / 32 * 4;
 }
 
-/// Whether the pixels hold a transparency someone meant. A fourth byte that is nothing everywhere is padding, one that
-/// is full everywhere adds nothing.
+/// Whether the pixels hold transparency that is meant. A fourth byte that is zero everywhere is padding; one that is
+/// full everywhere adds nothing.
 bool hasMeantAlpha(const BmpHeader& header)
 {
     if (header.bitsPerPixel != 32 && !header.hasAlphaMask)

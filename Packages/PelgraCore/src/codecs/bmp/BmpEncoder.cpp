@@ -23,7 +23,7 @@ struct BmpLayout {
         if (form.model == ColorModel::rgb)
             profile = usableProfile(form);
         bitsPerPixel = hasAlpha ? 32 : isGray ? 8 : 24;
-        // Only readers of the last twenty years know the long header, so it is used where something needs it.
+        // Only readers of the last twenty years know the long header, so it is used only where something needs it.
         headerSize = hasAlpha || !profile.empty() ? 124 : 40;
         pixelOffset = 14 + headerSize + (isGray ? 256 * 4 : 0);
         stride = (static_cast<std::uint64_t>(width) * bitsPerPixel / 8 + 3) / 4 * 4;

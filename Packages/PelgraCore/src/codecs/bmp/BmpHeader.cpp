@@ -106,7 +106,7 @@ std::size_t readMasks(const Fields& fields, std::size_t headerSize, std::uint32_
                         BmpMask(isShort ? 0x1F : 0xFF), BmpMask(isShort ? 0 : 0xFF000000)};
         return headerEnd;
     }
-    // Of the plain header the masks are a sequel, of all later ones a part.
+    // In the plain header the masks follow it, in all later ones they are part of it.
     const bool isSequel = headerSize == windowsHeaderSize;
     const bool hasAlpha = isSequel ? compression == alphaBitFields : headerSize >= 56;
     for (std::size_t index = 0; index < (hasAlpha ? 4 : 3); ++index)

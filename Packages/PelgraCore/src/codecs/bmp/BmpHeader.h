@@ -46,7 +46,7 @@ struct BmpHeader {
     std::optional<double> dpiX, dpiY; ///< dots per inch
 };
 
-/// Throws DecodeError for what is no BMP or of an unknown kind.
+/// Throws DecodeError for what is not a BMP or is of an unknown kind.
 BmpHeader readBmpHeader(std::span<const std::byte> file);
 
 } // namespace Pelgra

@@ -39,7 +39,7 @@ struct Decompression {
     std::longjmp(static_cast<Decompression*>(info->client_data)->escape, 1);
 }
 
-/// Where the data ends before the first row of blocks is complete, nothing is gained by decoding on.
+/// Where the data ends before the first row of blocks is complete, decoding on gains nothing.
 void takeMessage(j_common_ptr common, int level)
 {
     if (level >= 0)
@@ -151,7 +151,7 @@ void setResolution(const jpeg_decompress_struct& info, const ExifFields& exif, D
 {
     decoded.dpiX = exif.dpiX;
     decoded.dpiY = exif.dpiY;
-    // The camera's own statement goes first; many programs put a placeholder into the JFIF header.
+    // What the camera says comes first; many programs put a placeholder into the JFIF header.
     if (exif.dpiX || exif.dpiY || !info.saw_JFIF_marker || (info.density_unit != 1 && info.density_unit != 2))
         return;
     const double dotsPerUnit = info.density_unit == 2 ? centimetersPerInch : 1;
@@ -177,7 +177,7 @@ RasterImage decodePixels(Decompression& decompression)
         throw DecodeError("JPEG: no rows");
     std::fill(image->pixels.begin() + static_cast<std::ptrdiff_t>(static_cast<std::size_t>(rows) * image->stride),
               image->pixels.end(), std::byte{0x80});
-    // Adobe's programs store the complement, and so does everyone who wants to be read by them.
+    // Adobe's programs store the complement, and so does everyone else who wants their files read.
     if (model == ColorModel::cmyk && info.saw_Adobe_marker)
         invert(image->pixels);
     return std::move(*image);

@@ -128,7 +128,7 @@ private:
         const double clamped = quality > 0 ? std::min(quality, 1.0) : 0.0;
         jpeg_set_quality(&m_compressor, std::max(static_cast<int>(std::lround(clamped * 100)), 1), TRUE);
         m_compressor.dct_method = JDCT_ISLOW;
-        // Halved colour is not seen below; above, whoever asks for so much quality wants all of it.
+        // Below this, halved colour is invisible; above it, whoever asks for so much quality wants all of it.
         const int sampling = clamped < 0.95 ? 2 : 1;
         m_compressor.comp_info[0].h_samp_factor = m_compressor.comp_info[0].v_samp_factor =
             m_compressor.num_components == 1 ? 1 : sampling;

@@ -29,7 +29,7 @@ enum Marker : std::uint8_t {
     COM = 0xFE,
 };
 
-/// Thrown inside this file for what is not accepted.
+/// Thrown and caught inside this file for what is not accepted.
 struct Unsound { };
 
 void require(bool condition)
@@ -175,7 +175,7 @@ private:
             for (unsigned length = 1; length <= 16; ++length) {
                 const std::size_t count = byte(at + length);
                 total += count;
-                // No code of ones alone (T.81, annex C).
+                // No code consists of ones alone (T.81, annex C).
                 code = code * 2 + static_cast<unsigned>(count);
                 require(count == 0 || code < 1U << length);
             }
@@ -245,7 +245,7 @@ private:
         return found->blocks;
     }
 
-    /// Data that ended early leave a part of the picture to the decoder's fancy; even a block of one colour takes a bit
+    /// Where data ends early, decoders differ in what they show for the rest; even a block of one colour takes a bit
     /// for each band of its coefficients.
     void checkCodedSize(std::size_t size) const
     {
@@ -254,7 +254,7 @@ private:
         require(size * 8 >= blocks * (m_progressive ? 1 : 2));
     }
 
-    /// Goes on to the next marker that is no restart. Returns the number of bytes before it.
+    /// Goes on to the next marker that is not a restart. Returns the number of bytes before it.
     std::size_t skipEntropyCodedData()
     {
         const std::size_t begin = m_position;

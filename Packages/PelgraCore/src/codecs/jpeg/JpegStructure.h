@@ -15,8 +15,8 @@ struct JpegStructure {
     int height = 0; ///< pixels
     int componentCount = 0; ///< 1, 3 or 4
     bool hasAdobeSegment = false;
-    /// The three components are red, green and blue by their names; without a word to the contrary decoders take them
-    /// for YCbCr.
+    /// The three components are red, green and blue by their names; unless told otherwise, decoders take them for
+    /// YCbCr.
     bool isNamedRGB = false;
     Bytes iccProfile; ///< put together from its segments; empty when absent or inconsistent
     /// The stream without the segments a picture does not need (EXIF, XMP, IPTC, profile, thumbnails, comments), and

@@ -25,7 +25,7 @@ Bytes inflated(ByteSpan compressed)
     z_stream stream{};
     if (inflateInit(&stream) != Z_OK)
         return {};
-    // The interface has no const, the library keeps its hands off.
+    // The interface lacks const, but the library does not write here.
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<std::byte*>(compressed.data()));
     stream.avail_in = static_cast<uInt>(compressed.size());
     Bytes content;
@@ -52,7 +52,7 @@ Bytes copyOf(ByteSpan bytes)
     return {bytes.begin(), bytes.end()};
 }
 
-/// Splits off what stands before the next zero byte; the rest is what stands behind it.
+/// Splits off what comes before the next zero byte; the rest is what comes after it.
 ByteSpan takeTerminated(ByteSpan& rest)
 {
     const auto end = std::find(rest.begin(), rest.end(), std::byte{0});

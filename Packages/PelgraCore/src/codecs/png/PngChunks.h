@@ -36,7 +36,7 @@ private:
     std::span<const std::byte> m_checksum;
 };
 
-/// What stands beside the pixels of a PNG.
+/// What a PNG holds beside its pixels.
 struct PngProperties {
     std::optional<double> dpiX; ///< dots per inch
     std::optional<double> dpiY;
@@ -46,7 +46,7 @@ struct PngProperties {
     std::optional<std::array<double, 8>> chromaticities; ///< white, red, green, blue as x and y
 };
 
-/// Reads the chunks beside the pixels; damaged ones count as absent, and none can take much memory.
+/// Reads the chunks other than the pixels; damaged ones count as absent, and none can take much memory.
 PngProperties readPngProperties(std::span<const std::byte> file);
 
 } // namespace Pelgra

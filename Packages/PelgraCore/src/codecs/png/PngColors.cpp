@@ -16,7 +16,7 @@ using Chromaticities = std::array<double, 8>; ///< white, red, green, blue as x 
 constexpr Chromaticities srgb{0.3127, 0.3290, 0.64, 0.33, 0.30, 0.60, 0.15, 0.06};
 constexpr double srgbGamma = 1 / 2.2;
 
-/// Writers round, and some state what their screen was said to have; none of that is seen.
+/// Writers round, and some state what their screen was said to have; none of that is visible.
 bool isAboutSrgb(double gamma)
 {
     return std::abs(gamma - srgbGamma) < 0.02;
@@ -28,7 +28,7 @@ bool isAboutSrgb(const Chromaticities& values)
                       [](double value, double wanted) { return std::abs(value - wanted) < 0.01; });
 }
 
-/// Twice the area of the triangle of the primaries; none of a real screen is that small.
+/// Twice the area of the triangle of the primaries; no real screen's is that small.
 bool spanColors(const Chromaticities& values)
 {
     const double area =
@@ -36,7 +36,7 @@ bool spanColors(const Chromaticities& values)
     return std::abs(area) > 0.01;
 }
 
-/// The chromaticities of a file, or those of sRGB where it has none that could be meant.
+/// The chromaticities of a file, or those of sRGB where it has no plausible ones.
 Chromaticities usable(const std::optional<Chromaticities>& values)
 {
     if (!values || !spanColors(*values))

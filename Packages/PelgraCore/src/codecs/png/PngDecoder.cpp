@@ -94,7 +94,7 @@ bool chooseForm(Reading& reading, Form& form) noexcept
     return true;
 }
 
-/// Reads as much as comes; how far that was stands in reading.
+/// Reads as much as there is; `reading` says how far that was.
 void readRows(Reading& reading, unsigned char* pixels, std::size_t stride, int height) noexcept
 {
     if (setjmp(png_jmpbuf(reading.png)) != 0)

@@ -110,7 +110,7 @@ private:
     {
         if (m_pieces.empty())
             return;
-        // The interface has no const, the library keeps its hands off.
+        // The interface lacks const, but the library does not write here.
         m_state->next_in = reinterpret_cast<std::uint8_t*>(const_cast<std::byte*>(m_pieces.front().data()));
         m_state->avail_in = static_cast<std::uint32_t>(m_pieces.front().size());
         m_pieces = m_pieces.subspan(1);
@@ -154,7 +154,7 @@ bool readRows(Inflater& inflater, RasterImage& image)
             const std::span<std::uint8_t> row = rowOf(image, first + index);
             if (!unfilterRow(stored[0], stored + 1, above, row, image.bytesPerPixel()))
                 return false;
-            // The row above has served as such and may now be turned round.
+            // The row above is no longer needed as it was, so its bytes may be swapped now.
             if (image.bitsPerComponent == 16 && first + index > 0)
                 toMachineOrder(rowOf(image, first + index - 1));
             above = row.data();

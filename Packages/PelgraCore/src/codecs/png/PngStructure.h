@@ -26,8 +26,8 @@ struct PngStructure {
     }
 };
 
-/// Reads an opaque, not interlaced picture. None when it is transparent or interlaced, when any chunk is out of order
-/// or damaged, or when the compressed pixels are; the pixels are decompressed to know that.
+/// Reads an opaque picture that is not interlaced. None when it is transparent or interlaced, when any chunk is out of
+/// order or damaged, or when the compressed pixels are; the pixels are decompressed to know that.
 std::optional<PngStructure> readPngStructure(std::span<const std::byte> file);
 
 /// The content of the IDAT chunks of a file that is known to be sound.

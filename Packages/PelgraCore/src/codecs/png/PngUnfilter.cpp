@@ -6,8 +6,8 @@ namespace Pelgra {
 
 namespace {
 
-// One pixel at a time, all of its components at once: each pixel depends on its left neighbour, so that longer vectors
-// would gain nothing. The compiler makes registers of these on every processor.
+// One pixel at a time, all of its components at once: each pixel depends on its left neighbour, so longer vectors would
+// gain nothing. The compiler keeps these in registers on every processor.
 using Components = std::uint8_t __attribute__((vector_size(8)));
 using Sums = std::int16_t __attribute__((vector_size(16)));
 
