@@ -4,7 +4,7 @@
 
 namespace Pelgra {
 
-/// Where this library, its modules and its helper programs stand. Throws std::runtime_error.
+/// Where this library, its modules and its helper programs are. Throws std::runtime_error.
 std::filesystem::path moduleFolder();
 
 /// The table of functions that libpelgra-<name>.so, beside this library, exports as `pelgraModule`. Loaded at the first

@@ -9,8 +9,8 @@ namespace {
 
 constexpr PageBox usLetter{0, 0, 612, 792};
 
-/// Cuts off the fraction. A product that falls short of a whole number by nothing but the rounding of its factors is
-/// that number: 400 pixels for 595.28 points stay 400.
+/// Cuts off the fraction. A product that falls short of a whole number only by the rounding of its factors is that
+/// number: 400 pixels for 595.28 points stay 400.
 int wholePixels(double length)
 {
     const double nearest = std::nearbyint(length);

@@ -18,7 +18,7 @@ struct PageBox {
 
     double width() const { return right - left; }
     double height() const { return top - bottom; }
-    bool isEmpty() const { return !(right > left && top > bottom); } // so written that NaN counts as empty
+    bool isEmpty() const { return !(right > left && top > bottom); } // written so that NaN counts as empty
 
     bool operator==(const PageBox&) const = default;
 };
@@ -27,7 +27,7 @@ struct PageBox {
 PageBox standardised(const std::array<double, 4>& corners);
 
 /// The part of a page that readers show, before its rotation: the crop box where it overlaps the media box, else the
-/// media box; where that is missing or empty, US Letter. `/UserUnit` has no part in it.
+/// media box; where that is missing or empty, US Letter. `/UserUnit` plays no part in it.
 PageBox visibleBox(const std::optional<PageBox>& mediaBox, const std::optional<PageBox>& cropBox);
 
 /// The size of a box once the page is turned by a multiple of 90 degrees.

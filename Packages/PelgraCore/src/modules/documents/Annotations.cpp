@@ -46,7 +46,7 @@ std::vector<PlacedAnnotation> placeAnnotations(Input& input, PlacedPage& page, L
         if (!Object(annotation).isDictionary() || isDeadLink(annotation, links))
             continue;
         Object copy = input.copier.output().makeIndirectObject(Object::newDictionary());
-        // One that is listed twice, on two pages perhaps, is two from now on; references mean the first.
+        // One that is listed twice, perhaps on two pages, is two from now on; references mean the first.
         if (Object(annotation).isIndirect())
             places.emplace(Object(annotation).getObjGen(), copy);
         annotations.push_back({annotation, copy});

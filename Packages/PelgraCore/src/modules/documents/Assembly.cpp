@@ -20,7 +20,7 @@ bool takesEveryPage(const SourceDocument& source, const std::vector<PageRequest>
     return taken.size() == source.pages().size();
 }
 
-/// Without what is no content.
+/// The content streams; whatever else stands there is left out.
 Object copiedContents(ObjectCopier& copier, Object contents)
 {
     std::vector<Object> streams = contentStreamsOf(contents);
@@ -45,7 +45,7 @@ Input& Assembly::addInput(SourceDocument& source)
     if (isNew)
         copier = std::make_unique<ObjectCopier>(m_output);
     Input& input = *m_inputs.emplace_back(std::make_unique<Input>(source, *copier));
-    // To find out what of the structure belongs to a page takes all of it, which is too slow to do for every page.
+    // Finding out which parts of the structure belong to a page means reading all of it, too slow to do for every page.
     const std::optional<long long> keys = m_kind == Kind::whole ? structureKeyCount(source) : std::nullopt;
     if (keys) {
         input.structureOffset = m_nextStructureKey;

@@ -46,7 +46,7 @@ private:
     std::map<SourceDocument*, std::unique_ptr<ObjectCopier>> m_copiers;
     std::vector<std::unique_ptr<Input>> m_inputs;
     FormFields m_fields;
-    /// The latest resources that pages inherit without being an object of their own, and their copy.
+    /// The latest resources that pages inherit and that are not an object of their own, and their copy.
     std::pair<Object, Object> m_inheritedResources;
     long long m_nextStructureKey = 0;
 };

@@ -7,7 +7,7 @@ namespace Pelgra::Documents {
 
 namespace {
 
-/// A chain of actions is followed no further.
+/// A chain of actions is not followed beyond this.
 constexpr std::size_t chainLimit = 64;
 
 struct Coordinates {
@@ -95,7 +95,7 @@ Object LinkRewriter::destination(Object value)
 
 Object LinkRewriter::destinationIn(Input& input, Object value)
 {
-    // A name may stand for a dictionary, and a careless writer lets names stand for names.
+    // A name may stand for a dictionary, and careless writers let names stand for names.
     for (int step = 0; step < 8; ++step) {
         if (value.isName())
             value = input.source.namedDestination(value.getName().substr(1));
@@ -114,7 +114,7 @@ Object LinkRewriter::explicitDestination(Input& input, const std::vector<Object>
 {
     std::optional<std::size_t> index = input.source.pageIndexOf(items[0]);
     if (!index) {
-        // Pages by number belong into remote destinations, yet readers take them anywhere.
+        // Page numbers belong in remote destinations, yet readers accept them anywhere.
         const std::optional<long long> number = Object(items[0]).isInteger() ? integerOf(items[0]) : std::nullopt;
         if (number && *number >= 0)
             index = static_cast<std::size_t>(*number);

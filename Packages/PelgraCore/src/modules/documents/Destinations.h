@@ -14,7 +14,7 @@ public:
     /// An explicit destination in the output, or null where the page is not there.
     Object destination(Object value);
 
-    /// The action with the actions that follow it, without those that lead to no page; null where nothing is left.
+    /// The action with those that follow it, without any that lead to no page; null where nothing is left.
     Object action(Object value);
 
     /// A dictionary of actions by event, or null.
@@ -23,7 +23,7 @@ public:
     /// Whether a link or outline entry (with /Dest or /A) has something to lead to. Copies nothing.
     bool leadsSomewhere(Object holder);
 
-    /// Whether it has a target at all, even one that is gone.
+    /// Whether it has a target at all, even one whose page is gone.
     static bool hasTarget(Object holder);
 
 private:

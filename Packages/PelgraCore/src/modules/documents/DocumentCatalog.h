@@ -9,8 +9,8 @@ struct CatalogOptions {
     bool isWhole = false; ///< all pages of one document in their order
 };
 
-/// Enters into the catalogue and trailer whatever is no page, annotation or form: outline, labels, layers, attachments,
-/// the first input's title, language and preferences. Pages and annotations must have been copied.
+/// Enters everything but pages, annotations and the form into the catalogue and trailer: outline, labels, layers,
+/// attachments, the first input's title, language and preferences. Pages and annotations must have been copied.
 void fillCatalog(QPDF& output, const std::vector<std::unique_ptr<Input>>& inputs, const CatalogOptions& options);
 
 } // namespace Pelgra::Documents

@@ -112,7 +112,7 @@ std::unique_ptr<AssembledDocument> merge(std::span<const std::filesystem::path> 
     return document;
 }
 
-/// Scales of the pages so that none is wider, as displayed, than the narrowest.
+/// Scales the pages so that none is wider, as displayed, than the narrowest.
 void makeUniformlyWide(const SourceDocument& source, std::vector<PageRequest>& requests)
 {
     constexpr double tolerance = 0.01;

@@ -15,7 +15,7 @@ class AssembledDocument {
 public:
     virtual ~AssembledDocument() = default;
 
-    /// Throws what the sink throws, JobCancelled, or std::exception when a source turns out unreadable only now.
+    /// Throws what the sink throws, JobCancelled, or std::exception when a source only now turns out to be unreadable.
     virtual void write(ByteSink& sink) = 0;
 };
 

@@ -8,7 +8,7 @@ namespace Pelgra::Documents {
 
 namespace {
 
-/// A field is followed no further up.
+/// A field is not followed further up.
 constexpr int ancestorLimit = 64;
 
 bool isWidget(Object object)
@@ -222,7 +222,7 @@ void FormFields::mergeDefaults(Object form, Input& input, bool isFirst)
     }
     if (Object value = valueOf(source, "/NeedAppearances"); value.isBool() && value.getBoolValue())
         form.replaceKey("/NeedAppearances", Object::newBool(true));
-    // Bit 2 forbids all but appended changes, and the output is no such change.
+    // Bit 2 forbids all but appended changes, and the output is not one.
     if (const auto flags = integerOf(valueOf(source, "/SigFlags")); flags && (*flags & 1) != 0)
         form.replaceKey("/SigFlags", Object::newInteger(1));
     Object order = valueOf(form, "/CO").isArray() ? form.getKey("/CO") : Object::newArray();
@@ -253,7 +253,7 @@ void FormFields::finish(Object catalog, const std::vector<std::unique_ptr<Input>
         mergeDefaults(form, *input, isFirst);
         isFirst = false;
     }
-    // The second description of a form that XFA is fits the unchanged document only.
+    // XFA, a second description of the form, fits only the unchanged document.
     if (isWhole)
         setUnlessEmpty(form, "/XFA", inputs.front()->copier.copy(valueOf(sourceForm(*inputs.front()), "/XFA")));
     catalog.replaceKey("/AcroForm", form);

@@ -8,7 +8,7 @@
 namespace Pelgra::Documents {
 
 /// The form of an output, gathered from the forms of its inputs. A field that appears on several pages stays one field;
-/// a second copy of its page makes a second field, of another name.
+/// a second copy of its page makes a second field with another name.
 class FormFields {
 public:
     /// Makes places for the fields of the given annotations and connects them. To be called before anything is filled.

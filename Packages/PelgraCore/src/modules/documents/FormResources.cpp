@@ -49,7 +49,7 @@ std::map<std::string, std::string> mergeFormResources(Object form, Object resour
         if (!Object(additions).isDictionary())
             continue;
         Object own = dictionaryOf(target, category);
-        // The copy of a source's dictionary may serve its pages as well: additions go into one of our own.
+        // The copy of a source's dictionary may serve its pages too, so additions go into one of our own.
         own = own.isNull() ? Object::newDictionary() : own.shallowCopy();
         const auto renamed = mergeCategory(own, additions, category == "/Font");
         renamedFonts.insert(renamed.begin(), renamed.end());

@@ -22,7 +22,7 @@ struct PlacedPage {
     bool isDuplicate = false;
 };
 
-/// One input of the output: a source with the pages taken from it. A file given twice makes two inputs of one source,
+/// One input: a source with the pages taken from it. A file given twice makes two inputs of one source,
 /// which share its copied objects but not its pages, annotations and fields.
 struct Input {
     Input(SourceDocument& document, ObjectCopier& shared)

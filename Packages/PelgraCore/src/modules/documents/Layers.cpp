@@ -68,7 +68,7 @@ private:
         return isKept ? m_copier->copy(layer) : Object::newNull();
     }
 
-    /// An array of layers, texts and such arrays, with the kept layers only.
+    /// An array of layers, texts and further arrays of them, with the kept layers only.
     Object keptAmong(Object array, int depth = 0)
     {
         Object result = Object::newArray();

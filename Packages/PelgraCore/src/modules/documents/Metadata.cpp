@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t packetLimit = std::size_t{16} << 20;
 
-/// Collects a packet of bearable size.
+/// Collects a packet of reasonable size.
 class PacketPipeline final : public Pipeline {
 public:
     explicit PacketPipeline(std::string& packet)
@@ -32,7 +32,7 @@ private:
     std::string& m_packet;
 };
 
-/// The end of the claim that begins at a name such as pdfaid:part: behind its value as an attribute or an element.
+/// The end of the claim that begins at a name such as pdfaid:part: after its value, be it an attribute or an element.
 std::size_t endOfClaim(const std::string& packet, std::size_t start, bool isElement)
 {
     const std::size_t nameEnd = packet.find_first_of("=>/ \t\r\n", start);

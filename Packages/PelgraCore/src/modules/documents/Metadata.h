@@ -8,7 +8,7 @@ namespace Pelgra::Documents {
 /// may well break what the whole document kept. Null where it cannot be read.
 Object copyMetadata(ObjectCopier& copier, Object metadata);
 
-/// The packet without the claims; texts only, neither parsed nor checked.
+/// The packet without the claims; edited as text, neither parsed nor checked.
 std::string withoutConformanceClaims(std::string packet);
 
 } // namespace Pelgra::Documents

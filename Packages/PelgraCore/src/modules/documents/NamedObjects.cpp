@@ -18,7 +18,7 @@ std::string numbered(const std::string& name, int number)
         + (hasExtension ? name.substr(dot) : std::string());
 }
 
-/// The name that readers show of an attached file.
+/// The name that readers show for an attached file.
 std::string shownName(Object file, const std::string& key)
 {
     for (const char* const entry : {"/UF", "/F"}) {

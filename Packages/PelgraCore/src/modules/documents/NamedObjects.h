@@ -4,8 +4,8 @@
 
 namespace Pelgra::Documents {
 
-/// The attached files of all inputs, as a name tree. One whose name is taken by another file gets a numbered name, in
-/// the tree and in what readers show. Null where there are none.
+/// The attached files of all inputs, as a name tree. One whose name is taken by another file gets a numbered name, both
+/// in the tree and in what readers show. Null where there are none.
 Object combinedAttachments(const std::vector<std::unique_ptr<Input>>& inputs);
 
 /// The scripts that the documents run when opened, which their form fields call. Null where there are none.

@@ -135,7 +135,7 @@ Object ObjectCopier::convertIndirect(Object value)
         result = m_output.makeIndirectObject(value.shallowCopy());
     }
     if (result.isNull())
-        return result; // not remembered: it may be given a place later
+        return result; // not cached: it may be given a place later
     m_shared.emplace(id, result);
     if (!result.isScalar())
         m_unfinished.push_back({value, result});
@@ -147,7 +147,7 @@ Object ObjectCopier::newStream(Object source)
     Object result = Object::newStream(&m_output);
     m_relay->add(result.getObjGen(), source);
     Object dictionary = source.getDict();
-    // What is compressed already stays as it is; anything else the writer compresses.
+    // Whatever is compressed already stays as it is; the writer compresses the rest.
     if (!valueOf(dictionary, "/Filter").isNull())
         result.setFilterOnWrite(false);
     return result;

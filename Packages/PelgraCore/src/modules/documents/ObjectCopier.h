@@ -9,9 +9,9 @@ namespace Pelgra::Documents {
 
 /// Copies values of one source into the output, each shared object once.
 ///
-/// Some objects have a place in a document: pages, annotations, form fields, elements of the structure tree. Those are
-/// never copied because something refers to them, or one link would drag in all pages of its document. Whoever gives
-/// them their place registers what stands for them; a reference to one without a place becomes null.
+/// Some objects have a place in a document: pages, annotations, form fields, elements of the structure tree. A mere
+/// reference never copies those, or one link would drag in all pages of its document. Whoever gives them a place
+/// registers what stands for them; a reference to one without a place becomes null.
 class ObjectCopier {
 public:
     /// The source must outlive the writing of the output: stream data are read only then.

@@ -17,7 +17,7 @@ using Object = QPDFObjectHandle;
 /// Objects of one source and what stands for each in the output.
 using ObjectMap = std::map<QPDFObjGen, Object>;
 
-/// The value under a key; null where the holder is no dictionary (or stream) or has no such key.
+/// The value under a key; null where the holder is not a dictionary (or stream) or has no such key.
 Object valueOf(Object holder, const std::string& key);
 
 /// The dictionary (not stream) under a key, else null.

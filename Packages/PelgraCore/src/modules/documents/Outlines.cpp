@@ -87,7 +87,7 @@ private:
     std::set<QPDFObjGen> m_visited;
 };
 
-/// Chains the entries beneath their parent; returns how many rows a reader shows for them.
+/// Links the entries together beneath their parent; returns how many rows a reader shows for them.
 long long chain(Object parent, std::vector<Entry>& entries, QPDF& output)
 {
     long long rows = 0;

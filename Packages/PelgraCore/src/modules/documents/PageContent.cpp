@@ -8,10 +8,10 @@ namespace Pelgra::Documents {
 
 namespace {
 
-/// No page has more content; a few bytes that inflate without end do.
+/// No page has more content than this; a few bytes that inflate without end do.
 constexpr std::size_t contentLimit = std::size_t{512} << 20;
 
-/// Passes on what comes, to a pipeline that others finish.
+/// Passes everything on to a pipeline that others finish.
 class JoiningPipeline final : public Pipeline {
 public:
     explicit JoiningPipeline(Pipeline& output)
@@ -45,7 +45,7 @@ public:
         JoiningPipeline joining(*pipeline);
         for (Object& stream : m_streams) {
             stream.pipeStreamData(&joining, 0, qpdf_dl_all, true);
-            pipeline->writeCStr("\n"); // no token reaches over the end of a stream
+            pipeline->writeCStr("\n"); // no token reaches across the end of a stream
         }
         pipeline->finish();
     }

@@ -25,7 +25,7 @@ public:
     {
         for (const auto& [start, label] : readNumberTree(dictionaryOf(source.catalog(), "/PageLabels")))
             m_ranges.emplace(start, label);
-        // Pages in front of the first range count in plain numbers, and so does everything without any.
+        // Pages before the first range count in plain numbers, and so do all pages where there are no ranges.
         m_ranges.emplace(0, Object::newDictionary(std::map<std::string, Object>{{"/S", Object::newName("/D")}}));
     }
 

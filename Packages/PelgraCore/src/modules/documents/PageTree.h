@@ -5,7 +5,7 @@
 
 namespace Pelgra::Documents {
 
-/// A page as the page tree holds it, with the attributes it inherits (null where neither has any).
+/// A page as the page tree holds it, with the attributes it inherits (null where there are none).
 struct SourcePage {
     Object object;
     Object resources;

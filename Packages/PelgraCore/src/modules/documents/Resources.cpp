@@ -9,9 +9,9 @@ namespace Pelgra::Documents {
 
 namespace {
 
-/// More content than this is not read to find out which resources it uses.
+/// No more content than this is read to find out which resources it uses.
 constexpr std::size_t contentLimit = std::size_t{256} << 20;
-/// No longer name is looked up; the format's own limit is 127.
+/// Longer names are not looked up; the format's own limit is 127.
 constexpr std::size_t nameLimit = 1024;
 
 bool endsName(char character)
@@ -71,7 +71,7 @@ public:
                 continue;
             }
             if (endsName(*position))
-                endName(); // a slash is looked at again
+                endName(); // a slash is looked at once more
             else
                 m_name += *position++;
         }

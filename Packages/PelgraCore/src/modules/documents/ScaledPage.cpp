@@ -12,7 +12,7 @@ QPDFMatrix linearPart(const QPDFMatrix& matrix)
     return {matrix.a, matrix.b, matrix.c, matrix.d, 0, 0};
 }
 
-/// First the one, then the other.
+/// The one, then the other.
 QPDFMatrix product(const QPDFMatrix& first, const QPDFMatrix& second)
 {
     QPDFMatrix result = second;
@@ -74,8 +74,8 @@ bool staysUpright(Object annotation)
     return (integerOf(valueOf(annotation, "/F")).value_or(0) & noRotate) != 0;
 }
 
-/// From where the annotation was to where it lies on the scaled page. One that does not turn with its page hangs from
-/// its upper left corner, as readers show it.
+/// From where the annotation was to where it lies on the scaled page. One that does not turn with its page is anchored
+/// at its upper left corner, as readers show it.
 QPDFMatrix matrixFor(const PageBox& box, const PlacedPage& page, bool isUpright)
 {
     if (!isUpright)
@@ -120,7 +120,7 @@ void scaleBorder(Object annotation, double scale)
     }
 }
 
-/// The size in "… /Font size Tf …"; 0 means that the reader chooses and stays.
+/// The size in "… /Font size Tf …"; 0, which lets the reader choose, stays.
 void scaleFontSize(Object annotation, double scale)
 {
     Object appearance = valueOf(annotation, "/DA");
@@ -155,7 +155,7 @@ Object turnedAppearance(Object appearance, const QPDFMatrix& matrix)
     return copy;
 }
 
-/// Readers fit an appearance into its rectangle by scaling and moving alone, so only a turn has to be written down.
+/// Readers fit an appearance into its rectangle by scaling and moving it, so only a turn has to be written down.
 void turnAppearances(Object annotation, const QPDFMatrix& matrix)
 {
     Object appearances = dictionaryOf(annotation, "/AP");

@@ -9,10 +9,10 @@ namespace Pelgra::Documents {
 /// and the quarter turn becomes part of the drawing.
 QPDFMatrix scalingMatrix(const PageBox& box, int quarterTurn, double scale);
 
-/// Makes a copied page (with its own resources and boxes) one that shows the same, scaled and unrotated: its content
-/// becomes the form, which unlike a changed matrix in front of the content also scales patterns and contains whatever
-/// the content leaves behind. `form` is a stream of the output with the page's content and nothing else.
-/// `page.transform` and `page.foldedRotation` are set. Annotations are moved apart.
+/// Makes a copied page (with its own resources and boxes) show the same, scaled and unrotated: its content becomes the
+/// form, which, unlike a matrix put before the content, also scales patterns and contains whatever state the content
+/// leaves behind. `form` is a stream of the output with the page's content and nothing else. `page.transform` and
+/// `page.foldedRotation` are set. Annotations are moved separately.
 void scalePage(PlacedPage& page, Object form, const PageBox& box, int quarterTurn, double scale, QPDF& output);
 
 /// Moves an annotation of the output to where the page's transform puts it, with its appearance.

@@ -21,7 +21,7 @@ constexpr std::uintmax_t memoryLimit = std::uintmax_t{64} << 20;
 /// More resources of one kind than a page normally uses.
 constexpr std::size_t manyResources = 24;
 
-/// The resource dictionary and those of its categories that are heavy enough to matter.
+/// The resource dictionary and those of its categories that are large enough to matter.
 std::vector<Object> resourceDictionaries(Object resources)
 {
     return {resources, dictionaryOf(resources, "/XObject"), dictionaryOf(resources, "/Font"),
@@ -69,7 +69,7 @@ void SourceDocument::open(const std::filesystem::path& file)
 {
     std::error_code error;
     if (std::filesystem::file_size(file, error) <= memoryLimit && !error) {
-        // qpdf seeks and reads a few bytes at a time, which costs a call of the system each on an open file.
+        // qpdf seeks and reads a few bytes at a time, each of which is a system call on an open file.
         m_bytes = readFile(file);
         openBytes();
         return;
@@ -111,7 +111,7 @@ void SourceDocument::openWithoutTrailer()
 PDFVersion SourceDocument::version()
 {
     PDFVersion version = m_document->getVersionAsPDFVersion();
-    // A program that only appended to the file could not raise the version at its start, but in the catalogue.
+    // A program that only appended to the file could raise the version in the catalogue, but not at its start.
     const std::string later = nameOf(catalog(), "/Version");
     const auto digitAt = [&](std::size_t position) {
         return later[position] >= '0' && later[position] <= '9' ? later[position] - '0' : 0;

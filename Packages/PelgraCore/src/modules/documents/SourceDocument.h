@@ -25,7 +25,7 @@ public:
     PDFVersion version();
     const std::vector<SourcePage>& pages() const { return m_pages; }
 
-    /// Whether a page lists resources that are not its alone, or so many that it hardly uses all of them.
+    /// Whether a page lists resources that it shares with others, or so many that it hardly uses all of them.
     bool mayListUnusedResources(std::size_t pageIndex);
 
     /// The first place (from 0) at which the page tree holds this page object.

@@ -146,7 +146,7 @@ private:
     std::set<QPDFObjGen> m_visited;
 };
 
-/// What of the parent tree leads to elements that are there.
+/// Those parts of the parent tree that lead to elements still there.
 void addParents(Input& input, std::map<long long, Object>& parents)
 {
     const auto placed = [&](Object element) {
@@ -172,7 +172,7 @@ void addParents(Input& input, std::map<long long, Object>& parents)
     }
 }
 
-/// Adds entries of a dictionary of the source that the root has none of yet.
+/// Adds those entries of a dictionary of the source that the root does not have yet.
 void addMissing(Object root, Input& input, const char* key)
 {
     Object source = dictionaryOf(rootOf(input.source), key);
@@ -189,7 +189,8 @@ void addMissing(Object root, Input& input, const char* key)
     }
 }
 
-/// Appends the vocabularies that elements may name their kinds from; those of a file given twice only once.
+/// Appends the vocabularies from which elements may take the names of their kinds; those of a file given twice only
+/// once.
 void addNamespaces(Input& input, Object namespaces, std::set<QPDFObjGen>& known)
 {
     for (const Object& item : itemsOf(valueOf(rootOf(input.source), "/Namespaces"))) {

@@ -34,7 +34,7 @@ HeifImageHandle pictureAt(heif_context& context, int index)
     return HeifImageHandle(handle);
 }
 
-/// Refuses what would not fit before anything is decoded.
+/// Refuses, before anything is decoded, what would not fit.
 void checkSize(const heif_image_handle& handle)
 {
     const std::size_t bytesPerSample = heif_image_handle_get_luma_bits_per_pixel(&handle) > 8 ? 2 : 1;
@@ -84,7 +84,7 @@ Bytes exifStructure(const Bytes& block)
     return {rest.begin(), rest.end()};
 }
 
-/// Pictures pieced together from grey tiles come out of the library in colour; a grey profile tells them.
+/// Pictures pieced together from grey tiles come out of the library in colour; a grey profile gives them away.
 void takeBackToGray(RasterImage& image)
 {
     RasterImage gray =

@@ -25,8 +25,8 @@ double clampedQuality(double quality)
     return quality > 0 ? std::min(quality, 1.0) : 0.0;
 }
 
-/// The library's quality for ours. Its own scale gives files larger than a JPEG of the same number; measured for equal
-/// fidelity, 0.9 is about 55. The last tenth covers the rest of the scale.
+/// The library's quality for ours. At the same number its files are larger than JPEG's; measured for equal fidelity,
+/// 0.9 is about 55. The last tenth covers the rest of the scale.
 int encoderQuality(double quality)
 {
     return static_cast<int>(std::lround(quality <= 0.9 ? 61 * quality : 54.9 + (quality - 0.9) * 451));
@@ -71,13 +71,14 @@ void addMetadata(heif_context& context, const heif_image_handle& handle, const E
     const auto sizeOf = [](const Bytes& bytes) {
         return static_cast<int>(std::min<std::size_t>(bytes.size(), std::numeric_limits<int>::max()));
     };
-    // The format has no field for the resolution but this one.
+    // The format has no other field for the resolution.
     const bool saysMore = properties.dpiWidth != 72 || properties.dpiHeight != 72;
     if (!metadata.exif.empty() || saysMore) {
         const Bytes exif = ExifStructure::withResolution(metadata.exif, properties.dpiWidth, properties.dpiHeight);
         check(heif_context_add_exif_metadata(&context, &handle, exif.data(), sizeOf(exif)));
     }
-    // Other programs look for the texts of IPTC in XMP; the records themselves follow for those who know their item.
+    // Other programs look for IPTC's texts in XMP; the records themselves follow for those that know where to find
+    // them.
     const Bytes xmp = xmpWithIptc(metadata.auxiliaryXmp, metadata.iptc);
     if (!xmp.empty())
         check(heif_context_add_XMP_metadata(&context, &handle, xmp.data(), sizeOf(xmp)));
@@ -129,7 +130,7 @@ void encodeHeif(RowSource& rows, const EncodeProperties& properties, ByteSink& s
         const HeifImage image = makeImage(rows, halved);
         check(heif_context_encode_image(context.get(), image.get(), encoder.get(), nullptr, &raw));
     }
-    // Nothing is asked of this handle: the library's assertions end the process for some pictures.
+    // This handle is not used for anything: for some pictures the library's assertions would end the process.
     const HeifImageHandle handle(raw);
     addMetadata(*context, *handle, properties);
     writeTo(sink, *context);

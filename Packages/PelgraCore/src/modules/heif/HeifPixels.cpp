@@ -74,7 +74,7 @@ LumaWeights weightsOf(int matrix, int primaries)
 template <typename Sample>
 struct ColorMatrix {
     static constexpr int maximum = std::numeric_limits<Sample>::max();
-    /// What holds every sum.
+    /// Wide enough for every sum.
     using Number = std::conditional_t<sizeof(Sample) == 1, std::int32_t, std::int64_t>;
 
     /// In units of 1/65536 of an output step.
@@ -160,7 +160,7 @@ void mixRow(const ColorMatrix<Sample>& matrix, const std::uint8_t* luma, const s
     }
 }
 
-/// Halved colour is repeated, as the format's own reader does.
+/// Halved colour is repeated, as the format's reference reader does.
 template <typename Sample>
 void convertDifferenceRow(const Conversion<Sample>& conversion, int y, std::byte* to, std::size_t step)
 {

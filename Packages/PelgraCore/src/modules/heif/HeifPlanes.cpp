@@ -81,7 +81,7 @@ void writeDifferences(const Sample* pixels, Sample* cb, Sample* cr, int width)
         writeDifference(4 * pixels[0], 4 * pixels[1], 4 * pixels[2], cb[x], cr[x]);
 }
 
-/// One for each square of four pixels; the last column of an odd width stands for the one that is missing.
+/// One for each square of four pixels; the last column of an odd width stands in for the missing one.
 template <typename Sample, int step>
 void writeHalvedDifferences(const Sample* upper, const Sample* lower, Sample* cb, Sample* cr, int width)
 {

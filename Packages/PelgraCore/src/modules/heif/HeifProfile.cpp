@@ -32,7 +32,7 @@ std::optional<Primaries> widePrimaries(int code)
 ToneCurve toneCurve(int transfer)
 {
     constexpr int linear = 8;
-    // The high-dynamic-range codes get the curve of sRGB, too: their pictures then look flat but whole.
+    // The high-dynamic-range codes get the curve of sRGB too: their pictures then look flat but complete.
     return transfer == linear ? ToneCurve(cmsBuildGamma(nullptr, 1.0)) : srgbToneCurve();
 }
 

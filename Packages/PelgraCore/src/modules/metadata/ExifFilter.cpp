@@ -13,7 +13,7 @@ namespace Pelgra {
 
 namespace {
 
-/// The tags of the first directory that speak of the picture and not of the file it was stored in.
+/// The tags of the first directory that describe the picture and not the file it was stored in.
 bool isDescriptive(std::uint16_t tag)
 {
     static constexpr std::array<std::uint16_t, 13> tags{

@@ -20,8 +20,8 @@ struct MetadataSource {
 
 /// The table of the module "metadata".
 struct MetadataModule {
-    /// What travels on, see ImageMetadata. A damaged block yields what could be read of it, or nothing; never throws
-    /// but for want of memory.
+    /// What travels on, see ImageMetadata. A damaged block yields what could be read of it, or nothing; throws only
+    /// when memory runs out.
     ImageMetadata (*filter)(const MetadataSource& source);
 };
 

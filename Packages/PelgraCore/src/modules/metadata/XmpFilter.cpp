@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::string_view auxiliaryNamespace = "http://ns.adobe.com/exif/1.0/aux/";
 
-/// The parser walks the elements recursively, so that their depth must be bounded beforehand. Markup that is no XML is
-/// left to the parser.
+/// The parser walks the elements recursively, so their depth must be bounded beforehand. Markup that is not XML is left
+/// to the parser.
 bool isNestedTooDeeply(std::string_view packet)
 {
     constexpr int depthLimit = 100;

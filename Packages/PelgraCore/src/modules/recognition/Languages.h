@@ -10,8 +10,8 @@ namespace Pelgra {
 /// The script of a language, both as the recogniser names them: "rus" is "Cyrillic". Unknown languages are "Latin".
 std::string_view scriptOfLanguage(std::string_view language);
 
-/// Of the installed models those that recognise text of a language; not the ones for orientation, equations, vertical
-/// text or whole scripts.
+/// Those of the installed models that recognise the text of a language; not the ones for orientation, equations,
+/// vertical text or whole scripts.
 std::vector<std::string> textLanguages(std::span<const std::string> installed);
 
 /// The languages worth a trial for a script, most widely used first. Where the script is unknown or has no language,

@@ -11,7 +11,7 @@ EngineHandle quietEngine()
 {
     setMsgSeverity(L_SEVERITY_NONE);
     auto engine = std::make_unique<tesseract::TessBaseAPI>();
-    // Complaints about single pages are no business of whoever runs the program.
+    // Whoever runs the program has no use for complaints about single pages.
     engine->SetVariable("debug_file", "/dev/null");
     return engine;
 }
@@ -30,7 +30,7 @@ EngineHandle openEngine(const std::string& language)
 std::vector<std::string> installedModels()
 {
     const EngineHandle engine = quietEngine();
-    // The folder becomes known by an attempt to open a model. One that does not exist takes no time.
+    // An attempt to open a model makes the folder known. One that does not exist takes no time.
     engine->Init(nullptr, "none", tesseract::OEM_LSTM_ONLY);
     std::vector<std::string> models;
     engine->GetAvailableLanguagesAsVector(&models);

@@ -22,8 +22,8 @@ class PageRecognizer {
 public:
     virtual ~PageRecognizer() = default;
 
-    /// The lines in reading order, column by column. A page standing on its side or head is turned first; the boxes
-    /// are of the page as it reads. Empty where nothing can be read. Throws JobCancelled.
+    /// The lines in reading order, column by column. A page on its side or upside down is turned first; the boxes are
+    /// those of the upright page. Empty where nothing can be read. Throws JobCancelled.
     virtual std::vector<TextExtraction::RecognizedLine> recognize(const GrayPicture& page, std::stop_token stop) = 0;
 };
 
@@ -31,13 +31,13 @@ public:
 class RecognitionSession {
 public:
     virtual ~RecognitionSession() = default;
-    /// To be gone before the session.
+    /// Must be gone before the session.
     virtual std::unique_ptr<PageRecognizer> makeRecognizer() = 0;
 };
 
 /// The functions of libpelgra-recognition.so.
 struct RecognitionModule {
-    /// Null where the system has data for no language at all.
+    /// Null where the system has no data for any language.
     std::unique_ptr<RecognitionSession> (*openSession)();
 };
 

@@ -17,14 +17,14 @@ namespace {
 
 using TextExtraction::RecognizedLine;
 
-/// What the detector reports below this is guessed: right answers on real pages began at 11.8.
+/// What the detector reports below this is a guess: right answers on real pages began at 11.8.
 constexpr float sureOrientation = 10;
-/// Pages that stand upright came out at 85 and more, pages on their head at 30.
+/// Pages that stand upright came out at 85 and more, upside-down ones at 30.
 constexpr int poorConfidence = 50;
 constexpr int goodConfidence = 75;
-/// A page with more than this to find in it is no page of text.
+/// A page that takes longer than this is not a page of text.
 constexpr int longestRecognition = 120'000; // milliseconds
-/// Smaller pictures hold no line of text.
+/// Smaller pictures cannot hold a line of text.
 constexpr int smallestSide = 16;
 constexpr std::size_t mostTrials = 3;
 constexpr std::size_t trialLines = 8;
@@ -56,7 +56,7 @@ struct Extent {
 };
 
 /// The ink of a line widened to the height of its letters, so that distances between lines do not depend on which
-/// letters happen to stand in them. None past the end of the text.
+/// letters happen to be in them. None past the end of the text.
 std::optional<Extent> extentOf(const tesseract::PageIterator& line)
 {
     Extent extent;
@@ -94,7 +94,7 @@ std::vector<RecognizedLine> linesOf(tesseract::TessBaseAPI& engine, double width
     return lines;
 }
 
-/// Whether most lines are higher than wide. They run up or down and are read well, but cannot be put in order.
+/// Whether most lines are taller than wide. They run up or down and are read well, but cannot be put in order.
 bool areMostlyTurned(const std::vector<RecognizedLine>& lines, double width, double height)
 {
     std::ptrdiff_t balance = 0;

@@ -19,8 +19,8 @@ public:
 
     bool hasOrientationData() const { return m_hasOrientationData; }
 
-    /// The language of every page, where that needs no look at the page: only one is installed, or all are of one
-    /// script and one has been chosen.
+    /// The language of every page, where that can be told without looking at it: only one is installed, or all are of
+    /// one script and one has been chosen.
     std::optional<std::string> settledLanguage();
 
     /// The language for a script. At the first page of a script the trial is called with the languages to compare and

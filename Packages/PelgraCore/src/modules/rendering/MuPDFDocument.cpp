@@ -26,8 +26,8 @@ void ignoreMessage(void*, const char*)
 {
 }
 
-/// The decimal number in the file. MuPDF keeps single precision; 419.04 points at 300 dpi are 1746 pixels only when
-/// the digits that were meant are taken, not what single precision makes of them.
+/// The decimal number in the file. MuPDF keeps single precision; 419.04 points at 300 dpi are 1746 pixels only by the
+/// digits in the file, not by what single precision makes of them.
 double exactNumber(fz_context* context, pdf_obj* number)
 {
     const float value = pdf_to_real(context, number);
@@ -68,8 +68,8 @@ bool isSameBox(const fz_rect& a, const fz_rect& b)
         && std::abs(a.x1 - b.x1) <= tolerance && std::abs(a.y1 - b.y1) <= tolerance;
 }
 
-/// Where the library would clip to another box, puts the valid one in the place of whatever the page has. It would
-/// multiply by the user unit, too, which a displayed size does not count.
+/// Where the library would clip to another box, puts the valid one in place of whatever the page has. It would also
+/// multiply by the user unit, which a displayed size does not count.
 void settleBoxes(fz_context* context, pdf_obj* page)
 {
     const PageGeometry geometry = readGeometry(context, page);
@@ -226,7 +226,7 @@ void MuPDFDocument::seekInFile(fz_stream* stream, std::int64_t offset, int whenc
         offset += fstat(m_file.get(), &status) == 0 ? status.st_size : 0;
     }
     offset = std::max<std::int64_t>(offset, 0);
-    // The library hops between objects that often lie near each other: what is in the buffer is not read again.
+    // The library jumps between objects that often lie close together: what is in the buffer is not read again.
     const std::int64_t bufferStart = stream->wp ? stream->pos - (stream->wp - m_buffer) : 0;
     if (stream->wp && offset >= bufferStart && offset < stream->pos) {
         stream->rp = m_buffer + (offset - bufferStart);

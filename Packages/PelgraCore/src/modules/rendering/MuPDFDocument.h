@@ -23,7 +23,7 @@ struct PageDeleter {
     fz_context* context = nullptr;
     void operator()(pdf_page* page) const { fz_drop_page(context, &page->super); }
 };
-/// A loaded page; to be gone before its document. `&page->super` is the fz_page.
+/// A loaded page; must be gone before its document. `&page->super` is the fz_page.
 using PageHandle = std::unique_ptr<pdf_page, PageDeleter>;
 
 /// Where a page lies: the visible box in points of the page's own coordinates, and its turn.
@@ -46,8 +46,8 @@ public:
     fz_context* context() const { return m_context.get(); }
     WorkAccount& account() { return m_account; }
 
-    /// The leaves of the page tree that were really found, no more than needed; what the tree claims to hold counts for
-    /// nothing.
+    /// The leaves of the page tree that were really found, no more than needed; what the tree claims to hold does not
+    /// count.
     int pageCount() const { return m_pageCount; }
 
     /// Null where there is no such page or it cannot be loaded. The boxes of the page (in memory) are replaced by

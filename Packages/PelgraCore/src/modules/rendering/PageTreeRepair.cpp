@@ -34,7 +34,7 @@ bool isBranch(fz_context* context, pdf_obj* node)
         && !pdf_name_eq(context, pdf_dict_get(context, node, PDF_NAME(Type)), PDF_NAME(Page));
 }
 
-/// How MuPDF tells branches, which must agree for its own look-up to be usable.
+/// How MuPDF tells branches from pages, which must agree for its own look-up to be usable.
 bool isBranchToLibrary(fz_context* context, pdf_obj* node)
 {
     pdf_obj* const type = pdf_dict_get(context, node, PDF_NAME(Type));
@@ -85,7 +85,7 @@ void visit(Walk* walk, pdf_obj* kid)
     ++walk->branches[walk->depth - 1].found;
 }
 
-/// Whether the branches that the walk was in when it had its pages lead to them by what they claim.
+/// Whether the branches that the walk was in when it had all its pages lead to them by the counts they claim.
 bool leadToPages(const Walk* walk)
 {
     int found = 0;
@@ -195,7 +195,7 @@ void rebuild(fz_context* context, pdf_document* document) noexcept
     }
     fz_catch(context)
     {
-        // The walk tells what was gained.
+        // The next walk shows what was gained.
     }
 }
 

@@ -14,7 +14,7 @@ namespace {
 
 /// No profile of a printer or camera is larger.
 constexpr std::size_t largestProfile = std::size_t{16} << 20;
-/// Differences of 8-bit components that are not worth the conversion: sRGB has many makers.
+/// Differences of 8-bit components that are not worth the conversion: profiles called sRGB vary.
 constexpr int visibleDifference = 10;
 constexpr int stepsPerComponent = 5;
 
@@ -98,7 +98,7 @@ std::shared_ptr<const ProfileConversion> makeConversion(std::span<const unsigned
         return ColorTransform(cmsCreateTransform(source.get(), from, target.get(), to, INTENT_RELATIVE_COLORIMETRIC,
                                                  flags | cmsFLAGS_BLACKPOINTCOMPENSATION | cmsFLAGS_NOCACHE));
     };
-    // To prepare for many pixels takes milliseconds, which most profiles are not worth.
+    // Preparing for many pixels takes milliseconds, which most profiles are not worth.
     const ColorTransform quickly = transform(layout->pixels, TYPE_RGB_8, cmsFLAGS_NOOPTIMIZE);
     if (!quickly || !isVisible(quickly.get(), components))
         return nullptr;

@@ -19,11 +19,11 @@ public:
     std::vector<TextPiece> textPieces(int pageIndex, const std::stop_token& stop) override;
 
 private:
-    /// Keeps the page for the next call, since the bands of one page follow each other.
+    /// Keeps the page for the next call, since the bands of a page follow one another.
     const PageHandle& pageAt(int index);
 
     std::unique_ptr<MuPDFDocument> m_document;
-    PageHandle m_page; ///< to be gone before the document
+    PageHandle m_page; ///< must be gone before the document
     int m_pageIndex = -1;
 };
 

@@ -27,7 +27,7 @@ public:
                           const std::stop_token& stop) = 0;
 
     /// What the page shows as text, in the order of its contents; as much as can be read. Throws std::runtime_error
-    /// where time or memory ran out before there was any: to draw such a page is not worth a try.
+    /// where time or memory ran out before there was any: drawing such a page is not worth trying.
     virtual std::vector<TextPiece> textPieces(int pageIndex, const std::stop_token& stop) = 0;
 };
 
@@ -35,7 +35,7 @@ public:
 struct RenderingModule {
     static constexpr const char* name = "rendering";
 
-    /// Null for what is no document or needs a password.
+    /// Null for what is not a document or needs a password.
     std::unique_ptr<PageRenderer> (*open)(const std::filesystem::path& file, int pagesNeeded);
 };
 

@@ -17,7 +17,7 @@ struct TextPiece {
     float directionX = 1; ///< of the baseline, of unit length; y grows downwards
     float directionY = 0;
     float baseline = 0; ///< points from the page's origin, at right angles to the direction
-    bool isVertical = false; ///< characters below each other
+    bool isVertical = false; ///< characters one below the other
     std::vector<PlacedCharacter> characters;
 };
 

@@ -15,7 +15,7 @@ struct TextPageDeleter {
 };
 using TextPageHandle = std::unique_ptr<fz_stext_page, TextPageDeleter>;
 
-/// Null where not even a part of the text can be had.
+/// Null where not even part of the text can be read.
 fz_stext_page* tryReadText(fz_context* context, pdf_page* page, fz_cookie* cookie) noexcept
 {
     fz_stext_page* text = nullptr;
@@ -39,7 +39,7 @@ fz_stext_page* tryReadText(fz_context* context, pdf_page* page, fz_cookie* cooki
     }
     fz_catch(context)
     {
-        // What was read before the fault stands.
+        // What was read before the fault is kept.
         return text;
     }
     return text;

@@ -20,7 +20,7 @@ constexpr unsigned white = 0xFF;
 
 thread_local WorkAccount* currentAccount = nullptr;
 
-/// Time the thread was really running: a busy machine takes nothing from a page's share.
+/// The time the thread was really running: on a busy machine a page gets no less.
 double processorSeconds()
 {
     timespec now{};
@@ -28,7 +28,7 @@ double processorSeconds()
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
-/// Nanoseconds of the clock that is read without a call of the system; it moves every few milliseconds.
+/// Nanoseconds of the clock that is read without a system call; it moves every few milliseconds.
 std::int64_t coarseTime()
 {
     timespec now{};

@@ -21,7 +21,7 @@ public:
     /// too.
     static constexpr std::size_t memoryLimit = std::size_t{512} << 20;
 
-    /// Seconds without progress, as it is.
+    /// Seconds without progress, unless told otherwise.
     static constexpr double usualShortLimit = 8;
 
     WorkAccount();
@@ -33,14 +33,14 @@ public:
 
     /// Begins a piece of work on the calling thread. It ends itself when the stop is requested, after longLimit
     /// seconds of the thread's processor time, or when nothing new has appeared in the bitmap for shortLimit seconds,
-    /// or as long as it took to the last that did: a page that shows more and more is given more time. The bitmap, not
-    /// the library's own, begins white and may be empty.
+    /// or for as long as it had taken until the last change: a page that keeps showing more is given more time. The
+    /// bitmap, not the library's own, begins white and may be empty.
     void begin(std::stop_token stop, std::span<const std::byte> bitmap, double shortLimit);
-    /// Ends the piece of work; allocation works again whatever became of it.
+    /// Ends the piece of work; allocation works again, however it ended.
     void end();
 
-    /// Whether the work was cut off by time or a stop, or lacks something that found no memory. MuPDF itself leaves out
-    /// a picture that is too large and goes on.
+    /// Whether the work was cut off by time or a stop, or lacks something for which there was no memory. MuPDF itself
+    /// leaves out a picture that is too large and goes on.
     bool isCutOff() const { return m_cookie.abort != 0 || m_ranOutOfMemory || m_refusedSize != 0; }
     fz_cookie* cookie() { return &m_cookie; }
 
@@ -48,7 +48,7 @@ public:
     static WorkAccount* current();
     /// Keeps something alive as long as the context. False where it keeps too much already.
     bool keep(std::shared_ptr<const void> thing);
-    /// Has the piece of work count as one that ran out of memory.
+    /// Makes the piece of work count as one that ran out of memory.
     void noteRefusal() { m_ranOutOfMemory = true; }
 
 private:

@@ -40,10 +40,10 @@ struct NominalSize {
     bool isUsable() const { return std::isfinite(width) && std::isfinite(height) && width > 0 && height > 0; }
 };
 
-/// Handed over as bytes, never as a file: without a place of its own the document reaches nothing but itself.
+/// Handed over as bytes, never as a file: without a location the document can reach nothing but itself.
 Handle parse(std::span<const std::byte> file)
 {
-    // Compressed drawings have another extension, and unpacking would be without bound.
+    // Compressed drawings have another extension, and unpacking them would have no bound.
     if (file.size() >= 2 && file[0] == std::byte{0x1F} && file[1] == std::byte{0x8B})
         throw DecodeError("SVG: compressed");
     GError* error = nullptr;
@@ -59,7 +59,7 @@ Handle parse(std::span<const std::byte> file)
 /// A length in CSS pixels; none for a percentage, which is also what an absent length is reported as.
 std::optional<double> absoluteLength(const RsvgLength& length)
 {
-    constexpr double defaultFontSize = 12; // of the renderer, whose root element has no other
+    constexpr double defaultFontSize = 12; // the renderer's, for a root element without one
     switch (length.unit) {
     case RSVG_UNIT_PERCENT:
         return std::nullopt;

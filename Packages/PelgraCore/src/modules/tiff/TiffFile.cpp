@@ -35,7 +35,7 @@ toff_t seekTo(thandle_t handle, toff_t offset, int whence)
 
 int mapBytes(thandle_t handle, void** base, toff_t* size)
 {
-    // The library only reads a mapping of a file opened for reading.
+    // The library only reads the mapping of a file that is opened for reading.
     *base = const_cast<std::byte*>(memoryOf(handle).bytes.data());
     *size = memoryOf(handle).bytes.size();
     return 1;

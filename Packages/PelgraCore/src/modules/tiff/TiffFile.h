@@ -22,7 +22,7 @@ struct TiffDeleter {
     void operator()(TIFF* file) const { TIFFClose(file); }
 };
 
-/// A TIFF file in memory, opened for reading without a word to standard error and with a limit on what the library may
+/// A TIFF file in memory, opened for reading, silent on standard error and with a limit on what the library may
 /// allocate at once.
 class TiffFile {
 public:

@@ -102,7 +102,7 @@ void TiffLayout::readExtraSamples(const TiffFile& file, int colors)
     std::uint16_t* kinds = nullptr;
     if (TIFFGetFieldDefaulted(file.get(), TIFFTAG_EXTRASAMPLES, &count, &kinds) != 1)
         count = 0;
-    // A sample too many that nobody explains is an alpha channel in practice.
+    // An extra sample that nothing explains is an alpha channel in practice.
     hasAlpha = model != ColorModel::cmyk && samples > colors;
     isPremultiplied = hasAlpha && count > 0 && kinds[0] == EXTRASAMPLE_ASSOCALPHA;
     usedSamples = colors + (hasAlpha ? 1 : 0);

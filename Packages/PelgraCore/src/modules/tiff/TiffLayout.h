@@ -11,7 +11,7 @@ namespace Pelgra {
 
 /// How the samples of a page are stored and what becomes of them.
 struct TiffLayout {
-    /// Reads the current page's tags. Throws DecodeError for what no picture can be.
+    /// Reads the current page's tags. Throws DecodeError where they cannot describe a picture.
     explicit TiffLayout(const TiffFile& file);
 
     int width = 0;

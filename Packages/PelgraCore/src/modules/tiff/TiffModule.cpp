@@ -39,7 +39,7 @@ Bytes profileOf(const TiffFile& file)
     return {bytes, bytes + size};
 }
 
-/// The first page's metadata, straight from the file: the library would change the bytes of some declarations.
+/// The first page's metadata, straight from the file: the library would swap the bytes of some declarations.
 void readMetadata(std::span<const std::byte> bytes, DecodedImage& decoded)
 {
     const std::optional<ExifStructure::MainDirectory> directory = ExifStructure::mainDirectory(bytes);
@@ -52,7 +52,8 @@ void readMetadata(std::span<const std::byte> bytes, DecodedImage& decoded)
         else if (field.tag == TIFFTAG_XMLPACKET)
             decoded.xmp.assign(value.begin(), value.end());
     }
-    // The file is the structure EXIF stands in. A large one is mostly pixels, so its directories are written anew.
+    // The file itself is the structure that holds EXIF. A large one is mostly pixels, so its directories are written
+    // anew.
     constexpr std::size_t copyLimit = 1 << 20;
     if (bytes.size() <= copyLimit)
         decoded.exif.assign(bytes.begin(), bytes.end());

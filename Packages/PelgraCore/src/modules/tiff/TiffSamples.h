@@ -18,8 +18,8 @@ public:
     }
 
     /// Puts `pixels` pixels of a stored row into the picture's row from column x on. `plane` says which sample of the
-    /// pixel the row holds, where every sample has a plane of its own, and is otherwise 0. Bytes the row should have
-    /// but has not are left out.
+    /// pixel the row holds, where every sample has a plane of its own, and is otherwise 0. Bytes that the row should
+    /// have but does not are left out.
     void place(std::span<const std::byte> stored, int plane, int pixels, int x, std::span<std::byte> row);
 
 private:

@@ -12,7 +12,7 @@ PELGRA_DECLARE_OVERRIDE(pdf_is_ocg_hidden, decltype(pdf_is_ocg_hidden))
 
 namespace {
 
-/// Deeper expressions, and those with more parts, are taken for shown.
+/// Content under deeper expressions, and those with more parts, counts as shown.
 constexpr int deepestNesting = 32;
 constexpr int mostParts = 10'000;
 

@@ -4,8 +4,8 @@
 
 #include <mupdf/fitz.h>
 
-/// Debian builds MuPDF without colour management, and it takes colours with a profile for the device's. Where a profile
-/// shows something else, its colours get a space of their own.
+/// Debian builds MuPDF without colour management, so it takes colours with a profile for the device's. Where a profile
+/// means visibly different ones, its colours get a space of their own.
 namespace Pelgra::Rendering {
 
 /// Whether the space was made for a profile.
@@ -14,8 +14,8 @@ bool hasProfile(const fz_colorspace* space);
 /// The conversion of a space that was made for a profile; null for others.
 std::shared_ptr<const ProfileConversion> conversionOf(const fz_colorspace* space) noexcept;
 
-/// Converts pixels of such a space to RGB or grey, in the same way premultiplied by their alpha where they have one. No
-/// spot colours. False where it cannot be done.
+/// Converts pixels of such a space to RGB or grey; with alpha, both sides are premultiplied. No spot colours. False
+/// where it cannot be done.
 bool convertProfilePixels(const fz_pixmap& from, fz_pixmap& to) noexcept;
 
 } // namespace Pelgra::Rendering
