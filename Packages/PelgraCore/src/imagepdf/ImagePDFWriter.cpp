@@ -35,11 +35,11 @@ std::string rowEntries(int components, int bits, int width)
         + " /BitsPerComponent " + std::to_string(bits) + " /Columns " + std::to_string(width) + ">>";
 }
 
-/// The matrix that lays the unit square a picture is painted into, turned upright, over the whole page.
+/// The matrix that maps the unit square a picture is painted into, turned upright, onto the whole page.
 std::string placement(const PDFImage& image, double pageWidth, double pageHeight)
 {
-    // The transform of the pixel grid, its terms divided by the sides of the stored and of the upright picture, is one
-    // of signs, zeros and ones.
+    // The transform of the pixel grid, its terms divided by the sides of the stored and of the upright picture,
+    // consists of zeros, ones and minus ones.
     LoadedImage turned;
     const auto stored = std::make_shared<RasterImage>();
     stored->width = 1;
@@ -50,7 +50,7 @@ std::string placement(const PDFImage& image, double pageWidth, double pageHeight
     std::string text;
     for (double term : {unit.a * pageWidth, unit.b * pageHeight, unit.c * pageWidth, unit.d * pageHeight,
                         unit.tx * pageWidth, unit.ty * pageHeight})
-        text += PDFObjectWriter::number(term + 0.0) + " "; // no minus before a zero
+        text += PDFObjectWriter::number(term + 0.0) + " "; // no negative zero
     return text;
 }
 

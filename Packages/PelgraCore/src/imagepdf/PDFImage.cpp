@@ -125,7 +125,7 @@ private:
     Bytes m_row;
 };
 
-/// Four inks passed through an encoder that takes them for colours with alpha; the bytes are the same.
+/// Four inks disguised as colours with alpha for an encoder that knows only those; the bytes are the same.
 class InkRows final : public RowSource {
 public:
     explicit InkRows(const RasterImage& image)

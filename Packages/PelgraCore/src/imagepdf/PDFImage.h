@@ -37,8 +37,8 @@ struct PDFImage {
     int componentCount() const { return model == ColorModel::gray ? 1 : model == ColorModel::rgb ? 3 : 4; }
 };
 
-/// Reads an image file for a PDF. The coded pixels of JPEG and opaque PNG files are taken over as they are, once they
-/// are known to be sound; all others are decoded and coded again without loss, on the given number of threads. Throws
+/// Reads an image file for a PDF. The coded pixels of JPEG and opaque PNG files are used as they are, once known to be
+/// sound; all others are decoded and coded again without loss, on the given number of threads. Throws
 /// EngineError::unreadable as the loader does, std::runtime_error when coding fails.
 PDFImage loadPDFImage(const std::filesystem::path& file, int threads);
 

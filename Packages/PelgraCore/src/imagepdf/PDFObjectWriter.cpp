@@ -11,7 +11,7 @@ namespace Pelgra {
 PDFObjectWriter::PDFObjectWriter(ByteSink& sink)
     : m_sink(sink)
 {
-    // The comment of bytes above 127 tells transfer programs that the file is not text.
+    // The comment with bytes above 127 tells transfer programs that the file is not text.
     write("%PDF-1.7\n%\xE2\xE3\xCF\xD3\n");
 }
 

@@ -13,7 +13,7 @@
 namespace Pelgra {
 
 /// Writes the frame of a PDF 1.7 file (ISO 32000-1, 7.5): header, numbered objects, cross-reference table and trailer.
-/// What stands in the objects is the caller's. Every function throws what the sink throws.
+/// What the objects contain is up to the caller. Every function throws what the sink throws.
 class PDFObjectWriter {
 public:
     /// Writes the header. The sink must outlive this.

@@ -12,7 +12,7 @@ namespace Pelgra {
 
 namespace {
 
-/// A picture whose metadata cannot be carried is still a picture.
+/// A picture whose metadata cannot be kept is still a picture.
 ImageMetadata filteredMetadata(const DecodedImage& decoded, const LoadedImage& loaded)
 {
     if (decoded.exif.empty() && decoded.iptc.empty() && decoded.xmp.empty())

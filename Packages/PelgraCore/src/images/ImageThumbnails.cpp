@@ -18,7 +18,7 @@ std::optional<RasterImage> imageThumbnail(const std::filesystem::path& file, int
         DecodedImage decoded = decodePicture(file, index);
         LoadedImage small;
         small.orientation = decoded.orientation;
-        // Turned only when it is small.
+        // Turned only once it is small.
         small.image = fittedInto(std::make_shared<const RasterImage>(std::move(decoded.image)),
                                  std::max(1.0, std::round(maxPixels)));
         if (!small.image)

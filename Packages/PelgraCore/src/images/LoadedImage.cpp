@@ -61,7 +61,7 @@ SharedImage LoadedImage::upright(bool flattenOntoWhite) const
             picture = std::make_shared<const RasterImage>(turnedUpright(*picture, orientation));
         return picture;
     } catch (const std::exception&) {
-        // The report the user is meant to see for a failed redraw, whatever the formats at hand.
+        // The message the user is meant to see for a failed redraw, whatever formats are involved.
         throw EngineError::unsupported(FileFormat::png);
     }
 }

@@ -25,7 +25,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-/// What the first bytes tell. HEIC and AVIF are one to the decoder, so that their brands need not be told apart.
+/// What the first bytes tell. The decoder treats HEIC and AVIF alike, so their brands need not be told apart.
 std::optional<FileFormat> formatOfContent(std::span<const std::byte> file)
 {
     const std::string_view text(reinterpret_cast<const char*>(file.data()), std::min<std::size_t>(file.size(), 4096));
@@ -86,7 +86,7 @@ DecodedImage decode(FileFormat format, std::span<const std::byte> file, int inde
     throw DecodeError("no picture");
 }
 
-/// The first bytes decide; where they say nothing, for a drawing with a long preamble, say, the name does.
+/// The first bytes decide; where they say nothing (a drawing with a long preamble, for example), the name does.
 FileFormat formatOf(const std::filesystem::path& file, std::span<const std::byte> content)
 {
     if (const std::optional<FileFormat> format = formatOfContent(content))

@@ -15,7 +15,7 @@ PicturePlacement placementOf(const DecodedImage& decoded)
     placement.dpiWidth = decoded.dpiX && isUsableResolution(*decoded.dpiX) ? *decoded.dpiX : defaultResolution;
     placement.dpiHeight = decoded.dpiY && isUsableResolution(*decoded.dpiY) ? *decoded.dpiY : placement.dpiWidth;
     if (placement.orientation >= 5)
-        std::swap(placement.dpiWidth, placement.dpiHeight); // the file speaks of the stored picture
+        std::swap(placement.dpiWidth, placement.dpiHeight); // the file means the stored picture
     return placement;
 }
 

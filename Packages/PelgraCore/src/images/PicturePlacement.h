@@ -11,7 +11,7 @@ struct PicturePlacement {
     double dpiHeight = 72; ///< dots per inch down the upright picture
 };
 
-/// Makes usable statements of what a file says; what it does not say is the usual.
+/// Turns what a file says into usable values; the usual ones stand for what it does not say.
 PicturePlacement placementOf(const DecodedImage& decoded);
 
 } // namespace Pelgra

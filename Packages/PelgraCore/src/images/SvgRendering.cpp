@@ -22,7 +22,7 @@ namespace Pelgra {
 
 namespace {
 
-/// The renderer limits its own processor time; this is for one that sleeps or a machine that is busy.
+/// The renderer limits its own processor time; this is for one that sleeps, or a busy machine.
 constexpr int waitMilliseconds = 9'500;
 
 /// An unnamed file in memory.
@@ -61,7 +61,7 @@ void readFully(int descriptor, std::span<std::byte> bytes, off_t offset)
     }
 }
 
-/// Starts the renderer with these as standard input and output, and silent.
+/// Starts the renderer, silenced, with these as standard input and output.
 pid_t start(int input, int output)
 {
     const std::string program = (moduleFolder() / "pelgra-svg-renderer").string();
@@ -82,7 +82,7 @@ pid_t start(int input, int output)
 
 void waitFor(pid_t process)
 {
-    // By number, because the C library's header cannot be used from C++ everywhere.
+    // By number, because not every C library's header can be used from C++.
     const UniqueDescriptor handle(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
     pollfd end{handle.get(), POLLIN, 0};
     // An interrupted wait starts again: signals are rare, and the renderer's own limit stands.
@@ -96,7 +96,7 @@ void waitFor(pid_t process)
     while (waitpid(process, &status, 0) < 0 && errno == EINTR) { }
 }
 
-/// The result's signature is written last, so that it alone tells success.
+/// The result's signature is written last, so it alone tells of success.
 RasterImage readResult(int descriptor)
 {
     SvgRendererResult result;

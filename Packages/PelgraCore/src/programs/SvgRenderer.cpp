@@ -26,7 +26,7 @@ void setLimit(int resource, rlim_t value)
     setrlimit(static_cast<__rlimit_resource_t>(resource), &limit);
 }
 
-/// A drawing that a person made takes a fraction of a second. Of the memory a third is the canvas at its largest.
+/// A drawing made by a person takes a fraction of a second. The largest canvas is a third of the memory.
 void limitSelf()
 {
     constexpr rlim_t processorSeconds = 6, memoryBytes = rlim_t{768} << 20;

@@ -18,11 +18,11 @@ namespace {
 using TextExtraction::Block;
 using TextExtraction::Bullet;
 
-/// Neighbouring pages read by one worker, which has opened their fonts already.
+/// Neighbouring pages that one worker reads, since it has their fonts open already.
 constexpr std::size_t longestRun = 8;
-/// Runs for each worker at least, so that all have something to do until the end.
+/// At least this many runs for each worker, so that all have something to do until the end.
 constexpr std::size_t fewestRuns = 4;
-/// Pages that may be read ahead of the one that is written next, for each worker.
+/// How many pages each worker may be ahead of the one that is written next.
 constexpr std::size_t pagesAhead = 16;
 
 /// Readers that no worker uses at the moment; each has the document open for itself.

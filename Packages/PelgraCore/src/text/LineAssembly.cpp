@@ -13,31 +13,31 @@ namespace {
 using TextExtraction::FontRun;
 using TextExtraction::Line;
 
-/// Pieces belong to one line when their baselines and the gap between them differ by no more, in font sizes. The gap
-/// takes in wide word spaces and the room after a number, but not the one between columns.
+/// Pieces belong to one line when their baselines are no further apart than this, and the gap between them no wider, in
+/// font sizes. The gap covers wide word spaces and the room after a number, but not the room between columns.
 constexpr float largestBaselineStep = 0.35F;
 constexpr float largestOverlap = 0.5F;
 constexpr float largestGap = 2.5F;
-/// Cosine of the largest angle between two directions that count as one.
+/// Cosine of the largest angle between two directions that count as the same.
 constexpr float sameDirection = 0.999F;
-/// From this gap on there is a space, in font sizes; between letters of a word there is less.
+/// A gap of at least this is a space, in font sizes; between the letters of a word there is less.
 constexpr float smallestSpace = 0.15F;
 /// A soft hyphen narrower than this is not visible.
 constexpr float smallestHyphen = 0.1F;
-/// Between paragraphs there is this much more room than between the lines of one.
+/// Between paragraphs there is at least this many times the room between the lines of one.
 constexpr float paragraphStep = 1.35F;
-/// From line to line in font sizes, where a page has too few lines to tell; and the steps that may be such at all.
+/// From line to line in font sizes, where a page has too few lines to tell; and the steps that may count as one at all.
 constexpr float usualStep = 1.3F;
 constexpr float smallestStep = 0.7F;
 constexpr float largestStep = 3.5F;
 constexpr std::size_t fewestSteps = 4;
-/// Text drawn once more within this distance, in font sizes, is drawn to look bold. Among so many pieces it is looked
-/// for.
+/// Text drawn a second time within this distance, in font sizes, is meant to look bold. It is looked for among this
+/// many pieces.
 constexpr float largestShift = 0.1F;
 constexpr std::size_t repeatReach = 8;
-/// Narrower ones show nothing.
+/// Narrower glyphs show nothing.
 constexpr float smallestGlyph = 0.01F;
-/// With this share of unknown characters a text layer is worth nothing.
+/// With this share of unknown characters a text layer is worthless.
 constexpr double unreadableShare = 0.3;
 
 bool isInvisible(char32_t code)
@@ -170,7 +170,7 @@ std::vector<VisualLine> visualLinesFrom(std::span<const TextPiece> pieces)
         line.characters.insert(line.characters.end(), piece.characters.begin(), piece.characters.end());
         line.start = std::min(line.start, extent.start);
         line.end = std::max(line.end, extent.end);
-        // Raised and lowered characters do not carry the line with them.
+        // Raised and lowered characters do not move the line.
         if (extent.size >= line.size)
             line.baseline = piece.baseline;
         line.size = std::max(line.size, extent.size);
@@ -181,7 +181,7 @@ std::vector<VisualLine> visualLinesFrom(std::span<const TextPiece> pieces)
 bool isMostlyRightToLeft(std::span<const VisualLine> lines)
 {
     if (std::ranges::none_of(lines, [](const VisualLine& line) { return hasRightToLeft(line.characters); }))
-        return false; // most pages; the letters need not be counted
+        return false; // true of most pages; the letters need not be counted
     std::size_t rightToLeft = 0;
     std::size_t letters = 0;
     for (const VisualLine& line : lines) {
@@ -234,7 +234,7 @@ void dropTrailingBlanks(std::vector<PlacedCharacter>& characters)
         characters.pop_back();
 }
 
-/// Justified text has a blank and more room after it. Blanks at the start of a line are its indentation.
+/// Justified text has a blank with more room after it. Blanks at the start of a line are its indentation.
 void dropDoubledBlanks(std::vector<PlacedCharacter>& characters)
 {
     const auto isBlank = [](const PlacedCharacter& character) {
@@ -246,7 +246,7 @@ void dropDoubledBlanks(std::vector<PlacedCharacter>& characters)
     characters.erase(end, characters.end());
 }
 
-/// What is left for a reader: soft hyphens resolved, invisible characters gone.
+/// What a reader sees: soft hyphens resolved, invisible characters gone.
 void makeReadable(std::vector<PlacedCharacter>& characters)
 {
     std::erase_if(characters, [](const PlacedCharacter& character) {
@@ -262,7 +262,7 @@ void makeReadable(std::vector<PlacedCharacter>& characters)
             && std::abs(character.end - character.start) < smallestHyphen * character.size;
     });
     for (PlacedCharacter& character : characters) {
-        if (character.code == Unicode::softHyphen) // it takes room, so it is drawn and meant
+        if (character.code == Unicode::softHyphen) // it takes up room, so it is visible and meant
             character.code = U'-';
         character.code = withoutPrivateCode(character.code);
     }

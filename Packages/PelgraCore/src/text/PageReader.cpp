@@ -18,7 +18,7 @@ namespace {
 using TextExtraction::RecognizedLine;
 using TextExtraction::RecognizedParagraph;
 
-/// Scans are drawn at 300 dots per inch, what recognition is made for, but no larger than an A3 page at that; 81
+/// Scans are drawn at the 300 dots per inch that recognition is made for, but no larger than an A3 page would be; 81
 /// million pixels took the recogniser 900 MB.
 constexpr double pixelsPerInch = 300;
 constexpr double pointsPerInch = 72;
@@ -34,7 +34,7 @@ std::ptrdiff_t pagesThatFitMemory()
     return std::clamp(static_cast<std::ptrdiff_t>(memory / 4 / memoryPerPage), std::ptrdiff_t{1}, mostPagesAtOnce);
 }
 
-/// Less difference between the darkest and the lightest pixel shows nothing that could be read.
+/// With less difference than this between its darkest and lightest pixel a page has nothing to read.
 constexpr int smallestContrast = 16;
 
 bool isBlank(const GrayPicture& picture)
@@ -85,7 +85,7 @@ RecognitionSession* DocumentRecognition::session()
         try {
             m_session = module<RecognitionModule>("recognition").openSession();
         } catch (const std::exception&) {
-            // Without the module it is as if no language was installed.
+            // Without the module it is as if no language were installed.
         }
     });
     return m_session.get();
@@ -115,7 +115,7 @@ PageContent PageReader::read(int pageIndex, const std::stop_token& stop)
         content.lines = linesFrom(m_document->textPieces(pageIndex, stop));
         if (!isReadable(content.lines)) {
             content.paragraphs = recognize(pageIndex, stop);
-            // A text layer of mostly unknown characters may still say more.
+            // A text layer of mostly unknown characters may still say more than the recogniser.
             if (knownCharactersOf(content.paragraphs) >= knownCharactersOf(content.lines))
                 content.lines.clear();
             else

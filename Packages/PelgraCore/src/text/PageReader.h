@@ -24,7 +24,7 @@ public:
     std::vector<TextExtraction::RecognizedLine> read(std::unique_ptr<PageRecognizer>& recognizer,
                                                      const GrayPicture& picture, const std::stop_token& stop);
 
-    /// Waits until there is memory for one more page to be drawn and recognised.
+    /// Its permits are the pages there is memory for, each drawn and recognised.
     std::counting_semaphore<>& pagesAtOnce() { return m_pagesAtOnce; }
 
     /// Whether a page could not be read because no language is installed.
@@ -39,7 +39,7 @@ private:
     std::counting_semaphore<> m_pagesAtOnce;
 };
 
-/// What a page says: lines of its text layer or, of a page without one, paragraphs read from its picture.
+/// What a page says: the lines of its text layer or, without one, the paragraphs read from its picture.
 struct PageContent {
     std::vector<TextExtraction::Line> lines;
     std::vector<TextExtraction::RecognizedParagraph> paragraphs;

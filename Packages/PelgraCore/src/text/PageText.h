@@ -9,7 +9,7 @@
 #include <vector>
 
 /// From the characters a page shows to its lines. The order is that of the page's contents, which keeps columns apart;
-/// within a line that holds right-to-left text, where the characters stand decides.
+/// within a line that holds right-to-left text, the places of the characters decide.
 namespace Pelgra {
 
 /// The lines of a page: pieces of one visual line put together with spaces where there are gaps, right-to-left text in
@@ -18,7 +18,7 @@ namespace Pelgra {
 std::vector<TextExtraction::Line> linesFrom(std::span<const TextPiece> pieces);
 
 /// Whether the lines hold the page's text. Not when they are blank, nor when the fonts do not tell what most of the
-/// characters mean: such a page reads better from its picture.
+/// characters mean: such a page is better read from its picture.
 bool isReadable(std::span<const TextExtraction::Line> lines);
 
 /// The characters that are neither white space nor unknown.

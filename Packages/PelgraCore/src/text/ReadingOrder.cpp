@@ -68,11 +68,11 @@ bool isNearer(const PlacedCharacter& mark, const PlacedCharacter& previous, cons
     return std::abs(middleOf(mark) - middleOf(previous)) <= std::abs(middleOf(mark) - middleOf(next));
 }
 
-/// Marks go to the neighbour in the contents that stands nearest, before or after them.
+/// Marks go to whichever neighbour in the contents, before or after them, is nearest on the page.
 std::vector<Cluster> clustersFrom(std::span<const PlacedCharacter> characters)
 {
     std::vector<Cluster> clusters;
-    std::vector<PlacedCharacter> marks; // whose character may still come
+    std::vector<PlacedCharacter> marks; // whose character may be yet to come
     for (const PlacedCharacter& character : characters) {
         if (isMark(character.code)) {
             marks.push_back(character);
@@ -98,7 +98,7 @@ std::vector<Cluster> clustersFrom(std::span<const PlacedCharacter> characters)
     return clusters;
 }
 
-/// Whole words may be given to one glyph, in reading order; then the places of their letters say nothing.
+/// One glyph may stand for whole words, in reading order; then the places of their letters say nothing.
 bool placesTellOrder(const std::vector<Cluster>& clusters)
 {
     std::ptrdiff_t placed = 0;

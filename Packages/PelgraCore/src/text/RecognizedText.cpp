@@ -21,8 +21,8 @@ double medianHeightOf(std::span<const RecognizedLine> lines)
     return *middle;
 }
 
-/// What stands for a bullet at the start of a line. A cent sign is never followed by a blank there; the others are
-/// words or signs of their own and need a sure bullet above or below, as far from the left.
+/// What stands for a bullet at the start of a line. A real cent sign is never followed by a blank there; the others may
+/// be words or signs in their own right and need a sure bullet above or below, as far from the left.
 constexpr char32_t sureBullet = U'\u00A2';
 constexpr std::u32string_view likelyBullets = U"\u00A9\u00AE\u00AB\u00BBeoO0@";
 constexpr double sameMargin = 0.01;

@@ -16,10 +16,10 @@ constexpr double leastLetterShare = 0.8;
 /// Gaps up to this many times the usual one are between letters, and those between words are clearly wider.
 constexpr float letterGapSpread = 1.5F;
 constexpr float wordGapFactor = 1.5F;
-/// The letters of words for each word at least; a row of single letters in groups has fewer.
+/// At least this many letters for each word; a row of single letters in groups has fewer.
 constexpr std::size_t gapsForEachWord = 3;
-/// With all gaps alike these may be single letters as well; then only gaps narrower than any blank are closed. In font
-/// sizes.
+/// Where all gaps are alike these may just as well be single letters; then only gaps narrower than any blank are
+/// closed. In font sizes.
 constexpr float narrowestBlank = 0.2F;
 
 /// Between two neighbours that can be seen.
@@ -48,7 +48,7 @@ std::vector<Gap> gapsIn(const std::vector<PlacedCharacter>& characters)
     return gaps;
 }
 
-/// The widest gap between letters; 0 where the line is none of spaced letters.
+/// The widest gap between letters; 0 where the letters of the line are not spaced.
 float widestLetterGap(std::vector<Gap> gaps)
 {
     std::ranges::sort(gaps, {}, &Gap::width);

@@ -10,7 +10,7 @@ namespace Pelgra::TextExtraction {
 
 namespace {
 
-/// A heading is so many times larger than the body text.
+/// A heading is at least this many times larger than the body text.
 constexpr double headingScale = 1.3;
 constexpr double topHeadingScale = 1.8;
 constexpr std::size_t longestHeading = 200;
