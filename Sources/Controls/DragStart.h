@@ -7,8 +7,8 @@
 
 namespace Pelgra {
 
-/// Tells the beginning of a drag from a click, for what a window manager is to do with the window. One that hears of it
-/// when the button is already up would take the window along with the pointer until the next click.
+/// Tells the beginning of a drag from a click, before a window manager is asked to move or resize the window. One that
+/// hears of it when the button is already up would drag the window along with the pointer until the next click.
 class DragStart {
 public:
     void press(const QMouseEvent& event)

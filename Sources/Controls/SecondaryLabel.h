@@ -5,8 +5,8 @@
 
 namespace Pelgra {
 
-/// Text that stands back behind the rest. Its colour is the palette's text, paler: some desktops give programs a
-/// palette whose own colour for that (of placeholders) is the one of another appearance.
+/// Text that is less prominent than the rest. Its colour is the palette's text colour, paler: some desktops hand out a
+/// palette whose own colour for this (that of placeholders) belongs to another appearance.
 class SecondaryLabel : public QLabel {
 public:
     explicit SecondaryLabel(const QString& text, QWidget* parent = nullptr);

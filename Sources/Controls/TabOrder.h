@@ -4,8 +4,8 @@
 
 class QWidget;
 
-/// The order in which the Tab key visits the controls of a window: as one reads, whatever the order they were made in.
-/// Items of lists come and go and change places, so the toolkit's own order would soon be none.
+/// The order in which the Tab key visits the controls of a window: as one reads, whatever the order in which they were
+/// created. Items of lists come and go and change places, so the toolkit's own order would soon make no sense.
 namespace Pelgra::TabOrder {
 
 /// The visible, enabled controls below the widget that take the focus by Tab: each container's children from the top

@@ -15,7 +15,7 @@ DragMonitor::DragMonitor(DragSource& source, QObject* parent)
     , keys([] { return WheelKeys{}; })
     , m_source(source)
 {
-    // A coarse timer of this length would be stretched and bundled unevenly.
+    // A coarse timer of this interval would be stretched and would fire unevenly.
     m_timer.setTimerType(Qt::PreciseTimer);
     m_timer.setInterval(samplingIntervalMilliseconds);
     connect(&m_timer, &QTimer::timeout, this, &DragMonitor::tick);
@@ -34,7 +34,7 @@ void DragMonitor::start()
         tick();
     };
     m_timer.start();
-    tick(); // the baseline is now, however late the first timeout comes
+    tick(); // the baseline is now, however late the first timeout is
     qCInfo(dragLog, "Drag monitor started");
 }
 

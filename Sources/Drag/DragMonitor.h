@@ -21,7 +21,7 @@ public:
     explicit DragMonitor(DragSource& source, QObject* parent = nullptr);
     ~DragMonitor() override;
 
-    /// Begins sampling. Has no effect a second time.
+    /// Begins sampling. Does nothing the second time.
     void start();
 
     /// Receives every event, in order.

@@ -28,7 +28,7 @@ struct DragSessionMachine {
     std::vector<DragEvent> step(std::int64_t changeCount, bool buttonDown, ModifierFlags flags,
                                 const FileReader& fileURLs);
 
-    /// Forgets the session without an event: the same drag starts none again, and its end goes unreported.
+    /// Forgets the session without an event: the same drag does not start another, and its end goes unreported.
     void cancel();
 
     bool operator==(const DragSessionMachine&) const = default;

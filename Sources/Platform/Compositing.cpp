@@ -26,7 +26,7 @@ bool isActive()
 
 QRegion maskFor(const QPainterPath& shape, QSize size)
 {
-    // Drawn, since a region made of the path's polygon cuts its right and lower corners straight.
+    // Drawn, since a region made from the path's polygon has straight cuts at its right and lower corners.
     QBitmap mask(size);
     mask.clear();
     QPainter(&mask).fillPath(shape, Qt::color1);

@@ -9,13 +9,13 @@ namespace Pelgra {
 
 class WheelSurface;
 
-/// Whether windows may be translucent, as every window of the application needs to know it. Main thread.
+/// Whether windows may be translucent, which every window of the application needs to know. Main thread.
 namespace Compositing {
 
-/// Tells where to ask; null for nowhere. The surface outlives its use here.
+/// Sets whom to ask; null for nobody. The surface outlives its use here.
 void follow(const WheelSurface* surface);
 
-/// Whether translucent windows and fading work now; false as long as nobody can tell.
+/// Whether translucent windows and fading work now; false while nobody can tell.
 bool isActive();
 
 /// The mask that cuts a window of this size to a shape where nothing composites.

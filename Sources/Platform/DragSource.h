@@ -11,7 +11,7 @@
 
 namespace Pelgra {
 
-/// The global state that tells of drags between any applications of the desktop. One per process, main thread only.
+/// The global state that reveals drags between any applications of the desktop. One per process, main thread only.
 /// Nothing here ever waits for the application that drags.
 class DragSource {
 public:
@@ -36,8 +36,8 @@ public:
     /// The modifiers that are down at this moment, drag or not; asks the desktop.
     virtual ModifierFlags modifierFlagsNow() { return modifierFlags(); }
 
-    /// The dragged files in the source's order, links as they are; empty until they are known, and for drags that
-    /// hold no file.
+    /// The dragged files in the source's order, links as they are; empty until they are known, and for drags without
+    /// files.
     virtual std::vector<std::filesystem::path> fileURLs() = 0;
 
     /// Where the pointer is now, in Qt's global logical coordinates (y down).
@@ -47,7 +47,7 @@ public:
     /// called at any time except inside refresh().
     std::function<void()> onNews;
 
-    /// Escape was pressed while a drag was under way. Drops of this drag are refused from here on.
+    /// Escape was pressed while a drag was under way. Drops of this drag are refused from now on.
     std::function<void()> onEscape;
 };
 

@@ -13,7 +13,7 @@ std::vector<std::filesystem::path> filesOfUriList(std::string_view list)
         const std::size_t end = std::min(list.find('\n'), list.size());
         std::string_view line = list.substr(0, end);
         list.remove_prefix(std::min(end + 1, list.size()));
-        // Some sources count the zero at the end of their text as a part of it.
+        // Some sources count the zero at the end of their text as part of it.
         while (!line.empty() && (line.back() == '\r' || line.back() == '\0'))
             line.remove_suffix(1);
         if (line.empty() || line.front() == '#')

@@ -6,7 +6,8 @@
 
 namespace Pelgra {
 
-/// The files of a text/uri-list (RFC 2483) in its order; comments and whatever is no file of this machine are left out.
+/// The files of a text/uri-list (RFC 2483) in its order; comments and whatever is not a file of this machine are left
+/// out.
 std::vector<std::filesystem::path> filesOfUriList(std::string_view list);
 
 } // namespace Pelgra

@@ -11,10 +11,10 @@ class QWidget;
 
 namespace Pelgra {
 
-/// What a surface delivers a foreign drag to; the wheel's view implements it. Main thread. Points are logical pixels
-/// from the top-left corner of the attached widget, y down. Calls may come up to half a second after the widget was
-/// hidden: the drop of a drag often arrives after the release of the button was seen, so what canDrop() and drop()
-/// answer from must outlast hiding.
+/// Where a surface delivers drags from other applications; the wheel's view implements it. Main thread. Points are
+/// logical pixels from the top-left corner of the attached widget, y down. Calls may come up to half a second after the
+/// widget was hidden: the drop of a drag often arrives after the release of the button was seen, so what canDrop() and
+/// drop() answer from must outlast hiding.
 class DropTarget {
 public:
     DropTarget() = default;
@@ -55,9 +55,9 @@ public:
     /// pixels of the widget, y down.
     virtual void setInputRegion(const QRegion& logical) = 0;
 
-    /// All that the wheel paints, in the same coordinates. It is more than the input region: the cards and the capsule
-    /// in the hole of the ring are seen but not hit. Without a compositing manager the window is cut down to it (its
-    /// bounding shape); with one it does not matter.
+    /// Everything the wheel paints, in the same coordinates. It is more than the input region: the cards and the
+    /// capsule in the hole of the ring are visible but cannot be hit. Without a compositing manager the window is cut
+    /// down to it (its bounding shape); with one it does not matter.
     virtual void setPaintedRegion(const QRegion& logical) = 0;
 
     /// Whether translucent windows and fading work now.

@@ -14,8 +14,8 @@ namespace Pelgra::WheelAccessible {
 
 namespace {
 
-/// One petal, identified by its place in the ring. What it says is asked of the view each time, so it stays right when
-/// the petals change.
+/// One petal, identified by its place in the ring. It asks the view each time, so it stays right when the petals
+/// change.
 class PetalButton final : public QAccessibleInterface, public QAccessibleActionInterface {
 public:
     PetalButton(WheelView* view, int petal)

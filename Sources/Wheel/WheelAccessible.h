@@ -7,7 +7,7 @@ class WheelView;
 /// The wheel for screen readers: a group with one button for each petal, named like its label. Main thread.
 namespace WheelAccessible {
 
-/// Makes every WheelView accessible. Once is enough, more do no harm.
+/// Makes every WheelView accessible. Once is enough; more often does no harm.
 void install();
 
 /// The view shows other petals.

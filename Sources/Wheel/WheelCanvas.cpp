@@ -66,8 +66,8 @@ WheelCanvas::WheelCanvas(WheelView* owner)
 
 void WheelCanvas::paintEvent(QPaintEvent* event)
 {
-    // Several translucent layers lie upon each other; with 8 bits each would be rounded, and the soft gradients would
-    // show stripes. 16 bits cost no more time here.
+    // Several translucent layers lie on top of each other; with 8 bits each would be rounded, and the soft gradients
+    // would show bands. 16 bits cost no more time here.
     const double scale = devicePixelRatioF();
     QImage layer(size() * scale, QImage::Format_RGBA64_Premultiplied);
     layer.setDevicePixelRatio(scale);

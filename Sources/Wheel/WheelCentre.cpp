@@ -49,7 +49,8 @@ std::vector<Card> cards(const WheelContent& content, QPointF center)
     std::vector<Card> result;
     const auto add = [&](const QImage& picture, double frame, QPointF shift, double degrees) {
         const QRectF box = cardBox(picture, frame);
-        // Cards look out of the capsule's upper edge, like papers out of a pocket; lower ones are pulled out further.
+        // Cards stick out of the capsule's upper edge, like papers out of a pocket; shorter ones are pulled out
+        // further.
         const double lift = 27 + (64 - box.height()) / 4;
         const QPointF middle = center + shift - QPointF(0, lift);
         result.push_back({&picture, box, QTransform::fromTranslate(middle.x(), middle.y()).rotate(degrees)});
@@ -112,8 +113,8 @@ void paintCapsule(QPainter& painter, const Capsule& capsule)
 {
     constexpr double radius = 18;
     SoftShadow{gray(0, 0.12), {0, 1}, 6}.paint(painter, capsule.box, radius);
-    // A rim and the frost that the ring has too: it stands out on white, and whatever lies below does not spell into
-    // the text.
+    // A rim and the frost that the ring has too: it stands out on white, and whatever lies below does not run into the
+    // text.
     painter.fillPath(roundedRect(capsule.box.adjusted(-0.75, -0.75, 0.75, 0.75), radius + 0.75), gray(0.3, 0.16));
     painter.fillPath(roundedRect(capsule.box, radius), QColor::fromRgbF(0.93F, 0.94F, 0.95F, 0.93F));
     painter.setBrush(gray(1, 0.72));

@@ -10,7 +10,7 @@
 
 class QPainter;
 
-/// What stands in the hole of the ring: the dragged files as small cards, and the capsule that tells their size or
+/// What stands in the hole of the ring: the dragged files as small cards, and the capsule that shows their size or
 /// number, or names the petal under the pointer. View coordinates, y down.
 namespace Pelgra::WheelCentre {
 

@@ -11,14 +11,14 @@
 
 namespace Pelgra {
 
-/// All that the wheel's picture depends on.
+/// Everything the wheel's picture depends on.
 struct WheelContent {
     std::vector<WheelPetal> petals;
     WheelLayout layout;
     std::optional<int> highlightedIndex; ///< the petal under the pointer
     QString emptyMessage; ///< shown when there are no petals
     QString summary; ///< the dragged files in a few words
-    std::vector<QImage> thumbnails; ///< of the first files, at most two; icons until the pictures are there
+    std::vector<QImage> thumbnails; ///< of the first two files at most; icons until the pictures are there
     bool isCompositing = true; ///< whether what lies below the window shines through
 
     /// The petal under the pointer, or null.

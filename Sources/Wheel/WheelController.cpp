@@ -23,13 +23,13 @@ namespace Pelgra {
 
 namespace {
 
-/// Files whose pictures stand in the centre.
+/// How many files have their pictures in the centre.
 constexpr std::size_t mostThumbnails = 2;
 
 /// The side of a thumbnail in logical pixels: twice that of the largest card.
 constexpr int thumbnailSide = 128;
 
-/// How long a wheel waits for the size of a file: it is not to be painted twice, nor to stand still.
+/// How long a wheel waits for the size of a file: long enough to rarely be painted twice, too short to be noticed.
 constexpr int patienceMilliseconds = 8;
 
 int thumbnailPixels()
@@ -160,7 +160,7 @@ void WheelController::loadCentre()
 
 void WheelController::loadSummary()
 {
-    // The file may lie on a disk that sleeps or beyond a network that is down: what is not known at once comes later.
+    // The file may be on a sleeping disk or behind a network that is down: what is not known at once comes later.
     struct Answer {
         QString text;
         QSemaphore isKnown;

@@ -53,11 +53,11 @@ public:
     /// Where the pointer is; Qt's own answer until replaced.
     std::function<QPoint()> pointer;
 
-    /// The words about the files in the centre. Called in any thread: it may look at the files.
+    /// The words about the files in the centre. Called on any thread: it may look at the files.
     std::function<QString(const std::vector<std::filesystem::path>&)> summaryOf;
 
 private:
-    /// Paints a wheel that nobody sees: the first one would wait for fonts, symbols and shadows otherwise.
+    /// Paints a wheel that nobody sees: otherwise the first real one would wait for fonts, symbols and shadows.
     void rehearse();
     void configureView();
     void loadCentre();
@@ -69,7 +69,7 @@ private:
     std::optional<WheelKind> m_kind;
     std::vector<std::filesystem::path> m_urls; ///< of the drag
     std::vector<std::filesystem::path> m_thumbnailURLs; ///< shown in the centre
-    QUuid m_thumbnailToken; ///< of the latest load; answers with another are late
+    QUuid m_thumbnailToken; ///< of the latest load; answers with another token are late
 };
 
 } // namespace Pelgra

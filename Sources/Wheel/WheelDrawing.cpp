@@ -102,7 +102,7 @@ void paintPetal(QPainter& painter, const WheelLayout& layout, int petal, bool is
     painter.strokePath(outline, pen);
 }
 
-/// The nearest point that a picture can be drawn at without being resampled.
+/// The nearest point at which a picture can be drawn without being resampled.
 QPointF onDevicePixels(QPointF point, double scale)
 {
     return {std::round(point.x() * scale) / scale, std::round(point.y() * scale) / scale};
@@ -215,7 +215,8 @@ void paintBackdrop(QPainter& painter, const WheelContent& content, const QRectF&
         }
         painter.fillPath(activePath(content, bounds), frost(true));
     } else {
-        // The window's shape cuts this down to what the wheel covers. Its hard edge looks meant with a line along it.
+        // The window's shape cuts this down to what the wheel covers. A line along its hard edge makes that look
+        // intended.
         painter.fillRect(bounds, frost(false));
         painter.strokePath(activePath(content, bounds), QPen(QColor(140, 146, 158), 3));
     }
@@ -225,7 +226,7 @@ QRect petalRect(const WheelContent& content, int petal, const QRectF& bounds)
 {
     const QTransform toView = wheelToView(bounds);
     const QRectF outline = toView.map(content.layout.pathForPetal(petal)).boundingRect();
-    // Labels of narrow petals may reach over their sides.
+    // Labels of narrow petals may overhang their sides.
     const QPointF label = toView.map(content.layout.labelPoint(petal));
     const double width = textSize(content.petals[static_cast<std::size_t>(petal)].label(), largestLabelFont()).width();
     const QRectF text(label.x() - width / 2, label.y() - 2, width, 4);

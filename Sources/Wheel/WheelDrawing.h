@@ -24,7 +24,7 @@ void paintWheel(QPainter& painter, const WheelContent& content, const QRectF& bo
 /// Where a petal and its label are painted.
 QRect petalRect(const WheelContent& content, int petal, const QRectF& bounds);
 
-/// The wash of a petal before its alpha: from a warm tone at the top to a cool one at the bottom.
+/// The tint of a petal before its alpha: from a warm tone at the top to a cool one at the bottom.
 QColor tintForPetal(int petal, const WheelLayout& layout);
 
 /// The capsule around the message of an empty wheel.

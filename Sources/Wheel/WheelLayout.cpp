@@ -18,9 +18,9 @@ QPointF polar(double radius, double angle)
     return {radius * std::cos(angle), radius * std::sin(angle)};
 }
 
-/// Appends an arc, counter-clockwise where sweep is positive, that starts where the path ends. In cubic curves of an
-/// eighth of a turn at most: unlike QPainterPath::arcTo, their ends lie on the circle exactly, and between them they
-/// leave it by less than a thousandth of a pixel.
+/// Appends an arc, counter-clockwise where sweep is positive, that starts where the path ends. Made of cubic curves of
+/// at most an eighth of a turn: unlike those of QPainterPath::arcTo, their ends lie exactly on the circle, and between
+/// them they stray from it by less than a thousandth of a pixel.
 void addArc(QPainterPath& path, QPointF center, double radius, double start, double sweep)
 {
     const int pieces = std::max(1, static_cast<int>(std::ceil(std::abs(sweep) / (pi / 4))));

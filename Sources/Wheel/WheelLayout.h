@@ -13,15 +13,15 @@ class QSize;
 
 namespace Pelgra {
 
-/// The geometry of the wheel: a ring of equal sectors (petals) around a centre, parted by straight gaps, each with four
-/// rounded corners. Lengths are logical pixels, angles radians. The origin is the wheel's centre and y points up;
+/// The geometry of the wheel: a ring of equal sectors (petals) around a centre, separated by straight gaps, each with
+/// four rounded corners. Lengths are logical pixels, angles radians. The origin is the wheel's centre and y points up;
 /// wheelToView() and wheelPointAt() are the only way between this and Qt's y-down widgets.
 struct WheelLayout {
     int petalCount = 0;
     double outerRadius = 136;
     double innerRadius = 52;
     double gap = 4; ///< full width between neighbouring petals
-    double cornerRadius = 12; ///< as wished; thin rings get less
+    double cornerRadius = 12; ///< as asked for; thin rings get less
     double ringPadding = 7; ///< what the ring's backdrop and the window's shape add on either side
 
     bool operator==(const WheelLayout&) const = default;

@@ -17,8 +17,8 @@ namespace {
 constexpr int fadeInMilliseconds = 120;
 constexpr int fadeOutMilliseconds = 100;
 
-/// In a drag the window manager is left out: no placing, no animation, no focus. A wheel that is operated by keyboard
-/// needs it, since unmanaged windows get no focus.
+/// During a drag the window manager is left out: no placing, no animation, no focus. A wheel that is operated by
+/// keyboard needs it, since unmanaged windows get no focus.
 Qt::WindowFlags flagsFor(bool allowsKey)
 {
     const Qt::WindowFlags common =
@@ -47,7 +47,7 @@ WheelPanel::WheelPanel(WheelSurface& surface, QWidget* parent)
         if (!m_isShown)
             hide();
     });
-    // The window exists from here on, so that showing it takes no detour.
+    // The window exists from here on, so showing it does not have to create it.
     winId();
     m_surface.attach(this, m_view);
     m_surface.onCompositingChanged = [this] {
@@ -78,7 +78,7 @@ void WheelPanel::applyFlags()
     const Qt::WindowFlags flags = flagsFor(m_allowsKey);
     if (flags == windowFlags())
         return;
-    // A window that still fades out changes while nobody sees it.
+    // A window that is still fading out must not change in view.
     hide();
     // Changing the flags through the widget would make a new window, unknown to the surface.
     overrideWindowFlags(flags);

@@ -27,7 +27,7 @@ public:
     /// Moves the panel's middle to a point of the desktop (logical, y down), as far as the screen there allows.
     void centerOn(QPoint point);
 
-    /// Whether the panel may take the focus; true only for a wheel without a drag. Counts from the next fadeIn() on.
+    /// Whether the panel may take the focus; true only for a wheel without a drag. Takes effect with the next fadeIn().
     bool allowsKey() const { return m_allowsKey; }
     void setAllowsKey(bool allows) { m_allowsKey = allows; }
 

@@ -46,6 +46,6 @@ std::size_t std::hash<Pelgra::WheelPetal>::operator()(const Pelgra::WheelPetal& 
 {
     const Pelgra::FileFormat* format = petal.asFormat();
     const std::size_t payload = std::hash<std::string_view>()(format ? format->rawValue() : petal.asTool()->rawValue());
-    // The case goes in too, so that a format and a tool of equal payload text would differ.
+    // The case is part of it, so that a format and a tool with the same payload text differ.
     return payload * 31 + (format ? 0 : 1);
 }

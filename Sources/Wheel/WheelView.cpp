@@ -114,7 +114,7 @@ QRegion WheelView::activeRegion() const
 
 QRegion WheelView::paintedRegion() const
 {
-    // Regions are united, not their paths: that takes longer than painting does.
+    // Regions are united, not their paths: uniting paths takes longer than painting them.
     QRegion region = activeRegion();
     if (!m_content.petals.empty()) {
         for (const QPainterPath& outline : WheelCentre::outlines(m_content, rect().toRectF().center()))

@@ -46,7 +46,7 @@ public:
     /// event loop, onActivate is called.
     void activate(int petal);
 
-    /// The files used when a petal is clicked, or when a drop brings none; only a wheel without a drag has some.
+    /// The files used when a petal is clicked, or when a drop brings none; only a wheel without a drag has any.
     std::vector<std::filesystem::path> fallbackURLs;
 
     PetalChosen onActivate; ///< always called from the event loop, never inside a handler
@@ -56,7 +56,7 @@ public:
     std::function<void()> onRegionsChanged; ///< activeRegion() or paintedRegion() changed
     std::function<void()> playTick;
 
-    /// Where the wheel is hit by pointer and drags, in this widget's coordinates.
+    /// Where the pointer and drags hit the wheel, in this widget's coordinates.
     QRegion activeRegion() const;
     /// Everything the wheel covers.
     QRegion paintedRegion() const;
@@ -83,7 +83,7 @@ private:
     void modifiersChanged(const QKeyEvent& event);
     void scheduleActivation(const WheelPetal& petal, std::vector<std::filesystem::path> files);
     void repaintAll();
-    /// Repaints what the present highlight touches.
+    /// Repaints what the current highlight touches.
     void repaintHighlight();
 
     WheelContent m_content;

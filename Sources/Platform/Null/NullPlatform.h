@@ -4,7 +4,7 @@
 
 namespace Pelgra {
 
-/// Sees no drag and knows the pointer of this process only: for sessions without X11, and for tests.
+/// Sees no drags and knows only this process's pointer: for sessions without X11, and for tests.
 class NullDragSource final : public DragSource {
 public:
     void refresh() override { }

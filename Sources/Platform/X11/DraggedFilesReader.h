@@ -12,11 +12,11 @@ namespace Pelgra {
 
 /// Reads the files of a drag between other clients while it is under way, without ever waiting for the source.
 ///
-/// A source may refuse a reader that is not the current drop target. GTK and Qt 5 answer anybody. Qt 6 answers only
-/// a request that carries the time of its latest message to a drop target (no message yet: no time at all), or one that
-/// comes from a window inside the current drop target. So these are tried in turn: no time; no time from inside the
-/// drop-aware window below the pointer; the times of the latest pointer movements, one of which is that message's; once
-/// in a drag, all times since its beginning, for a source too busy to take the movement's.
+/// A source may refuse a reader that is not the current drop target. GTK and Qt 5 answer anybody. Qt 6 answers only a
+/// request that carries the time of its latest message to a drop target (before the first message: no time at all), or
+/// one that comes from a window inside the current drop target. So these are tried in turn: no time; no time from
+/// inside the drop-aware window below the pointer; the times of the latest pointer movements, one of which is that
+/// message's; once in a drag, all times since its beginning, for a source too busy to use the movement's.
 class DraggedFilesReader {
 public:
     explicit DraggedFilesReader(XcbConnection& connection)
@@ -60,7 +60,7 @@ private:
     std::vector<xcb_timestamp_t> m_untried; ///< newest last
     xcb_timestamp_t m_timesTried = 0; ///< from the beginning of the drag, one by one
     bool m_askedForTargets = false;
-    bool m_knowsNoFiles = false; ///< the source listed its types, and files are not among them
+    bool m_knowsNoFiles = false; ///< the source listed its types, and none of them is for files
     std::chrono::steady_clock::time_point m_restUntil;
     std::vector<std::filesystem::path> m_files;
 };

@@ -4,7 +4,7 @@ namespace Pelgra {
 
 namespace {
 
-/// Far above any list of files, far below what would hurt: what a hostile source may make us hold.
+/// The most a hostile source can make us hold: far above any list of files, far below what would hurt.
 constexpr std::size_t greatestSize = std::size_t{64} << 20;
 
 constexpr std::uint8_t sentEventBit = 0x80;

@@ -53,7 +53,8 @@ void X11DragSource::watchAlways()
 
 void X11DragSource::refresh()
 {
-    // Count and button must be of one moment: taken before a drag began and told after it, "button up" would end it.
+    // Count and button must be of the same moment: "button up", read before a drag began and reported after it, would
+    // end it.
     std::int64_t countBefore = 0;
     do {
         countBefore = m_changeCount;
@@ -65,7 +66,7 @@ void X11DragSource::refresh()
     m_reader.proceed();
 }
 
-// A round trip to the server alone: it never waits for a client, and takes some 0.1 ms.
+// A round trip to the server only: it never waits for a client, and takes about 0.1 ms.
 XcbOwned<xcb_query_pointer_reply_t> X11DragSource::queryPointer() const
 {
     return XcbOwned<xcb_query_pointer_reply_t>(xcb_query_pointer_reply(
@@ -89,7 +90,7 @@ void X11DragSource::takeSample()
             return;
     }
     const XcbOwned<xcb_query_pointer_reply_t> pointer = queryPointer();
-    // Set before the reports are read: those of presses that the mask shows already then count as seen.
+    // Set before the reports are read, so that those of presses that the mask already shows count as seen.
     if (pointer)
         m_latestModifiers = pointer->mask & modifierMask;
     drain();
@@ -145,7 +146,7 @@ void X11DragSource::dragBegan(const xcb_xfixes_selection_notify_event_t& event)
     if (event.selection != m_connection.atoms().xdndSelection || event.owner == XCB_WINDOW_NONE)
         return;
     m_reader.stop();
-    // Waiting for ourselves would be fatal, and the files of our own windows are no input of the wheel.
+    // Waiting for ourselves would be fatal, and files dragged out of our own windows are not for the wheel.
     if (XcbConnection::isWindowOf(event.owner, m_ownSetup))
         return;
     ++m_changeCount;
@@ -156,7 +157,7 @@ void X11DragSource::dragBegan(const xcb_xfixes_selection_notify_event_t& event)
     if (m_keyboardChanged)
         resolveKeyboard();
     watchTheDrag(true);
-    // At once, while a source of Qt 6 has most likely not spoken to a drop target yet.
+    // At once, while a Qt 6 source has most likely not yet sent a message to a drop target.
     m_reader.begin(event.selection_timestamp);
 }
 

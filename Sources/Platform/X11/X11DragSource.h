@@ -15,7 +15,7 @@ namespace Pelgra {
 /// Drags between the X11 clients of a display, seen from outside.
 ///
 /// A drag begins when a client takes the XDND selection; the XFixes extension reports it even where the same window
-/// takes it again. Button and modifiers come from a query of the pointer, which holds during other clients' grabs.
+/// takes it again. Button and modifiers come from a query of the pointer, which works during other clients' grabs.
 /// A modifier tapped between two samples would be missed, so the XKB extension's report of the press is kept for the
 /// next one. While a drag is under way raw key presses are watched too, for Escape.
 class X11DragSource final : public DragSource {
@@ -34,17 +34,17 @@ public:
     /// Feeds one event of the connection.
     void handle(const xcb_generic_event_t& event);
 
-    /// Whether something deserving a sample happened since this was asked last.
+    /// Whether something deserving a sample has happened since this was last asked.
     bool takeNews();
 
-    /// Whether a drop that arrives now belongs to the drag under way, or to one that has ended a moment ago, and was
-    /// not cancelled.
+    /// Whether a drop that arrives now belongs to the current drag, or to one that ended a moment ago, and was not
+    /// cancelled.
     bool acceptsDrops() const;
 
     /// Called before onEscape, for the surface.
     std::function<void()> onCancelled;
 
-    /// Called by refresh() between asking and telling, to empty the connection's queue. Must be set.
+    /// Called by refresh() between asking and reporting, to empty the connection's queue. Must be set.
     std::function<void()> drain;
 
 private:

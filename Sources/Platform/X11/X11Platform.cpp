@@ -70,7 +70,7 @@ bool X11Platform::isTrayChange(const xcb_generic_event_t& event) const
 void X11Platform::drain(NextEvent next)
 {
     if (m_isDraining)
-        return; // what is being handled asked the server something; the loop outside goes on
+        return; // what is being handled asked the server something; the outer loop goes on
     m_isDraining = true;
     while (const XcbOwned<xcb_generic_event_t> event{next(m_connection->get())}) {
         m_dragSource.handle(*event);

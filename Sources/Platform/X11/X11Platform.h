@@ -12,7 +12,7 @@
 
 namespace Pelgra {
 
-/// The desktop through an X server; also the X11 applications of a session whose server runs inside another one.
+/// The desktop through an X server; also for the X11 applications of a session whose server runs inside another one.
 class X11Platform final : public QObject, public Platform {
     Q_OBJECT
 

@@ -120,7 +120,7 @@ void X11WheelSurface::applyRegions()
                              static_cast<std::uint32_t>(rectangles.size()), rectangles.data());
     };
     apply(XCB_SHAPE_SK_INPUT, m_inputRegion);
-    // The compositing manager blends the smooth edge; without one whatever lies outside would be black.
+    // The compositing manager blends the smooth edge; without one, everything outside would be black.
     apply(XCB_SHAPE_SK_BOUNDING, m_isCompositing ? std::nullopt : m_paintedRegion);
     xcb_flush(m_shapeConnection);
 }
@@ -165,7 +165,7 @@ void X11WheelSurface::cancelDrag()
 
 bool X11WheelSurface::acceptsDrops() const
 {
-    // A hidden panel still gets the drop of a drag whose end was seen a moment before it.
+    // A hidden panel still gets the drop of a drag whose end was seen a moment before.
     return m_panel && m_source.acceptsDrops() && (m_panel->isVisible() || !m_source.isPrimaryButtonDown());
 }
 

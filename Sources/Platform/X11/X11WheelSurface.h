@@ -18,7 +18,7 @@ namespace Pelgra {
 class X11DragSource;
 
 /// The wheel's window on X11: its shape, and the drags that come over it. Qt's own handling of foreign drags is
-/// by-passed, since it waits for the source and cannot answer "copy" where only "move" is suggested.
+/// bypassed, since it waits for the source and cannot answer "copy" where only "move" is suggested.
 class X11WheelSurface final : public QObject, public WheelSurface, private QAbstractNativeEventFilter {
     Q_OBJECT
 

@@ -48,10 +48,10 @@ struct XcbExtensions {
 };
 
 /// A connection to the X server beside Qt's, so that what arrives on it is ours alone and nobody else waits on it.
-/// Waits for the server at most, never for another client. Main thread.
+/// Waits at most for the server, never for another client. Main thread.
 class XcbConnection {
 public:
-    /// Null when there is no server to be reached.
+    /// Null when no server can be reached.
     static std::unique_ptr<XcbConnection> open();
 
     XcbConnection(const XcbConnection&) = delete;

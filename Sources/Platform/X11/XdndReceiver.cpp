@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A source that has not handed over the files by then is hung; it learns that the drop failed.
+/// A source that has not handed over the files by then is hung; it is told that the drop failed.
 constexpr auto longestWait = 10s;
 
 constexpr std::uint32_t acceptFlag = 1;
@@ -77,7 +77,7 @@ void XdndReceiver::drop(const xcb_client_message_event_t& message)
 {
     const xcb_window_t source = message.data.data32[0];
     if (m_drop)
-        finishDrop({}); // the drag before, whose source does not answer
+        finishDrop({}); // the previous drag, whose source does not answer
     const bool accepts = std::exchange(m_isAccepted, false) && source == m_source && m_surroundings.acceptsDrops()
         && m_target.canDrop(m_point);
     m_source = XCB_WINDOW_NONE;
@@ -126,7 +126,7 @@ void XdndReceiver::finishDrop(const std::string& uriList)
 {
     const PendingDrop pending = std::move(*m_drop);
     m_drop.reset();
-    // When the next drag has begun meanwhile, the wheel may show other petals than the one dropped on.
+    // If the next drag has begun meanwhile, the wheel may show other petals than the one dropped on.
     const bool isCurrent = pending.changeCount == m_surroundings.changeCount();
     const bool accepted = isCurrent && m_target.drop(filesOfUriList(uriList), pending.point);
     sendFinished(pending.source, accepted);

@@ -28,7 +28,7 @@ public:
     /// A message to the window. False when it does not belong to the protocol.
     bool handleMessage(const xcb_client_message_event_t& message);
 
-    /// An event of the connection, which answers to the drop may be among.
+    /// An event of the connection; answers to the drop are among them.
     void handle(const xcb_generic_event_t& event);
 
     /// Call regularly: gives up on a source that does not answer a drop.

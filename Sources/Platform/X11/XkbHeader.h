@@ -1,6 +1,6 @@
 #pragma once
 
-// The header names a structure member with a keyword of C++.
+// The header uses a C++ keyword as the name of a structure member.
 #define explicit explicit_
 #include <xcb/xkb.h>
 #undef explicit
