@@ -62,7 +62,7 @@ public:
         while (m_next < m_words.size() && !m_finished)
             takeWord(m_words[m_next++]);
         if (!m_command)
-            // Without a word the program is the wheel; options alone are a command that was forgotten.
+            // Without any words the program is the wheel; options alone mean that the command was forgotten.
             m_command = m_words.empty() ? Command::wheel : throw UsageError("No command was given.");
         m_result.command = *m_command;
         check();

@@ -74,7 +74,7 @@ std::optional<std::filesystem::path> fileOf(const EngineError& error, const std:
     return input ? std::optional(*input) : std::nullopt;
 }
 
-/// The file a command was at after so many results; null where all files were taken together.
+/// The file that a command had reached after so many results; null where all files are taken together.
 const std::filesystem::path* inputInTurn(const Invocation& invocation, std::size_t done)
 {
     switch (invocation.command) {
@@ -99,7 +99,7 @@ const std::filesystem::path* inputInTurn(const Invocation& invocation, std::size
     return nullptr;
 }
 
-/// A batch tells of its results by itself, as they come.
+/// A batch reports its results by itself, as they come.
 void printed(const JobResult& result, const JobControl& control)
 {
     control.published(result);

@@ -24,7 +24,7 @@ bool writeAll(int descriptor, std::string_view text)
     return true;
 }
 
-/// A file's name must not steer the terminal it is shown on.
+/// A file's name must not control the terminal it is shown on.
 std::string withoutControlCharacters(std::string text)
 {
     for (char& c : text)

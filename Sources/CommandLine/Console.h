@@ -10,10 +10,10 @@
 
 namespace Pelgra {
 
-/// Opens the standard descriptors that the caller left closed, so that no output file becomes one of them.
+/// Opens the standard descriptors that the caller left closed, so that no output file takes the place of one.
 void claimStandardDescriptors();
 
-/// What the user sees: results on standard output, errors and progress on standard error. Not for several threads.
+/// What the user sees: results on standard output, errors and progress on standard error. For one thread at a time.
 class Console {
 public:
     explicit Console(bool json);

@@ -5,7 +5,7 @@
 
 namespace Pelgra {
 
-/// Becomes the desktop program, which stands beside this one or in the search path, with the given arguments. Returns
+/// Becomes the desktop program, which lies beside this one or in the search path, with the given arguments. Returns
 /// only when there is none.
 void becomeDesktopProgram(std::span<const std::string> arguments);
 

@@ -9,7 +9,7 @@
 namespace Pelgra {
 
 /// Turns SIGINT, SIGTERM and SIGHUP into a stop request for as long as it lives; a second signal ends the process at
-/// once. Signals that were ignored stay ignored. Make it before any other thread, so that all inherit its mask.
+/// once. Signals that were ignored stay ignored. Create it before any other thread, so that all inherit its mask.
 class Interruption {
 public:
     Interruption();
@@ -19,7 +19,7 @@ public:
 
     std::stop_token token() const { return m_source.get_token(); }
 
-    /// The exit status that tells which signal came, 128 + its number; 0 when none did.
+    /// The exit status that says which signal came: 128 + its number; 0 when none did.
     int exitStatus() const { return m_signal == 0 ? 0 : 128 + m_signal; }
 
 private:

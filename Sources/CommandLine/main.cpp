@@ -7,8 +7,8 @@
 
 namespace {
 
-/// Decoders take and give back the same memory for every tile of a picture. Keeping it costs this short-lived process
-/// nothing and saves the system handing out fresh pages each time.
+/// Decoders allocate and free the same memory for every tile of a picture. Keeping it costs this short-lived process
+/// nothing and saves the system from handing out fresh pages each time.
 void keepFreedMemory()
 {
     mallopt(M_MMAP_THRESHOLD, 4 << 20);

@@ -41,7 +41,7 @@ public:
         }
         m_autostart = autostart;
         const QString token = QStringLiteral("pelgra_") + QUuid::createUuid().toString(QUuid::Id128);
-        // Listening before asking, to the object that the portal makes of the sender and the token.
+        // Listens, before asking, to the object whose name the portal makes from the sender and the token.
         QString sender = bus.baseService().mid(1);
         sender.replace(u'.', u'_');
         bus.connect(service, QStringLiteral("%1/request/%2/%3").arg(path, sender, token), requestInterface,

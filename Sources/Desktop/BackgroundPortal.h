@@ -20,8 +20,8 @@ enum class Answer : std::uint8_t {
     failed, ///< there is no portal, or it could not do it
 };
 
-/// Asks for the program to be started with the session, or not any more. The portal may show a question, so the answer
-/// can take as long as the user does. It comes once, with a reason where it failed, unless the context has gone before.
+/// Asks for the program to be started with the session, or no longer to be. The portal may ask the user, so the answer
+/// can take as long as they do. It comes once, with a reason where it failed, unless the context has gone before.
 void requestAutostart(bool enabled, QObject* context, std::function<void(Answer answer, const QString& reason)> done);
 
 } // namespace Pelgra::BackgroundPortal

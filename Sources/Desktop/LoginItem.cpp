@@ -53,8 +53,8 @@ QString programOf(const QString& exec)
     return program;
 }
 
-/// A path as one argument of an Exec line: quoted, with the characters escaped that the quoting rule names, and per
-/// cent doubled. The desktop file's own escaping of backslashes comes on top.
+/// A path as one argument of an Exec line: quoted, with the characters that the quoting rule names escaped, and percent
+/// signs doubled. The desktop file's own escaping of backslashes comes on top.
 QString quotedForExec(const QString& path)
 {
     QString quoted;
@@ -96,7 +96,7 @@ QByteArray entryText()
                           "Name=Pelgra\n"
                           "Comment=Convert files while you drag them\n"
                           "Exec=%1 --background\n"
-                          "TryExec=%2\n" // once Pelgra is removed the session passes over the entry
+                          "TryExec=%2\n" // once Pelgra is removed the session ignores the entry
                           "Icon=org.pelgra.Pelgra\n"
                           "Terminal=false\n"
                           "X-GNOME-Autostart-enabled=true\n")

@@ -27,7 +27,7 @@ Status status();
 using Done = std::function<void(const std::optional<QString>& error)>;
 
 /// Registers or unregisters. Disabling what is not there or not found does nothing. Done before it returns, except in a
-/// sandbox, where the user may be asked first; an answer that outlives the context is dropped.
+/// sandbox, where the user may be asked first; an answer after the end of the context is dropped.
 void setEnabled(bool enabled, QObject* context, Done done);
 
 /// The file of the entry, in $XDG_CONFIG_HOME/autostart.

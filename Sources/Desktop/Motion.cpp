@@ -15,7 +15,7 @@ namespace Pelgra::Motion {
 
 namespace {
 
-// The settings portal of freedesktop.org hands on the desktop's own keys.
+// The settings portal of freedesktop.org passes on the desktop's own keys.
 const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString portalInterface = QStringLiteral("org.freedesktop.portal.Settings");
@@ -27,7 +27,7 @@ struct DesktopSetting {
     bool isOn = false; ///< it asks for reduced motion, as far as the desktop has said
 };
 
-/// The portal's own key, which younger desktops know, and those of two families of desktops.
+/// The portal's own key, which newer desktops know, and those of two families of desktops.
 std::array<DesktopSetting, 3> settings{{
     {QStringLiteral("org.freedesktop.appearance"), QStringLiteral("reduced-motion"),
      [](const QVariant& value) {
@@ -97,7 +97,7 @@ void followDesktop(QObject* context)
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
-    // The bus looks up a slot's types by their names, and connects nothing where nobody has told one yet (Qt 6.4).
+    // The bus looks up a slot's types by name, and does not connect it while one is not registered (Qt 6.4).
     qRegisterMetaType<QDBusVariant>();
     auto* const listener = new PortalListener(context);
     bus.connect(portalService, portalPath, portalInterface, QStringLiteral("SettingChanged"), listener,

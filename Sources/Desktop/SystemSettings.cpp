@@ -12,8 +12,7 @@ namespace Pelgra::SystemSettings {
 
 void openLoginItems()
 {
-    // In the order of the desktops that have such a page; the first that is installed is the one of this desktop, since
-    // each comes with its desktop.
+    // Each comes with its own desktop, so the first that is installed is this desktop's.
     static const QList<QStringList> programs{
         {QStringLiteral("systemsettings"), QStringLiteral("kcm_autostart")},
         {QStringLiteral("xfce4-session-settings")},

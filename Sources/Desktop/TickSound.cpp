@@ -125,7 +125,8 @@ private:
 
 void play()
 {
-    // Neither pool nor player is ever destroyed: a sound server that hangs must not hold up the end of the program.
+    // Neither the pool nor the player is ever destroyed: a sound server that hangs must not hold up the end of the
+    // program.
     static auto* const pool = [] {
         auto* const made = new QThreadPool;
         made->setMaxThreadCount(1);
@@ -133,7 +134,7 @@ void play()
         return made;
     }();
     static std::atomic<bool> isWaiting = false;
-    // A tick that still waits for its turn speaks for the next one too.
+    // A tick that is still waiting for its turn stands for the next one too.
     if (isWaiting.exchange(true))
         return;
     pool->start([] {

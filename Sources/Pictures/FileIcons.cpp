@@ -23,7 +23,7 @@ QImage fromTheme(const QMimeType& type, int pixels)
             continue;
         QImage square(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
         square.fill(Qt::transparent);
-        // Themes without this size give the next one.
+        // Themes without this size give the nearest one.
         const QSize size = pixmap.size().scaled(square.size(), Qt::KeepAspectRatio);
         QPainter painter(&square);
         painter.setRenderHint(QPainter::SmoothPixmapTransform);

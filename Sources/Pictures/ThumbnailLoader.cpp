@@ -47,7 +47,7 @@ QImage fromCore(const std::filesystem::path& file, int pixels)
         const std::optional<RasterImage> picture = Thumbnails::image(file, 0, pixels);
         return picture ? toQImage(*picture) : QImage();
     } catch (const std::exception&) {
-        // Out of memory, say; a thread has nobody to tell.
+        // Out of memory, for example; a thread has nobody to tell.
         return {};
     }
 }
@@ -74,7 +74,8 @@ QImage readShared(const QString& name, const QByteArray& address, const QByteArr
 
 QByteArray canonicalAddress(const std::filesystem::path& file)
 {
-    // The characters that GLib leaves alone in a path; nearly all thumbnails are made by its users or named the same.
+    // The characters that GLib leaves alone in a path; nearly all thumbnails are made by programs that use it or follow
+    // its names.
     static constexpr char plain[] = "!$&'()*+,-./:=@_~";
     static constexpr char digits[] = "0123456789ABCDEF";
     QByteArray address("file://");

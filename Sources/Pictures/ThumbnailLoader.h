@@ -11,8 +11,8 @@ class QThreadPool;
 namespace Pelgra::ThumbnailLoader {
 
 /// A picture of the file with its longest side near `pixels`: from the thumbnails that the desktop's applications
-/// share, else made by the core. Null for what neither can show, and for files so large that making one is no small
-/// matter. May take long; any thread but the main one.
+/// share, else made by the core. Null for what neither can show, and for files so large that making one would take too
+/// much. May take long; any thread but the main one.
 QImage load(const std::filesystem::path& file, int pixels);
 
 /// The shared thumbnail alone (Thumbnail Managing Standard 0.9, freedesktop.org), if there is one of the file as it
@@ -22,8 +22,8 @@ QImage sharedThumbnail(const std::filesystem::path& file);
 /// The address by which the shared thumbnail is named.
 QByteArray canonicalAddress(const std::filesystem::path& file);
 
-/// The threads for load(). Not the application's other pools: a file that hangs must hold up nothing else. Never
-/// destroyed, for the same reason.
+/// The threads for load(). Not one of the application's other pools: a file that hangs must not hold up anything else.
+/// Never destroyed, for the same reason.
 QThreadPool& pool();
 
 } // namespace Pelgra::ThumbnailLoader

@@ -22,12 +22,12 @@ double qualityFrom(const QVariant& stored)
     double quality = stored.toDouble(&isNumber);
     if (!isNumber)
         quality = 0.9;
-    if (!(quality > 0.5)) // holds for what is no number, too
+    if (!(quality > 0.5)) // true of NaN as well
         return 0.5;
     return quality > 1.0 ? 1.0 : quality;
 }
 
-/// Texts count as well, since files and arguments hold nothing else.
+/// Texts count too, since files and arguments hold nothing else.
 bool booleanFrom(const QVariant& stored, bool otherwise)
 {
     if (stored.typeId() == QMetaType::Bool)

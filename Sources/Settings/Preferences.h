@@ -16,7 +16,7 @@ class Preferences : public QObject {
 public:
     explicit Preferences(std::unique_ptr<PreferencesStore> store, QObject* parent = nullptr);
 
-    /// The settings of this process: the user's file, with "-key value" arguments before it. Made on first use, after
+    /// The settings of this process: the user's file, overridden by "-key value" arguments. Made on first use, after
     /// the application object.
     static Preferences& shared();
 

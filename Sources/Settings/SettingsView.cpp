@@ -32,7 +32,7 @@ constexpr int sectionSpacing = 18;
 constexpr int sectionPadding = 14;
 constexpr int footerPixels = 12;
 
-// The slider counts in per cent, which is what a screen reader reads, and stops at every fifth.
+// The slider counts in per cent, which is what a screen reader reads aloud, and stops at every fifth.
 constexpr int lowestQuality = 50;
 constexpr int highestQuality = 100;
 constexpr int qualityStep = 5;
@@ -225,7 +225,7 @@ void SettingsView::followLoginItem()
     m_autostart.addPath(folder);
     m_autostart.addPath(LoginItem::entryFile());
     const auto changed = [this] {
-        // A file that was replaced has fallen out of the watch.
+        // A file that was replaced is no longer watched.
         if (!m_autostart.files().contains(LoginItem::entryFile()) && QFileInfo::exists(LoginItem::entryFile()))
             m_autostart.addPath(LoginItem::entryFile());
         showLoginItem();
@@ -238,7 +238,7 @@ void SettingsView::followLoginItem()
 void SettingsView::showKeys()
 {
     const auto select = [](QComboBox* picker, ModifierKey key) {
-        const QSignalBlocker quiet(picker); // showing is not setting
+        const QSignalBlocker quiet(picker); // showing a value is not choosing it
         picker->setCurrentIndex(picker->findData(static_cast<int>(key)));
         picker->setToolTip(keyboardKeyOf(key));
     };
@@ -273,7 +273,7 @@ void SettingsView::setLaunchAtLogin(bool on)
         m_loginItemError = error.value_or(QString());
         showLoginItem();
     });
-    showLoginItem(); // what is, not what was asked for
+    showLoginItem(); // the actual state, not what was asked for
 }
 
 } // namespace Pelgra

@@ -26,7 +26,7 @@ QPointer<QWidget>& instance()
     return settings;
 }
 
-/// Does what show() was given last.
+/// What show() was last given.
 std::function<void()>& quitting()
 {
     static std::function<void()> quit;

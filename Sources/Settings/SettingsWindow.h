@@ -8,8 +8,8 @@ class QWidget;
 namespace Pelgra::SettingsWindow {
 
 /// Shows the window, made at the first call, in front of all others. A hidden window comes back in the middle of the
-/// screen; a visible one stays where it is. Where there is no tray whose menu quits, a button at the bottom does, with
-/// the given function.
+/// screen; a visible one stays where it is. Without a tray, whose menu would quit, there is a button at the bottom that
+/// calls the given function.
 void show(std::function<void()> quit = nullptr);
 
 /// The window, or null before the first show().

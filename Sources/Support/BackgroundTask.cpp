@@ -11,7 +11,7 @@ namespace Pelgra {
 
 namespace {
 
-// Each step of nice is a factor of 1.25 in the share of a processor that others want too.
+// Each step of nice is a factor of 1.25 in the share of a contended processor.
 constexpr int niceOfJobs = 5;
 constexpr int niceOfUtilities = 10;
 
@@ -30,7 +30,7 @@ QThreadPool* makePool(QThread::Priority priority)
 QThreadPool& jobPool()
 {
     // Not the toolkit's global pool: its painting hands parts of large areas to that and waits for them, so a window
-    // would stand still for as long as jobs fill it.
+    // would freeze for as long as jobs fill it.
     static QThreadPool* const pool = makePool(QThread::LowPriority);
     return *pool;
 }
@@ -54,7 +54,7 @@ void takePriorityOf(const QThreadPool& pool)
     // With who = 0 the system call means the calling thread (setpriority(2), C library/kernel differences).
     static thread_local const int refused =
         setpriority(PRIO_PROCESS, 0, pool.threadPriority() == QThread::LowestPriority ? niceOfUtilities : niceOfJobs);
-    Q_UNUSED(refused) // an administrator may forbid it; then all compete as equals
+    Q_UNUSED(refused) // an administrator may forbid it; then all threads compete as equals
 }
 
 void startPaintingThreads()

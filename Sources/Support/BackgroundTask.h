@@ -14,25 +14,27 @@
 
 namespace Pelgra {
 
-/// The pool for work the user waits for: conversions, tools. A thread for each core, behind the interface.
+/// The pool for work the user waits for: conversions, tools. A thread for each core, giving way to the interface.
 QThreadPool& jobPool();
 
 /// The pool for work that may come later: thumbnails. Never starved by jobs, at lower priority.
 QThreadPool& utilityPool();
 
-/// The pool for questions to a disk whose answer the interface waits for, a moment at most: no disk need answer.
+/// The pool for questions to a disk whose answer the interface waits for, but only for a moment: a disk may never
+/// answer.
 QThreadPool& lookUpPool();
 
-/// Gives the calling thread, one of the pool's, and all it starts the pool's priority for good. Linux's usual scheduler
-/// knows no thread priorities, only nice values, so the toolkit leaves a pool's priority without effect there.
+/// Gives the calling thread, one of the pool's, and all the threads it starts the pool's priority for good. Linux's
+/// usual scheduler has nice values instead of thread priorities, so the priority that the toolkit sets for a pool has
+/// no effect there.
 void takePriorityOf(const QThreadPool& pool);
 
 /// Starts the threads of the toolkit's global pool, for good. Its painting hands parts of larger areas to them and
-/// waits, so they must never stand behind jobs, as one would that a task of the pools above has started. Main thread,
+/// waits, so they must never yield to jobs, as a thread started by a task of the pools above would. Main thread,
 /// once.
 void startPaintingThreads();
 
-/// Runs `work` on a pool thread and `done` with what it returned on the receiver's thread. When the receiver is gone by
+/// Runs `work` on a pool thread and `done` with what it returned on the receiver's thread. If the receiver is gone by
 /// then, nothing is called. `work` must not throw and must touch no object of another thread.
 template <typename Work, typename Done>
 void runInBackground(QObject* receiver, Work work, Done done, QThreadPool& pool = jobPool())

@@ -18,7 +18,7 @@ std::int64_t totalBytes(std::span<const std::filesystem::path> files)
         const std::uintmax_t size = std::filesystem::file_size(file, error);
         if (error)
             continue;
-        // Sparse files claim sizes whose sum fits no number.
+        // Sparse files can claim sizes whose sum overflows.
         sum = size > most - sum ? most : sum + size;
     }
     return static_cast<std::int64_t>(sum);

@@ -22,7 +22,7 @@ constexpr int hexadecimalValueOf(char digit)
     return -1;
 }
 
-/// Percent-decoding into bytes. A percent sign that begins no valid escape stands for itself.
+/// Percent-decoding into bytes. A percent sign that does not begin a valid escape stands for itself.
 std::string decoded(std::string_view text)
 {
     std::string bytes;

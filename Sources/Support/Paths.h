@@ -11,8 +11,8 @@
 /// The only place where file names, which are bytes, meet Qt's texts and addresses.
 namespace Pelgra {
 
-/// The name as text. Bytes that are no text in the locale's encoding come out as replacement characters: good to show,
-/// never to open.
+/// The name as text. Bytes that are not text in the locale's encoding become replacement characters: fine for showing,
+/// never for opening.
 QString textFromPath(const std::filesystem::path& path);
 
 std::filesystem::path pathFromText(const QString& text);
@@ -20,7 +20,7 @@ std::filesystem::path pathFromText(const QString& text);
 /// A file address that keeps every byte.
 QUrl urlFromPath(const std::filesystem::path& path);
 
-/// The file that an address names, or none where it is no file of this machine.
+/// The file that an address names, or none where it is not a file of this machine.
 std::optional<std::filesystem::path> pathFromUrl(const QUrl& url);
 
 /// The same for an address in its encoded form, byte for byte: "file:///b%20c". The scheme is "file", the host empty,

@@ -26,7 +26,7 @@ ArgumentPreferencesStore::ArgumentPreferencesStore(const QStringList& arguments,
     : m_store(std::move(store))
 {
     for (qsizetype i = 0; i + 1 < arguments.size(); ++i) {
-        // Two dashes begin an option, which takes nothing with it.
+        // Two dashes begin an option, which has no value after it.
         if (arguments[i].size() > 1 && arguments[i].startsWith(u'-') && arguments[i][1] != u'-') {
             m_arguments.insert(arguments[i].mid(1), arguments[i + 1]);
             ++i;

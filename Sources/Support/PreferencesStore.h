@@ -10,8 +10,8 @@
 
 namespace Pelgra {
 
-/// Where settings live between runs. Values are texts, numbers and booleans; a store that keeps text only may hand a
-/// number or boolean back as its text. Main thread.
+/// Where settings live between runs. Values are texts, numbers and booleans; a store that keeps only text may return a
+/// number or boolean as its text. Main thread.
 class PreferencesStore {
 public:
     PreferencesStore() = default;
@@ -22,7 +22,7 @@ public:
     /// An invalid variant when there is none.
     virtual QVariant value(const QString& key) const = 0;
 
-    /// Is kept at once.
+    /// Stored at once.
     virtual void setValue(const QString& key, const QVariant& value) = 0;
 };
 
@@ -51,7 +51,7 @@ private:
     QSettings m_settings;
 };
 
-/// Pairs of arguments "-key value" stand before a store for this run; what is set goes to the store alone.
+/// Pairs of arguments "-key value" override a store for this run; what is set goes only to the store.
 class ArgumentPreferencesStore final : public PreferencesStore {
 public:
     ArgumentPreferencesStore(const QStringList& arguments, std::unique_ptr<PreferencesStore> store);
