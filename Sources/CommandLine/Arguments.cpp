@@ -70,6 +70,12 @@ public:
     }
 
 private:
+    /// An option that came before the command.
+    struct EarlyOption {
+        std::string_view name;
+        Command owner;
+    };
+
     void takeWord(std::string_view word)
     {
         if (!m_onlyFiles && word == "--")
@@ -129,27 +135,27 @@ private:
             return finishWith(Command::version, name);
         if (name == "--json")
             m_result.json = flag(name);
-        else if (name == "--uniform-width" && isFor(Command::organize))
+        else if (name == "--uniform-width" && isFor(Command::organize, name))
             m_result.uniformWidth = flag(name);
-        else if (name == "--pages" && isFor(Command::organize))
+        else if (name == "--pages" && isFor(Command::organize, name))
             m_result.pages = parsePageList(value(name));
-        else if (name == "--to" && isFor(Command::convert))
+        else if (name == "--to" && isFor(Command::convert, name))
             m_result.target = formatNamed(value(name));
-        else if (name == "--jpeg-quality" && isFor(Command::convert))
+        else if (name == "--jpeg-quality" && isFor(Command::convert, name))
             m_result.options.jpegQuality = number(value(name), name);
-        else if (name == "--heic-quality" && isFor(Command::convert))
+        else if (name == "--heic-quality" && isFor(Command::convert, name))
             m_result.options.heicQuality = number(value(name), name);
-        else if (name == "--dpi" && isFor(Command::convert))
+        else if (name == "--dpi" && isFor(Command::convert, name))
             m_result.options.pdfRasterDPI = number(value(name), name);
         else
             throw UsageError("There is no option " + quoted(name) + (m_command ? " for this command." : "."));
     }
 
     /// Options may come before their command.
-    bool isFor(Command command)
+    bool isFor(Command command, std::string_view option)
     {
         if (!m_command)
-            m_optionOwners.push_back(command);
+            m_earlyOptions.push_back({option, command});
         return !m_command || *m_command == command;
     }
 
@@ -202,9 +208,9 @@ private:
         }
         if (m_result.files.empty())
             throw UsageError("No files were given.");
-        for (Command owner : m_optionOwners)
-            if (owner != m_result.command)
-                throw UsageError("An option given is not one of this command.");
+        for (const EarlyOption& option : m_earlyOptions)
+            if (option.owner != m_result.command)
+                throw UsageError("There is no option " + quoted(option.name) + " for this command.");
     }
 
     std::span<const char* const> m_words;
@@ -213,7 +219,7 @@ private:
     bool m_finished = false;
     std::optional<Command> m_command;
     std::optional<std::string_view> m_attached; ///< the value of --name=value
-    std::vector<Command> m_optionOwners; ///< of the options before the command
+    std::vector<EarlyOption> m_earlyOptions;
     Invocation m_result;
 };
 

@@ -27,7 +27,7 @@ struct Invocation {
     std::vector<std::string> passedOn; ///< what follows `wheel`, meant for the desktop program
 };
 
-/// A command line that makes no sense; the sentence says why.
+/// A command line that cannot be understood; the sentence says why.
 class UsageError final : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

@@ -47,6 +47,12 @@ std::string jsonObject(const EngineError& error, const std::optional<std::filesy
         + ",\"file\":" + (file ? jsonString(file->native()) : "null") + "}}\n";
 }
 
+/// Whether the sentence already says all that the path would; a file in another folder it names by its last part.
+bool isNamedIn(const std::string& sentence, const std::filesystem::path& file)
+{
+    return sentence.find("“" + file.native() + "”") != sentence.npos;
+}
+
 } // namespace
 
 void claimStandardDescriptors()
@@ -86,7 +92,10 @@ void Console::printError(const EngineError& error, const std::optional<std::file
 {
     if (m_json)
         print(jsonObject(error, file));
-    printMessage(file ? error.what() + (" (" + file->native() + ")") : error.what());
+    std::string sentence = error.what();
+    if (file && !isNamedIn(sentence, *file))
+        sentence += " (" + file->native() + ")";
+    printMessage(sentence);
 }
 
 void Console::printMessage(std::string_view sentence)

@@ -24,7 +24,8 @@ public:
     /// The outputs of a job, one path to a line, or as one JSON object.
     void printResult(const JobResult& result);
 
-    /// The sentence, and the file it is about where there is one; in JSON an object on standard output as well.
+    /// The sentence, followed by the path of the file it is about unless that adds nothing; with JSON also an object on
+    /// standard output.
     void printError(const EngineError& error, const std::optional<std::filesystem::path>& file);
 
     /// A sentence of the program itself, on standard error.

@@ -16,7 +16,7 @@ constexpr std::size_t editLimit = 1'000'000;
 
 [[noreturn]] void refuse(std::string_view item)
 {
-    throw UsageError("“" + std::string(item) + "” is no page or range of pages.");
+    throw UsageError("“" + std::string(item) + "” is not a page or a range of pages.");
 }
 
 std::int64_t integer(std::string_view text, std::string_view item)
@@ -40,7 +40,7 @@ std::int64_t rotationOf(std::string_view text, std::string_view item)
 {
     const std::int64_t degrees = integer(text, item);
     if (degrees % 90 != 0)
-        throw UsageError("Pages turn by multiples of 90 degrees only, not by “" + std::string(text) + "”.");
+        throw UsageError("Pages can be turned by multiples of 90 degrees only, not by “" + std::string(text) + "”.");
     return degrees;
 }
 

@@ -32,7 +32,7 @@ int main(int argc, char** argv)
     } catch (const UsageError& error) {
         Console console(false);
         console.printMessage(error.what());
-        console.printMessage("“pelgra --help” shows what there is.");
+        console.printMessage("“pelgra --help” lists the commands and their options.");
         return exitUsage;
     } catch (const std::exception& error) {
         Console(false).printMessage(error.what());
