@@ -13,7 +13,7 @@ WheelKind kindNamed(std::string_view name)
         return WheelKind::convert;
     if (name == "tools")
         return WheelKind::tools;
-    throw std::invalid_argument("The kind of a wheel is convert or tools.");
+    throw std::invalid_argument("The option --kind takes convert or tools.");
 }
 
 } // namespace
@@ -47,7 +47,7 @@ LaunchArguments LaunchArguments::parse(std::span<const std::string> words)
             while (i + 1 < words.size() && !words[i + 1].starts_with('-'))
                 ++i;
         } else if (word.starts_with("--")) {
-            throw std::invalid_argument("There is no option " + words[i] + ".");
+            throw std::invalid_argument("There is no option “" + words[i] + "”.");
         } else {
             ++i; // a pair of a setting and its value
         }

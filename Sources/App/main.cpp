@@ -1,4 +1,5 @@
 #include "App/AppDelegate.h"
+#include "App/DisplayCheck.h"
 #include "App/LaunchArguments.h"
 #include "App/SingleInstance.h"
 #include "App/TerminationSignals.h"
@@ -16,7 +17,7 @@
 
 namespace {
 
-constexpr int exitUsage = 2;
+constexpr int exitUsage = 2; ///< also where there is no display
 
 void nameApplication()
 {
@@ -44,7 +45,9 @@ int main(int argumentCount, char** argumentVector)
     }
     JournalLog::install(arguments.verbose);
 
+    DisplayCheck::begin(arguments.verbose, exitUsage);
     QApplication application(argumentCount, argumentVector);
+    DisplayCheck::end();
     nameApplication();
     const bool isTestHost = qEnvironmentVariableIsSet("XCTestConfigurationFilePath");
     SingleInstance instance;
