@@ -286,7 +286,7 @@ def verbose_keeps_the_standard_error(session):
 @scenario
 def nonsense_is_refused(session):
     process = session.launch("--unknown", waits=False)
-    if process.status() != 2 or not process.says("There is no option --unknown."):
+    if process.status() != 2 or not process.says("There is no option “--unknown”."):
         raise Failure(process.text())
     session.started.remove(process)
 
