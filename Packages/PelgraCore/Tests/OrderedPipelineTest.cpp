@@ -1,10 +1,13 @@
 #include "parallel/OrderedPipeline.h"
+#include "parallel/IdlePool.h"
+#include "parallel/InParallel.h"
 
 #include <QTest>
 
 #include <algorithm>
 #include <atomic>
 #include <memory>
+#include <numeric>
 #include <semaphore>
 #include <string>
 
@@ -107,6 +110,98 @@ private Q_SLOTS:
             [&](std::size_t, int) { ++taken; });
         // One more: an item counts as taken before the receiver has it.
         QVERIFY2(furthest <= window, std::to_string(furthest).c_str());
+    }
+
+    void itemsAreBegunInOrderOneAtATime_data()
+    {
+        QTest::addColumn<int>("workers");
+        QTest::newRow("in turn") << 1;
+        QTest::newRow("several") << 4;
+    }
+    void itemsAreBegunInOrderOneAtATime()
+    {
+        QFETCH(int, workers);
+        std::vector<std::size_t> begun, taken; // the first without a lock, as a reader of rows would be
+        OrderedPipeline<std::size_t> pipeline(500, workers, 8, {});
+        pipeline.runJobs(
+            [&](std::size_t index) {
+                begun.push_back(index);
+                return [index] {
+                    return index * 10;
+                };
+            },
+            [&](std::size_t index, std::size_t item) {
+                QCOMPARE(item, index * 10);
+                taken.push_back(index);
+            });
+        std::vector<std::size_t> all(500);
+        std::iota(all.begin(), all.end(), std::size_t{0});
+        QCOMPARE(begun, all);
+        QCOMPARE(taken, all);
+    }
+
+    void nothingIsBegunAfterABeginningThatFailed()
+    {
+        std::vector<std::size_t> begun, taken;
+        OrderedPipeline<int> pipeline(100, 3, 100, {});
+        QVERIFY_EXCEPTION_THROWN(pipeline.runJobs(
+                                     [&](std::size_t index) {
+                                         begun.push_back(index);
+                                         if (index == 5)
+                                             throw std::runtime_error("no more rows");
+                                         return [] {
+                                             return 0;
+                                         };
+                                     },
+                                     [&](std::size_t index, int) { taken.push_back(index); }),
+                                 std::runtime_error);
+        QCOMPARE(begun.size(), std::size_t{6});
+        QCOMPARE(taken.size(), std::size_t{5});
+    }
+
+    void inParallelThrowsTheFirstFailureInOrder()
+    {
+        std::binary_semaphore failed(0);
+        std::string message;
+        try {
+            inParallel(2, 2, {}, [&](int index) {
+                if (index == 0)
+                    failed.acquire();
+                else
+                    failed.release();
+                throw std::runtime_error(std::to_string(index));
+            });
+        } catch (const std::runtime_error& error) {
+            message = error.what();
+        }
+        QCOMPARE(message, std::string("0"));
+    }
+
+    void anIdlePoolOpensOnlyWhatIsNeededAtOnce()
+    {
+        struct Helper {
+            std::atomic<bool> isUsed = false;
+        };
+        std::atomic<int> opened = 0;
+        IdlePool<Helper> pool([&] {
+            ++opened;
+            return std::make_unique<Helper>();
+        });
+        {
+            const IdlePool<Helper>::Lease first(pool);
+            const IdlePool<Helper>::Lease second(pool);
+            QVERIFY(&*first != &*second);
+        }
+        inParallel(200, 2, {}, [&](int) {
+            const IdlePool<Helper>::Lease helper(pool);
+            if (helper->isUsed.exchange(true))
+                throw std::runtime_error("two threads with one helper");
+            helper->isUsed = false;
+        });
+        QCOMPARE(opened.load(), 2);
+        pool.closeIdle();
+        const IdlePool<Helper>::Lease again(pool);
+        QCOMPARE(opened.load(), 3);
     }
 
     void aReceiverThatThrowsEndsTheWorkers()

@@ -4,7 +4,7 @@
 #include "metadata/ByteWriter.h"
 #include "metadata/ExifStructure.h"
 #include "metadata/MetadataBlocks.h"
-#include "parallel/OrderedJobs.h"
+#include "parallel/OrderedPipeline.h"
 #include "pixels/RowStripe.h"
 
 #include <algorithm>
@@ -198,17 +198,23 @@ bool TiffWriter::predictionPays()
 void TiffWriter::writeStrips(bool predict)
 {
     const StripPreparation prepare(m_form, predict, m_order);
-    OrderedJobs<PixelBuffer> jobs(m_properties.threads, [&](const PixelBuffer& strip) {
+    const int count = (m_form.height + m_stripRows - 1) / m_stripRows;
+    const auto begin = [&](std::size_t index) {
+        const int y = static_cast<int>(index) * m_stripRows;
+        const auto stripe =
+            std::make_shared<const RowStripe>(m_rows, y, std::min(m_stripRows, m_form.height - y), nullptr);
+        return [stripe, prepare] {
+            return compressed(prepare(*stripe));
+        };
+    };
+    const auto take = [&](std::size_t, const PixelBuffer& strip) {
         m_offsets.push_back(static_cast<std::uint32_t>(m_position));
         m_sizes.push_back(static_cast<std::uint32_t>(strip.size()));
         append(strip);
-    });
-    for (int y = 0; y < m_form.height; y += m_stripRows) {
-        const auto stripe =
-            std::make_shared<const RowStripe>(m_rows, y, std::min(m_stripRows, m_form.height - y), nullptr);
-        jobs.add([stripe, prepare] { return compressed(prepare(*stripe)); });
-    }
-    jobs.finish();
+    };
+    const int threads = m_properties.threads;
+    OrderedPipeline<PixelBuffer>(static_cast<std::size_t>(count), threads, static_cast<std::size_t>(threads), {})
+        .runJobs(begin, take);
 }
 
 void TiffWriter::add(std::uint16_t tag, FieldType type, std::size_t count, Bytes value)

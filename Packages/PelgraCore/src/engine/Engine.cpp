@@ -1,7 +1,7 @@
 #include "PelgraCore/Engine.h"
 
 #include "engine/ConversionRoute.h"
-#include "parallel/OrderedPipeline.h"
+#include "parallel/WorkerCount.h"
 #include "PelgraCore/EngineError.h"
 
 namespace Pelgra {

@@ -2,6 +2,7 @@
 
 #include "files/Publishing.h"
 #include "parallel/OrderedPipeline.h"
+#include "parallel/WorkerCount.h"
 #include "PelgraCore/Engine.h"
 #include "PelgraCore/EngineError.h"
 

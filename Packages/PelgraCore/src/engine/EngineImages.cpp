@@ -1,7 +1,7 @@
 #include "engine/EngineImages.h"
 
 #include "images/Encoding.h"
-#include "parallel/OrderedPipeline.h"
+#include "parallel/WorkerCount.h"
 #include "PelgraCore/Engine.h"
 #include "PelgraCore/EngineError.h"
 #include "pixels/RowSource.h"

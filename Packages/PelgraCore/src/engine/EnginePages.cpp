@@ -7,6 +7,7 @@
 #include "pages/OpenRenderer.h"
 #include "pages/PageDrawing.h"
 #include "parallel/OrderedPipeline.h"
+#include "parallel/WorkerCount.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/OutputNaming.h"
 #include "pixels/GrayPixels.h"

@@ -1,12 +1,12 @@
 #include "pages/PageDrawing.h"
 
 #include "pages/OpenRenderer.h"
-#include "parallel/OrderedPipeline.h"
+#include "parallel/InParallel.h"
+#include "parallel/WorkerCount.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/JobControl.h"
 
 #include <algorithm>
-#include <future>
 #include <numeric>
 #include <utility>
 
@@ -33,36 +33,9 @@ void drawOrThrow(RendererPool& pool, const RendererPool::Lease& renderer, int pa
 } // namespace
 
 RendererPool::RendererPool(std::filesystem::path file, std::unique_ptr<PageRenderer> first)
-    : m_file(std::move(file))
+    : IdlePool([file] { return openRenderer(file); }, std::move(first))
+    , m_file(std::move(file))
 {
-    if (first)
-        m_idle.push_back(std::move(first));
-}
-
-void RendererPool::closeIdle()
-{
-    const std::lock_guard lock(m_mutex);
-    m_idle.clear();
-}
-
-RendererPool::Lease::Lease(RendererPool& pool)
-    : m_pool(pool)
-{
-    {
-        const std::lock_guard lock(pool.m_mutex);
-        if (!pool.m_idle.empty()) {
-            m_renderer = std::move(pool.m_idle.back());
-            pool.m_idle.pop_back();
-        }
-    }
-    if (!m_renderer)
-        m_renderer = openRenderer(pool.m_file);
-}
-
-RendererPool::Lease::~Lease()
-{
-    const std::lock_guard lock(m_pool.m_mutex);
-    m_pool.m_idle.push_back(std::move(m_renderer));
 }
 
 BitmapBudget::Share::Share(BitmapBudget& budget, std::size_t bytes)
@@ -153,12 +126,7 @@ RasterImage drawPage(RendererPool& pool, int pageIndex, PixelSize size, int thre
             std::span(image->pixels).subspan(static_cast<std::size_t>(top) * image->stride, rows * image->stride),
             stop);
     };
-    std::vector<std::future<void>> others;
-    for (int part = 1; part < parts; ++part)
-        others.push_back(std::async(std::launch::async, drawPart, part));
-    drawPart(0);
-    for (std::future<void>& other : others)
-        other.get();
+    inParallel(parts, parts, stop, drawPart);
     return *std::move(image);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "modules/rendering/RenderingModule.h"
+#include "parallel/IdlePool.h"
 #include "pixels/RowSource.h"
 
 #include <condition_variable>
@@ -14,36 +15,17 @@
 
 namespace Pelgra {
 
-/// The same document opened as often as threads draw from it at once.
-class RendererPool {
+/// The same document opened as often as threads draw from it at once. Leases throw EngineError::unreadable where the
+/// file cannot be opened again.
+class RendererPool : public IdlePool<PageRenderer> {
 public:
     /// May begin with one that is open already.
     explicit RendererPool(std::filesystem::path file, std::unique_ptr<PageRenderer> first = nullptr);
-
-    /// One of the pool for as long as this lives. Throws EngineError::unreadable where the file cannot be opened again.
-    class Lease {
-    public:
-        explicit Lease(RendererPool& pool);
-        Lease(const Lease&) = delete;
-        Lease& operator=(const Lease&) = delete;
-        ~Lease();
-        PageRenderer& operator*() const { return *m_renderer; }
-        PageRenderer* operator->() const { return m_renderer.get(); }
-
-    private:
-        RendererPool& m_pool;
-        std::unique_ptr<PageRenderer> m_renderer;
-    };
-
-    /// Closes those nobody draws from.
-    void closeIdle();
 
     const std::filesystem::path& file() const { return m_file; }
 
 private:
     std::filesystem::path m_file;
-    std::mutex m_mutex;
-    std::vector<std::unique_ptr<PageRenderer>> m_idle;
 };
 
 /// Bounds the bytes of the bitmaps that all threads hold together, and lends the memory of one page to the next: the

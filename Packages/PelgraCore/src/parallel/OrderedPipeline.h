@@ -18,12 +18,6 @@
 
 namespace Pelgra {
 
-/// The number of threads that work well at once here, at least 1.
-inline int workerCount()
-{
-    return static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
-}
-
 /// Prepares items on several threads and takes them on the calling thread strictly in order.
 ///
 /// prepare(index) runs on the workers and must be safe there; take(index, item) on the caller. A worker begins no item
@@ -47,12 +41,19 @@ public:
     {
         if (m_workers <= 1)
             return runInTurn(prepare, take);
-        std::vector<std::jthread> threads;
-        const Ending ending(*this); // before the threads are joined, also when take() throws
-        for (int i = 0; i < m_workers; ++i)
-            threads.emplace_back([&] { work(prepare); });
-        for (std::size_t index = 0; index < m_slots.size(); ++index)
-            take(index, await(index));
+        runOnThreads([&] { work(prepare); }, take);
+    }
+
+    /// What makes an item, anywhere and at any time.
+    using Job = std::function<Item()>;
+
+    /// The same for items that begin with what must be done in order and by one thread at a time, such as reading the
+    /// next rows: begin(index) does that and gives the job that makes the item.
+    void runJobs(const std::function<Job(std::size_t)>& begin, const std::function<void(std::size_t, Item)>& take)
+    {
+        if (m_workers <= 1)
+            return runInTurn([&](std::size_t index) { return begin(index)(); }, take);
+        runOnThreads([&] { workInOrder(begin); }, take);
     }
 
 private:
@@ -77,6 +78,16 @@ private:
         OrderedPipeline& pipeline;
     };
 
+    void runOnThreads(const std::function<void()>& work, const std::function<void(std::size_t, Item)>& take)
+    {
+        std::vector<std::jthread> threads;
+        const Ending ending(*this); // before the threads are joined, also when take() throws
+        for (int i = 0; i < m_workers; ++i)
+            threads.emplace_back(work);
+        for (std::size_t index = 0; index < m_slots.size(); ++index)
+            take(index, await(index));
+    }
+
     void runInTurn(const std::function<Item(std::size_t)>& prepare, const std::function<void(std::size_t, Item)>& take)
     {
         for (std::size_t index = 0; index < m_slots.size(); ++index) {
@@ -96,16 +107,33 @@ private:
         while (const std::optional<std::size_t> first = claim()) {
             const std::size_t end = std::min(*first + m_runLength, m_slots.size());
             for (std::size_t index = *first; index < end && isNeeded(index); ++index)
-                fill(index, prepare);
+                fill(index, [&] { return prepare(index); });
         }
     }
 
-    void fill(std::size_t index, const std::function<Item(std::size_t)>& prepare)
+    void workInOrder(const std::function<Job(std::size_t)>& begin)
+    {
+        for (;;) {
+            std::unique_lock inOrder(m_beginning);
+            const std::optional<std::size_t> index = claim();
+            if (!index)
+                return;
+            // Where begin() throws, nobody begins anything before that is known.
+            fill(*index, [&] {
+                const Job job = begin(*index);
+                inOrder.unlock();
+                return job();
+            });
+        }
+    }
+
+    template <typename Make>
+    void fill(std::size_t index, const Make& make)
     {
         std::optional<Item> item;
         std::exception_ptr failure;
         try {
-            item.emplace(prepare(index));
+            item.emplace(make());
         } catch (...) {
             failure = std::current_exception();
         }
@@ -159,6 +187,7 @@ private:
     int m_workers;
     std::size_t m_window;
     std::stop_token m_stop;
+    std::mutex m_beginning; ///< held by the worker that begins the next item
     std::mutex m_mutex;
     std::condition_variable_any m_changed;
     std::size_t m_next = 0; ///< the first item no worker has claimed

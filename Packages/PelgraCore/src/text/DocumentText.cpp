@@ -1,13 +1,14 @@
 #include "text/DocumentText.h"
 
 #include "pages/OpenRenderer.h"
+#include "parallel/IdlePool.h"
 #include "parallel/OrderedPipeline.h"
+#include "parallel/WorkerCount.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/TextExtraction.h"
 #include "text/PageReader.h"
 
 #include <algorithm>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -24,41 +25,6 @@ constexpr std::size_t longestRun = 8;
 constexpr std::size_t fewestRuns = 4;
 /// How many pages each worker may be ahead of the one that is written next.
 constexpr std::size_t pagesAhead = 16;
-
-/// Readers that no worker uses at the moment; each has the document open for itself.
-class ReaderPool {
-public:
-    ReaderPool(const std::filesystem::path& file, DocumentRecognition& recognition)
-        : m_file(file)
-        , m_recognition(recognition)
-    {
-    }
-
-    std::unique_ptr<PageReader> take()
-    {
-        {
-            const std::lock_guard lock(m_mutex);
-            if (!m_idle.empty()) {
-                std::unique_ptr<PageReader> reader = std::move(m_idle.back());
-                m_idle.pop_back();
-                return reader;
-            }
-        }
-        return std::make_unique<PageReader>(openRenderer(m_file), m_recognition);
-    }
-
-    void giveBack(std::unique_ptr<PageReader> reader)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_idle.push_back(std::move(reader));
-    }
-
-private:
-    const std::filesystem::path m_file;
-    DocumentRecognition& m_recognition;
-    std::mutex m_mutex;
-    std::vector<std::unique_ptr<PageReader>> m_idle;
-};
 
 /// A page in the form it is written in.
 struct PageOutput {
@@ -139,18 +105,19 @@ void readDocumentText(const std::filesystem::path& document, TextForm form, cons
                       const std::function<void(std::string_view)>& put)
 {
     DocumentRecognition recognition;
-    ReaderPool readers(document, recognition);
-    std::unique_ptr<PageReader> first = readers.take();
+    const auto open = [&] {
+        return std::make_unique<PageReader>(openRenderer(document), recognition);
+    };
+    std::unique_ptr<PageReader> first = open();
     const int pageCount = first->pageCount();
     if (pageCount < 1)
         throw EngineError::noPages();
-    readers.giveBack(std::move(first));
+    IdlePool<PageReader> readers(open, std::move(first));
 
     DocumentWriter writer(form, put);
     const auto prepare = [&](std::size_t index) {
-        std::unique_ptr<PageReader> reader = readers.take();
+        const IdlePool<PageReader>::Lease reader(readers);
         const PageContent content = reader->read(static_cast<int>(index), control.stop);
-        readers.giveBack(std::move(reader));
         return form == TextForm::plain ? plainOutput(content) : markdownOutput(content);
     };
     const auto take = [&](std::size_t index, const PageOutput& page) {

@@ -5,7 +5,7 @@
 #include "metadata/ByteWriter.h"
 #include "metadata/ExifStructure.h"
 #include "metadata/MetadataBlocks.h"
-#include "parallel/OrderedJobs.h"
+#include "parallel/InParallel.h"
 #include "pixels/RowStripe.h"
 
 #include <algorithm>
@@ -133,9 +133,11 @@ private:
     void writePixels();
     void writeWhole(PngFilterChoice filter);
     void writeInParts(std::optional<Strategy> strategy);
-    /// Reads rows from y on; `before` is the stripe above, if any.
-    std::shared_ptr<const RowStripe> stripeAt(int y, const RowStripe* before)
+    int stripeCount() const { return (m_form.height + m_stripeRows - 1) / m_stripeRows; }
+    /// Reads the rows of a stripe; `before` is the stripe above, if any.
+    std::shared_ptr<const RowStripe> stripeAt(int index, const RowStripe* before)
     {
+        const int y = index * m_stripeRows;
         return std::make_shared<const RowStripe>(m_rows, y, std::min(m_stripeRows, m_form.height - y), before);
     }
 
@@ -219,17 +221,13 @@ void PngWriter::writeWhole(PngFilterChoice choice)
     const std::size_t rowBytes = m_form.rowBytes() + 1;
     PixelBuffer all;
     all.resize(rowBytes * static_cast<std::size_t>(m_form.height));
-    OrderedJobs<int> jobs(m_properties.threads, [](int) { });
-    for (int y = 0; y < m_form.height; y += m_stripeRows) {
-        const std::shared_ptr<const RowStripe> stripe = stripeAt(y, nullptr);
-        const auto place = std::span(all).subspan(rowBytes * static_cast<std::size_t>(y),
-                                                  rowBytes * static_cast<std::size_t>(stripe->count()));
-        jobs.add([this, stripe, place, choice] {
-            PngFilter(m_form, choice).filter(*stripe, place);
-            return 0;
-        });
-    }
-    jobs.finish();
+    inParallel(stripeCount(), m_properties.threads, {}, [&](int index) {
+        const std::shared_ptr<const RowStripe> stripe = stripeAt(index, nullptr);
+        PngFilter(m_form, choice)
+            .filter(*stripe,
+                    std::span(all).subspan(rowBytes * static_cast<std::size_t>(index * m_stripeRows),
+                                           rowBytes * static_cast<std::size_t>(stripe->count())));
+    });
     writeChunk("IDAT", Deflate::stream(all, Deflate::Effort::thorough));
 }
 
@@ -237,26 +235,29 @@ void PngWriter::writeInParts(std::optional<Strategy> strategy)
 {
     std::uint32_t sum = Deflate::adler32OfNothing;
     writeChunk("IDAT", ByteWriter(std::endian::big).put16(Deflate::streamHeader).bytes());
-    OrderedJobs<CompressedPart> jobs(m_properties.threads, [&](const CompressedPart& part) {
-        sum = Deflate::joinedAdler32(sum, part.sum, part.filteredSize);
-        writeChunk("IDAT", part.bytes);
-    });
     std::shared_ptr<const RowStripe> before;
     Strategy way = strategy.value_or(Strategy());
-    for (int y = 0, part = 0; y < m_form.height; y += m_stripeRows, ++part) {
-        const std::shared_ptr<const RowStripe> stripe = stripeAt(y, before.get());
-        const bool last = y + stripe->count() == m_form.height;
+    const auto begin = [&](std::size_t index) {
+        const std::shared_ptr<const RowStripe> stripe = stripeAt(static_cast<int>(index), before.get());
         // What is yet to come cannot be looked at, so the choice is made anew from time to time.
-        constexpr int partsToAChoice = 8;
-        if (!strategy && part % partsToAChoice == 0)
+        constexpr std::size_t partsToAChoice = 8;
+        if (!strategy && index % partsToAChoice == 0)
             way = chooseStrategy(m_form, *stripe);
-        jobs.add([this, stripe, last, way] {
+        before = stripe;
+        const bool last = static_cast<int>(index) + 1 == stripeCount();
+        return [this, stripe, last, way] {
             const PixelBuffer bytes = filtered(m_form, *stripe, way.filter);
             return CompressedPart{Deflate::part(bytes, last, way.effort), Deflate::adler32(bytes), bytes.size()};
-        });
-        before = stripe;
-    }
-    jobs.finish();
+        };
+    };
+    const auto take = [&](std::size_t, const CompressedPart& part) {
+        sum = Deflate::joinedAdler32(sum, part.sum, part.filteredSize);
+        writeChunk("IDAT", part.bytes);
+    };
+    const int threads = m_properties.threads;
+    OrderedPipeline<CompressedPart>(static_cast<std::size_t>(stripeCount()), threads, static_cast<std::size_t>(threads),
+                                    {})
+        .runJobs(begin, take);
     writeChunk("IDAT", ByteWriter(std::endian::big).put32(sum).bytes());
 }
 

@@ -4,11 +4,11 @@
 #include "HeifPixels.h"
 #include "HeifProfile.h"
 #include "metadata/ExifFields.h"
+#include "parallel/WorkerCount.h"
 
 #include <algorithm>
 #include <cstring>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 namespace Pelgra {
@@ -119,8 +119,7 @@ DecodedImage decodeHeif(std::span<const std::byte> file, int index)
     if (!context)
         throw std::bad_alloc();
     heif_context_set_maximum_image_size_limit(context.get(), sideLimit);
-    heif_context_set_max_decoding_threads(context.get(),
-                                          static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, 8u)));
+    heif_context_set_max_decoding_threads(context.get(), std::min(workerCount(), mostThreads));
     checkHeif<DecodeError>(
         heif_context_read_from_memory_without_copy(context.get(), file.data(), file.size(), nullptr));
     const HeifImageHandle handle = pictureAt(*context, index);

@@ -1,6 +1,8 @@
 #include "HeifPixels.h"
 
 #include "codecs/DecodedImage.h"
+#include "parallel/InParallel.h"
+#include "parallel/WorkerCount.h"
 #include "pixels/StraightAlpha.h"
 
 #include <algorithm>
@@ -8,9 +10,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <future>
 #include <limits>
-#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -235,15 +235,9 @@ void convertInBands(const Conversion<Sample>& conversion)
 {
     const int height = conversion.out->height;
     constexpr int smallestBand = 256;
-    const int bands =
-        std::clamp(height / smallestBand, 1, static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, 8u)));
-    std::vector<std::future<void>> others;
-    for (int band = 1; band < bands; ++band)
-        others.push_back(std::async(std::launch::async, convertRows<Sample>, std::cref(conversion),
-                                    height * band / bands, height * (band + 1) / bands));
-    convertRows(conversion, 0, height / bands);
-    for (std::future<void>& other : others)
-        other.get();
+    const int bands = std::clamp(height / smallestBand, 1, std::min(workerCount(), mostThreads));
+    inParallel(bands, bands, {},
+               [&](int band) { convertRows(conversion, height * band / bands, height * (band + 1) / bands); });
 }
 
 std::vector<Plane> colorPlanes(const heif_image& image, heif_colorspace space)

@@ -5,6 +5,9 @@
 
 namespace Pelgra {
 
+/// Threads that work on one picture; more gain nothing.
+inline constexpr int mostThreads = 8;
+
 /// Turns a decoded picture of the library, in whatever colour model it was coded, into grey or RGB with straight alpha:
 /// 8 bits where the coded samples have no more, else 16. Throws DecodeError.
 RasterImage pixelsOf(const heif_image& image, bool isPremultiplied);
