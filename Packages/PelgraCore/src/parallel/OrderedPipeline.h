@@ -73,7 +73,7 @@ private:
         {
             const std::lock_guard lock(pipeline.m_mutex);
             pipeline.m_ended = true;
-            pipeline.m_changed.notify_all();
+            pipeline.m_room.notify_all();
         }
         OrderedPipeline& pipeline;
     };
@@ -137,13 +137,19 @@ private:
         } catch (...) {
             failure = std::current_exception();
         }
-        const std::lock_guard lock(m_mutex);
+        std::unique_lock lock(m_mutex);
         if (failure)
             m_firstFailure = std::min(m_firstFailure, index);
         else
             m_slots[index].item.emplace(std::move(*item));
-        m_slots[index].failure = std::move(failure);
-        m_changed.notify_all();
+        m_slots[index].failure = failure;
+        const bool isAwaited = index == m_taken;
+        lock.unlock();
+        // To wake a thread for nothing costs as much as a small item.
+        if (isAwaited)
+            m_filled.notify_one();
+        if (failure)
+            m_room.notify_all();
     }
 
     /// Whether the caller still waits for an item that has been claimed.
@@ -161,7 +167,7 @@ private:
             // What failed was claimed before, and nothing beyond it is needed.
             return m_ended || m_firstFailure < m_slots.size() || m_next == m_slots.size();
         };
-        m_changed.wait(lock, m_stop, [&] { return isOver() || m_next < m_taken + m_window; });
+        m_room.wait(lock, m_stop, [&] { return isOver() || m_next < m_taken + m_window; });
         if (isOver() || m_stop.stop_requested())
             return std::nullopt;
         return std::exchange(m_next, std::min(m_next + m_runLength, m_slots.size()));
@@ -171,14 +177,17 @@ private:
     {
         std::unique_lock lock(m_mutex);
         Slot& slot = m_slots[index];
-        m_changed.wait(lock, m_stop, [&] { return slot.isFilled(); });
+        m_filled.wait(lock, m_stop, [&] { return slot.isFilled(); });
         throwIfStopped();
+        const bool isFull = m_next == m_taken + m_window;
         m_taken = index + 1;
-        m_changed.notify_all();
         if (slot.failure)
             std::rethrow_exception(slot.failure);
         Item item = std::move(*slot.item);
         slot.item.reset();
+        lock.unlock();
+        if (isFull)
+            m_room.notify_one();
         return item;
     }
 
@@ -189,7 +198,8 @@ private:
     std::stop_token m_stop;
     std::mutex m_beginning; ///< held by the worker that begins the next item
     std::mutex m_mutex;
-    std::condition_variable_any m_changed;
+    std::condition_variable_any m_filled; ///< the item that the caller waits for
+    std::condition_variable_any m_room; ///< the window has moved on, or nothing more is needed
     std::size_t m_next = 0; ///< the first item no worker has claimed
     std::size_t m_taken = 0; ///< items the caller has taken
     bool m_ended = false;
