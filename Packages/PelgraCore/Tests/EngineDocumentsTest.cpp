@@ -1,5 +1,5 @@
+#include "engine/PageFolder.h"
 #include "PelgraCore/Engine.h"
-
 #include "Support/PDFInspection.h"
 #include "Support/PDFSamples.h"
 #include "Support/TemporaryFolder.h"
@@ -7,6 +7,7 @@
 #include <QTest>
 
 #include <functional>
+#include <semaphore>
 
 using namespace Pelgra;
 
@@ -391,6 +392,35 @@ private Q_SLOTS:
             QVERIFY(failureOf([&] { organised(file, edits({0, index})); })
                     == EngineError::Cause(EngineError::PageOutOfRange{index}));
         QCOMPARE(folder.names(), (std::vector<std::string>{"a.pdf", "broken.pdf", "zero.pdf"}));
+    }
+
+    void ofSeveralPagesThatFailTheFirstIsNamed()
+    {
+        TemporaryFolder folder;
+        std::filesystem::create_directory(folder / "a Pages");
+        std::binary_semaphore laterPage(0);
+        const auto failing = [&](int page, ByteSink&) {
+            if (page == 0)
+                laterPage.acquire();
+            else
+                laterPage.release();
+            throw StorageError();
+        };
+        QVERIFY(failureOf([&] { writePageFolder(folder / "a.pdf", "pdf", 2, 2, {}, failing); })
+                == EngineError::Cause(EngineError::WriteFailed{folder / "a Pages 2" / "a 1.pdf"}));
+        QCOMPARE(folder.names(), std::vector<std::string>{"a Pages"});
+    }
+
+    void foldersAreMadeUnderTheFirstFreeName()
+    {
+        TemporaryFolder folder;
+        folder.write("scan 2", "a file blocks a name too");
+        for (const char* name : {"scan", "scan 3"})
+            QCOMPARE(Engine::makeFolder(folder / "scan.pdf", ""), folder / name);
+        QCOMPARE(Engine::makeFolder(folder / "scan", "Pages"), folder / "scan Pages");
+        QVERIFY(std::filesystem::is_empty(folder / "scan Pages"));
+        QVERIFY(failureOf([&] { Engine::makeFolder(folder / "missing" / "a.pdf", "Pages"); })
+                == EngineError::Cause(EngineError::WriteFailed{folder / "missing" / "a Pages"}));
     }
 
     void splittingNamesEveryPage()

@@ -1,6 +1,6 @@
 #include "files/OutputFile.h"
 #include "files/OutputFolder.h"
-#include "files/Publishing.h"
+#include "PelgraCore/EngineError.h"
 #include "PelgraCore/OutputNaming.h"
 #include "Support/TemporaryFolder.h"
 
@@ -67,22 +67,25 @@ private Q_SLOTS:
     {
         TemporaryFolder folder;
         QVERIFY_EXCEPTION_THROWN(OutputFile(folder / "missing"), StorageError);
-        QVERIFY_EXCEPTION_THROWN(OutputFolder(folder / "missing"), StorageError);
+        QVERIFY_EXCEPTION_THROWN(OutputFolder(folder / "missing" / "a.pdf", "Pages"), EngineError);
     }
 
     void aFolderAppearsWholeOrNotAtAll()
     {
         TemporaryFolder folder;
         std::filesystem::create_directory(folder / "Report Pages");
+        const auto writeOne = [](ByteSink& sink) {
+            sink.write(std::as_bytes(std::span("one", 3)));
+        };
         {
-            OutputFolder abandoned(folder.path());
-            std::ofstream(abandoned.hiddenPath() / "1.txt") << "one";
+            OutputFolder abandoned(folder / "Report.pdf", "Pages");
+            abandoned.writeFile("1", "txt", {}, writeOne);
         }
         QCOMPARE(folder.names(), std::vector<std::string>{"Report Pages"});
 
-        OutputFolder kept(folder.path());
-        std::ofstream(kept.hiddenPath() / "1.txt") << "one";
-        QCOMPARE(kept.publish("Report Pages"), folder / "Report Pages 2");
+        OutputFolder kept(folder / "Report.pdf", "Pages");
+        kept.writeFile("1", "txt", {}, writeOne);
+        QCOMPARE(kept.publish(), folder / "Report Pages 2");
         QCOMPARE(contentOf(folder / "Report Pages 2" / "1.txt"), std::string("one"));
         QCOMPARE(folder.names().size(), std::size_t{2});
     }
@@ -94,9 +97,10 @@ private Q_SLOTS:
             std::filesystem::last_write_time(path,
                                              std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
         };
-        const OutputFolder building(folder.path());
+        const OutputFolder underWay(folder / "a.pdf", "Pages");
+        const std::filesystem::path building = folder / folder.names().front();
         const auto leftBehind = [&](char digit) {
-            std::string name = building.hiddenPath().filename().string();
+            std::string name = building.filename().string();
             name.back() = name.back() == digit ? '-' : digit;
             std::filesystem::create_directory(folder / name);
             std::ofstream(folder / name / "1.txt") << "one";
@@ -106,11 +110,11 @@ private Q_SLOTS:
         const std::filesystem::path young = leftBehind('1');
         const std::filesystem::path other = folder / ".pelgra-settings";
         std::filesystem::create_directory(other);
-        for (const std::filesystem::path& path : {old, other, building.hiddenPath()})
+        for (const std::filesystem::path& path : {old, other, building})
             age(path);
-        const OutputFolder next(folder.path());
+        const OutputFolder next(folder / "a.pdf", "Pages");
         QVERIFY(!std::filesystem::exists(old));
-        QVERIFY2(std::filesystem::exists(building.hiddenPath()), "another job's folder must stay");
+        QVERIFY2(std::filesystem::exists(building), "another job's folder must stay");
         QVERIFY2(std::filesystem::exists(young), "may be a folder whose job is about to claim it");
         QVERIFY2(std::filesystem::exists(other), "not a name of ours");
     }

@@ -1,10 +1,13 @@
 #include "files/OutputFolder.h"
 
 #include "files/HiddenNames.h"
+#include "files/OutputFile.h"
 #include "files/Publishing.h"
+#include "files/StoppableSink.h"
 
 #include <cstdio>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,50 +19,83 @@ namespace {
 
 constexpr mode_t folderMode = 0777; // less the user's umask
 
+/// Gives a folder its final name, with whatever the file system offers; 0 or an error number.
+int renameFolder(const std::filesystem::path& from, const std::filesystem::path& to)
+{
+    const int error = renameWithoutReplacing(from, to);
+    if (!isUnknownCall(error))
+        return error;
+    // An empty folder made under the name reserves it, and a folder may be renamed onto an empty one.
+    if (mkdir(to.c_str(), folderMode) != 0)
+        return errno;
+    if (rename(from.c_str(), to.c_str()) == 0)
+        return 0;
+    const int failure = errno;
+    rmdir(to.c_str());
+    return failure;
+}
+
 } // namespace
 
-OutputFolder::OutputFolder(const std::filesystem::path& parent)
-    : m_parent(parent)
-    , m_hidden(hiddenName(parent))
+OutputFolder::OutputFolder(const std::filesystem::path& input, std::string_view suffix)
+    : m_parent(input.parent_path())
+    , m_name(OutputNaming::baseNameOf(input, suffix))
+    , m_path(hiddenName(m_parent))
 {
-    removeLeftBehind(parent);
-    if (mkdir(m_hidden.c_str(), folderMode) != 0)
-        throw StorageError();
-    m_folder.reset(open(m_hidden.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    removeLeftBehind(m_parent);
+    if (mkdir(m_path.c_str(), folderMode) != 0)
+        throw EngineError::writeFailed(firstFreePath());
+    m_folder.reset(open(m_path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (m_folder)
         claimHidden(m_folder.get());
 }
 
 OutputFolder::~OutputFolder()
 {
-    if (!m_hidden.empty()) {
+    if (!m_path.empty()) {
         std::error_code ignored;
-        std::filesystem::remove_all(m_hidden, ignored);
+        std::filesystem::remove_all(m_path, ignored);
     }
 }
 
-std::filesystem::path OutputFolder::publish(std::string_view baseName)
+std::filesystem::path OutputFolder::firstFreePath() const
+{
+    return OutputNaming::uniqueURL(m_parent, m_name);
+}
+
+void OutputFolder::writeFile(std::string_view baseName, std::string_view pathExtension, const std::stop_token& stop,
+                             const std::function<void(ByteSink&)>& write) const
+{
+    const auto save = [&] {
+        OutputFile file(m_path);
+        StoppableSink sink(file, stop);
+        write(sink);
+        file.finish();
+        file.publish(baseName, pathExtension);
+    };
+    saving(save, stop, [&] { return firstFreePath() / OutputNaming::candidateName(baseName, pathExtension, 1); });
+}
+
+std::filesystem::path OutputFolder::publish()
+{
+    saving([this] { takeName(); }, {}, [this] { return firstFreePath(); });
+    try {
+        syncFolder(m_parent);
+    } catch (const StorageError&) {
+        // Whether the name would outlast a crash is not known, so it must not be taken for done.
+        throw EngineError::writeFailed(m_path);
+    }
+    return std::exchange(m_path, {});
+}
+
+void OutputFolder::takeName()
 {
     // One flush of the file system serves all files at once; flushing each costs a wait for the device per file.
     if (!m_folder || (syncfs(m_folder.get()) != 0 && errno != ENOSYS))
         throw StorageError();
-    std::filesystem::path target =
-        publishUnderFreeName(m_parent, baseName, {}, [this](const std::filesystem::path& candidate) {
-            const int error = renameWithoutReplacing(m_hidden, candidate);
-            if (!isUnknownCall(error))
-                return error;
-            // An empty folder made under the name reserves it, and a folder may be renamed onto an empty one.
-            if (mkdir(candidate.c_str(), folderMode) != 0)
-                return errno;
-            if (rename(m_hidden.c_str(), candidate.c_str()) == 0)
-                return 0;
-            const int failure = errno;
-            rmdir(candidate.c_str());
-            return failure;
-        });
-    m_hidden.clear();
-    syncFolder(m_parent);
-    return target;
+    m_path = publishUnderFreeName(m_parent, m_name, {}, [this](const std::filesystem::path& candidate) {
+        return renameFolder(m_path, candidate);
+    });
 }
 
 } // namespace Pelgra

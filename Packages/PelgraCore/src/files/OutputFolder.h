@@ -1,32 +1,44 @@
 #pragma once
 
+#include "files/ByteSink.h"
 #include "files/UniqueDescriptor.h"
 
 #include <filesystem>
+#include <functional>
+#include <stop_token>
+#include <string>
 #include <string_view>
 
 namespace Pelgra {
 
-/// A folder of outputs, built under a hidden name beside its final place and removed again unless published; where the
+/// A folder of outputs beside an input, built under a hidden name and removed again unless it is published; where the
 /// process is killed before, by the next job of this kind in the parent that runs ten minutes later or more.
 class OutputFolder {
 public:
-    /// Makes the hidden folder in the given parent. Throws StorageError.
-    explicit OutputFolder(const std::filesystem::path& parent);
+    /// Begins a folder that will be named after the input, with the suffix. Throws EngineError::writeFailed with the
+    /// name it would have had.
+    OutputFolder(const std::filesystem::path& input, std::string_view suffix);
     OutputFolder(const OutputFolder&) = delete;
     OutputFolder& operator=(const OutputFolder&) = delete;
     ~OutputFolder();
 
-    /// Where the folder's files are written until it is published.
-    const std::filesystem::path& hiddenPath() const { return m_hidden; }
+    /// Has the content written for one of its files. May be called from several threads. Throws
+    /// EngineError::writeFailed with the file's name when that fails in any way other than an EngineError, and
+    /// JobCancelled when a stop was requested meanwhile.
+    void writeFile(std::string_view baseName, std::string_view pathExtension, const std::stop_token& stop,
+                   const std::function<void(ByteSink&)>& write) const;
 
     /// Flushes every file and the folder to the device together and gives the folder the first free name of the
-    /// numbering rule. Throws StorageError.
-    std::filesystem::path publish(std::string_view baseName);
+    /// numbering rule. Throws EngineError::writeFailed, and then nothing is left.
+    std::filesystem::path publish();
 
 private:
+    std::filesystem::path firstFreePath() const;
+    void takeName();
+
     std::filesystem::path m_parent;
-    std::filesystem::path m_hidden;
+    std::string m_name;
+    std::filesystem::path m_path; ///< where it is now; empty once it is published
     UniqueDescriptor m_folder; ///< claims the hidden folder; see HiddenNames.h
 };
 

@@ -1,76 +1,47 @@
 #include "files/PreparedOutput.h"
 
 #include "files/Publishing.h"
+#include "files/StoppableSink.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/OutputNaming.h"
+
+#include <thread>
 
 #include <unistd.h>
 
 namespace Pelgra {
 
-namespace {
-
-/// Ends a long write soon after a stop is requested, whatever the encoder between makes of exceptions.
-class StoppableSink final : public ByteSink {
-public:
-    StoppableSink(ByteSink& sink, const std::stop_token& stop)
-        : m_sink(sink)
-        , m_stop(stop)
-    {
-    }
-    void write(std::span<const std::byte> bytes) override
-    {
-        throwIfStopped();
-        m_sink.write(bytes);
-    }
-    void writeAt(std::size_t offset, std::span<const std::byte> bytes) override
-    {
-        throwIfStopped();
-        m_sink.writeAt(offset, bytes);
-    }
-
-private:
-    void throwIfStopped() const
-    {
-        if (m_stop.stop_requested())
-            throw StorageError();
-    }
-    ByteSink& m_sink;
-    const std::stop_token& m_stop;
-};
-
-} // namespace
-
 PreparedOutput::PreparedOutput(const std::filesystem::path& input, std::string_view suffix,
                                std::string_view pathExtension, const std::stop_token& stop,
-                               const std::function<void(ByteSink&)>& write)
+                               const std::function<void(ByteSink&)>& write, const std::function<void()>& whileFlushing)
     : m_directory(input.parent_path())
     , m_baseName(OutputNaming::baseNameOf(input, suffix))
     , m_pathExtension(pathExtension)
 {
-    try {
+    const auto save = [&] {
         m_file.emplace(m_directory);
         StoppableSink sink(*m_file, stop);
         write(sink);
+        std::jthread meanwhile;
+        if (whileFlushing)
+            meanwhile = std::jthread(whileFlushing);
         m_file->flush();
-    } catch (const EngineError&) {
-        throw;
-    } catch (const std::exception&) {
-        if (stop.stop_requested())
-            throw JobCancelled();
-        throw EngineError::writeFailed(OutputNaming::uniqueURL(m_directory, m_baseName, m_pathExtension));
-    }
+    };
+    saving(save, stop, [this] { return firstFreePath(); });
     if (stop.stop_requested())
         throw JobCancelled();
 }
 
+std::filesystem::path PreparedOutput::firstFreePath() const
+{
+    return OutputNaming::uniqueURL(m_directory, m_baseName, m_pathExtension);
+}
+
 std::filesystem::path PreparedOutput::publish()
 {
-    try {
-        return m_file->publish(m_baseName, m_pathExtension);
-    } catch (const StorageError&) {
-        throw EngineError::writeFailed(OutputNaming::uniqueURL(m_directory, m_baseName, m_pathExtension));
-    }
+    std::filesystem::path file;
+    saving([&] { file = m_file->publish(m_baseName, m_pathExtension); }, {}, [this] { return firstFreePath(); });
+    return file;
 }
 
 JobResult publishAlone(PreparedOutput output)

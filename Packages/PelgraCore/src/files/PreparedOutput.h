@@ -7,6 +7,9 @@
 
 #include <filesystem>
 #include <functional>
+#include <optional>
+#include <stop_token>
+#include <string>
 #include <string_view>
 
 namespace Pelgra {
@@ -16,14 +19,18 @@ class PreparedOutput {
 public:
     /// Has the content written for a file that will stand beside the input and be named after it. Throws
     /// EngineError::writeFailed with the name it would have had when that fails in any way other than an EngineError,
-    /// and JobCancelled when a stop was requested meanwhile.
+    /// and JobCancelled when a stop was requested meanwhile. `whileFlushing` runs on another thread while the device is
+    /// waited for, once all is written.
     PreparedOutput(const std::filesystem::path& input, std::string_view suffix, std::string_view pathExtension,
-                   const std::stop_token& stop, const std::function<void(ByteSink&)>& write);
+                   const std::stop_token& stop, const std::function<void(ByteSink&)>& write,
+                   const std::function<void()>& whileFlushing = {});
 
     /// Gives it the first free name. The folder is yet to be flushed. Throws EngineError::writeFailed.
     std::filesystem::path publish();
 
 private:
+    std::filesystem::path firstFreePath() const;
+
     std::filesystem::path m_directory;
     std::string m_baseName;
     std::string m_pathExtension;

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "files/ByteSink.h"
+#include "PelgraCore/EngineError.h"
 #include "PelgraCore/OutputNaming.h"
 
 #include <cerrno>
 #include <filesystem>
 #include <limits>
+#include <stop_token>
 #include <string_view>
 
 /// What files and folders need alike to get their names. Functions that return an int give 0 or an error number.
@@ -44,6 +46,25 @@ std::filesystem::path publishUnderFreeName(const std::filesystem::path& director
         }
     }
     throw StorageError();
+}
+
+/// Runs what saves an output. EngineError and JobCancelled pass; whatever else ends it becomes JobCancelled where a
+/// stop was requested, else EngineError::writeFailed with the path that `target` gives, the one the output would have
+/// had.
+template <typename Save, typename Target>
+void saving(const Save& save, const std::stop_token& stop, const Target& target)
+{
+    try {
+        save();
+    } catch (const EngineError&) {
+        throw;
+    } catch (const JobCancelled&) {
+        throw;
+    } catch (const std::exception&) {
+        if (stop.stop_requested())
+            throw JobCancelled();
+        throw EngineError::writeFailed(target());
+    }
 }
 
 } // namespace Pelgra
