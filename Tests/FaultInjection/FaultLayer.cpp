@@ -1,12 +1,17 @@
 // Preloaded into a program, this fails one of its system calls on output files and folders, chosen by the environment:
-//   PELGRA_FAULT_CALL   write, fsync, linkat or close
-//   PELGRA_FAULT_AT     which call of that kind fails, from 1 on; calls before and after it work
-//   PELGRA_FAULT_ERROR  the error number it fails with
-//   PELGRA_FAULT_SHORT  if set, every write takes no more than half of what it is given
-//   PELGRA_FAULT_POOR   if set, the file system knows neither unnamed files nor links nor renaming without replacing
+//   PELGRA_FAULT_CALL    one of the names in `calls` below
+//   PELGRA_FAULT_AT      which call of that kind fails, from 1 on; calls before and after it work
+//   PELGRA_FAULT_LASTING if set, those after it fail too
+//   PELGRA_FAULT_ERROR   the error number it fails with
+//   PELGRA_FAULT_COUNTS  a file to be written at the program's end: how many calls of each kind it made
+//   PELGRA_FAULT_SHORT   if set, every write takes no more than half of what it is given
+//   PELGRA_FAULT_POOR    if set, the file system knows neither unnamed files nor links nor renaming without replacing
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -42,18 +47,48 @@ bool isFolder(int descriptor)
     return fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-/// Counts a call of the chosen kind; true, with errno set, when it is the one to fail.
+/// "open" makes a file, "flush file" and "flush folder" are fsync, "write" is pwrite too.
+constexpr std::array calls{"open",      "write",  "flush file", "flush folder", "syncfs",
+                           "renameat2", "rename", "linkat",     "mkdir",        "close"};
+std::array<std::atomic<int>, calls.size()> counts;
+
+/// Counts a call of that kind; true, with errno set, when it is one to fail.
 bool fails(const char* call)
 {
-    static std::atomic<int> count = 0;
     static const char* const chosen = std::getenv("PELGRA_FAULT_CALL");
     static const char* const at = std::getenv("PELGRA_FAULT_AT");
     static const char* const error = std::getenv("PELGRA_FAULT_ERROR");
-    if (!chosen || !at || !error || std::strcmp(chosen, call) != 0 || ++count != std::atoi(at))
+    const auto isCall = [call](const char* name) {
+        return std::strcmp(name, call) == 0;
+    };
+    const auto kind = std::find_if(calls.begin(), calls.end(), isCall) - calls.begin();
+    const int count = ++counts.at(static_cast<std::size_t>(kind));
+    if (!chosen || !at || !error || !isCall(chosen))
+        return false;
+    const int first = std::atoi(at);
+    if (count < first || (count > first && !isSet("PELGRA_FAULT_LASTING")))
         return false;
     errno = std::atoi(error);
     return true;
 }
+
+/// Tells the counts when the program ends.
+struct Report {
+    Report() = default;
+    Report(const Report&) = delete;
+    Report& operator=(const Report&) = delete;
+    ~Report()
+    {
+        const char* const path = std::getenv("PELGRA_FAULT_COUNTS");
+        std::FILE* const file = path ? std::fopen(path, "w") : nullptr;
+        if (!file)
+            return;
+        for (std::size_t kind = 0; kind < calls.size(); ++kind)
+            std::fprintf(file, "%s=%d\n", calls[kind], counts[kind].load());
+        std::fclose(file);
+    }
+};
+const Report report;
 
 std::size_t taken(std::size_t size)
 {
@@ -83,18 +118,26 @@ ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t offset)
 int fsync(int descriptor)
 {
     static auto* const next = real<int(int)>("fsync");
-    if ((isOutput(descriptor) || isFolder(descriptor)) && fails("fsync"))
+    if (isOutput(descriptor) && fails("flush file"))
+        return -1;
+    if (isFolder(descriptor) && fails("flush folder"))
         return -1;
     return next(descriptor);
 }
 
-int linkat(int fromFolder, const char* from, int toFolder, const char* to, int flags)
+int syncfs(int descriptor) noexcept
+{
+    static auto* const next = real<int(int)>("syncfs");
+    return fails("syncfs") ? -1 : next(descriptor);
+}
+
+int linkat(int fromFolder, const char* from, int toFolder, const char* to, int flags) noexcept
 {
     static auto* const next = real<int(int, const char*, int, const char*, int)>("linkat");
     return fails("linkat") ? -1 : next(fromFolder, from, toFolder, to, flags);
 }
 
-int link(const char* from, const char* to)
+int link(const char* from, const char* to) noexcept
 {
     static auto* const next = real<int(const char*, const char*)>("link");
     if (!isSet("PELGRA_FAULT_POOR"))
@@ -103,13 +146,26 @@ int link(const char* from, const char* to)
     return -1;
 }
 
+int rename(const char* from, const char* to) noexcept
+{
+    static auto* const next = real<int(const char*, const char*)>("rename");
+    return fails("rename") ? -1 : next(from, to);
+}
+
 int renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags) noexcept
 {
     static auto* const next = real<int(int, const char*, int, const char*, unsigned)>("renameat2");
-    if (!isSet("PELGRA_FAULT_POOR") || flags == 0)
-        return next(fromFolder, from, toFolder, to, flags);
-    errno = EINVAL;
-    return -1;
+    if (flags != 0 && isSet("PELGRA_FAULT_POOR")) {
+        errno = EINVAL;
+        return -1;
+    }
+    return fails("renameat2") ? -1 : next(fromFolder, from, toFolder, to, flags);
+}
+
+int mkdir(const char* path, mode_t mode) noexcept
+{
+    static auto* const next = real<int(const char*, mode_t)>("mkdir");
+    return fails("mkdir") ? -1 : next(path, mode);
 }
 
 int open(const char* path, int flags, ...)
@@ -119,10 +175,13 @@ int open(const char* path, int flags, ...)
     va_start(arguments, flags);
     const mode_t mode = (flags & (O_CREAT | __O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    if ((flags & O_TMPFILE) == O_TMPFILE && isSet("PELGRA_FAULT_POOR")) {
+    const bool isUnnamed = (flags & O_TMPFILE) == O_TMPFILE;
+    if (isUnnamed && isSet("PELGRA_FAULT_POOR")) {
         errno = EOPNOTSUPP;
         return -1;
     }
+    if ((isUnnamed || (flags & O_CREAT) != 0) && fails("open"))
+        return -1;
     return next(path, flags, mode);
 }
 
