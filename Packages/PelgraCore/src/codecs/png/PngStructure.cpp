@@ -1,45 +1,12 @@
 #include "codecs/png/PngStructure.h"
 
-#include "codecs/Deflate.h"
+#include "codecs/BlockWrappings.h"
+#include "codecs/png/PngChunks.h"
 #include "codecs/png/PngDataCheck.h"
-
-#include <cstdint>
-#include <cstring>
-#include <string_view>
 
 namespace Pelgra {
 
 namespace {
-
-constexpr std::size_t signatureSize = 8;
-constexpr std::size_t chunkOverhead = 12; ///< length, type and checksum
-
-std::uint32_t number(std::span<const std::byte> bytes)
-{
-    std::uint32_t value = 0;
-    for (std::byte byte : bytes.first(4))
-        value = value << 8 | std::to_integer<std::uint32_t>(byte);
-    return value;
-}
-
-struct Chunk {
-    std::string_view type;
-    std::span<const std::byte> content;
-    bool isSound = false;
-};
-
-/// The chunk at the beginning of the bytes; none when they do not hold it whole.
-std::optional<Chunk> chunkAt(std::span<const std::byte> bytes)
-{
-    if (bytes.size() < chunkOverhead || number(bytes) > bytes.size() - chunkOverhead)
-        return std::nullopt;
-    const std::size_t length = number(bytes);
-    Chunk chunk;
-    chunk.type = {reinterpret_cast<const char*>(bytes.data()) + 4, 4};
-    chunk.content = bytes.subspan(8, length);
-    chunk.isSound = Deflate::crc32(0, bytes.subspan(4, length + 4)) == number(bytes.subspan(length + 8));
-    return chunk;
-}
 
 class Reader {
 public:
@@ -50,16 +17,13 @@ public:
 
     std::optional<PngStructure> read()
     {
-        if (m_file.size() < signatureSize || std::memcmp(m_file.data(), "\x89PNG\r\n\x1A\n", signatureSize) != 0)
+        if (!hasPngSignature(m_file))
             return std::nullopt;
-        for (auto rest = m_file.subspan(signatureSize);;) {
-            const std::optional<Chunk> chunk = chunkAt(rest);
-            if (!chunk || !chunk->isSound || !take(*chunk))
+        PngChunks chunk(m_file);
+        do {
+            if (!chunk.next() || !chunk.isIntact() || !take(chunk))
                 return std::nullopt;
-            if (chunk->type == "IEND")
-                break;
-            rest = rest.subspan(chunkOverhead + chunk->content.size());
-        }
+        } while (!chunk.is("IEND"));
         if (m_result.data.empty()
             || !isSoundPngData(m_result.data, m_result.rowBytes(), static_cast<std::size_t>(m_result.height)))
             return std::nullopt;
@@ -67,34 +31,34 @@ public:
     }
 
 private:
-    bool take(const Chunk& chunk)
+    bool take(const PngChunks& chunk)
     {
-        const bool isData = chunk.type == "IDAT";
-        if ((m_result.width == 0) != (chunk.type == "IHDR") || (m_dataEnded && isData) || chunk.type == "tRNS")
+        const bool isHeader = chunk.is("IHDR");
+        const bool isData = chunk.is("IDAT");
+        if ((m_result.width == 0) != isHeader || (m_dataEnded && isData) || chunk.is("tRNS"))
             return false;
         m_dataEnded = m_dataEnded || (!m_result.data.empty() && !isData);
-        if (chunk.type == "IHDR")
-            return takeHeader(chunk.content);
-        if (chunk.type == "PLTE")
-            return takePalette(chunk.content);
+        if (isHeader)
+            return takeHeader(chunk.content());
+        if (chunk.is("PLTE"))
+            return takePalette(chunk.content());
         if (isData) {
             if (m_needsPalette && m_result.palette.empty())
                 return false;
-            m_result.data.push_back(chunk.content);
+            m_result.data.push_back(chunk.content());
         }
-        // Unknown chunks are passed over unless the fifth bit says that the picture needs them.
-        return isData || chunk.type == "IEND" || (chunk.type[0] & 0x20) != 0;
+        return isData || chunk.is("IEND") || !chunk.isCritical();
     }
 
     bool takeHeader(std::span<const std::byte> content)
     {
         if (content.size() != 13)
             return false;
-        const std::uint32_t width = number(content);
-        const std::uint32_t height = number(content.subspan(4));
+        const std::size_t width = bigEndianNumber(content, 0, 4);
+        const std::size_t height = bigEndianNumber(content, 4, 4);
         const int bits = std::to_integer<int>(content[8]);
         const int colorType = std::to_integer<int>(content[9]);
-        const bool isPlain = number(content.subspan(9)) == static_cast<std::uint32_t>(colorType) << 24;
+        const bool isPlain = bigEndianNumber(content, 9, 4) == static_cast<std::size_t>(colorType) << 24;
         const bool isKnown = (colorType == 0 && (bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16))
             || (colorType == 2 && (bits == 8 || bits == 16))
             || (colorType == 3 && (bits == 1 || bits == 2 || bits == 4 || bits == 8));
@@ -136,11 +100,10 @@ std::optional<PngStructure> readPngStructure(std::span<const std::byte> file)
 std::vector<std::span<const std::byte>> pngDataOf(std::span<const std::byte> file)
 {
     std::vector<std::span<const std::byte>> data;
-    for (auto rest = file.subspan(signatureSize); rest.size() >= chunkOverhead;) {
-        const std::size_t length = number(rest);
-        if (std::memcmp(rest.data() + 4, "IDAT", 4) == 0)
-            data.push_back(rest.subspan(8, length));
-        rest = rest.subspan(chunkOverhead + length);
+    PngChunks chunk(file);
+    while (chunk.next()) {
+        if (chunk.is("IDAT"))
+            data.push_back(chunk.content());
     }
     return data;
 }
