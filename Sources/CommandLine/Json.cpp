@@ -1,5 +1,7 @@
 #include "CommandLine/Json.h"
 
+#include "PelgraCore/Hexadecimal.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -36,10 +38,8 @@ std::size_t sequenceLength(std::string_view text)
 
 void appendEscape(std::string& result, unsigned codeUnit)
 {
-    constexpr std::string_view digits = "0123456789abcdef";
-    result += "\\u";
-    for (int shift = 12; shift >= 0; shift -= 4)
-        result += digits[(codeUnit >> shift) & 0xF];
+    result += "\\u" + hexadecimal(static_cast<std::uint8_t>(codeUnit >> 8))
+        + hexadecimal(static_cast<std::uint8_t>(codeUnit & 0xFF));
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "PelgraCore/FileFormat.h"
 #include "PelgraCore/Thumbnails.h"
 #include "Pictures/RasterConversion.h"
+#include "Support/Paths.h"
 
 #include <QCryptographicHash>
 #include <QFileInfo>
@@ -12,9 +13,9 @@
 #include <QThreadPool>
 
 #include <algorithm>
-#include <cstring>
 #include <exception>
 #include <optional>
+#include <string_view>
 #include <system_error>
 
 #include <sys/stat.h>
@@ -76,21 +77,10 @@ QByteArray canonicalAddress(const std::filesystem::path& file)
 {
     // The characters that GLib leaves alone in a path; nearly all thumbnails are made by programs that use it or follow
     // its names.
-    static constexpr char plain[] = "!$&'()*+,-./:=@_~";
-    static constexpr char digits[] = "0123456789ABCDEF";
-    QByteArray address("file://");
+    constexpr std::string_view plain = "!$&'()*+,-./:=@_~";
     std::error_code error;
     const std::filesystem::path whole = std::filesystem::absolute(file, error).lexically_normal();
-    for (const char character : whole.native()) {
-        const auto byte = static_cast<unsigned char>(character);
-        const bool isAlphanumeric =
-            (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
-        if (isAlphanumeric || (byte != 0 && std::strchr(plain, byte) != nullptr))
-            address += character;
-        else
-            address.append('%').append(digits[byte >> 4]).append(digits[byte & 15]);
-    }
-    return address;
+    return QByteArray::fromStdString(fileAddressFromPath(whole, plain));
 }
 
 QImage sharedThumbnail(const std::filesystem::path& file)

@@ -1,5 +1,7 @@
 #include "Support/Paths.h"
 
+#include "PelgraCore/Hexadecimal.h"
+
 #include <QFile>
 
 #include <limits.h>
@@ -99,19 +101,15 @@ std::optional<std::filesystem::path> pathFromFileAddress(std::string_view addres
     return bytes;
 }
 
-std::string fileAddressFromPath(const std::filesystem::path& path)
+std::string fileAddressFromPath(const std::filesystem::path& path, std::string_view plain)
 {
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    constexpr std::string_view plain = "-._~/";
     std::string address = "file://";
     for (const char c : path.native()) {
         const bool isAlphanumeric = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-        if (isAlphanumeric || plain.find(c) != std::string_view::npos) {
-            address.push_back(c);
-        } else {
-            const auto byte = static_cast<unsigned char>(c);
-            address += {'%', digits[byte >> 4], digits[byte & 15]};
-        }
+        if (isAlphanumeric || plain.find(c) != std::string_view::npos)
+            address += c;
+        else
+            address += '%' + hexadecimal(static_cast<std::uint8_t>(c), HexadecimalLetters::capital);
     }
     return address;
 }

@@ -27,7 +27,7 @@ std::optional<std::filesystem::path> pathFromUrl(const QUrl& url);
 /// "localhost" or this machine's name, the path absolute; anything else, and a NUL byte, gives none.
 std::optional<std::filesystem::path> pathFromFileAddress(std::string_view address);
 
-/// The encoded address of a file.
-std::string fileAddressFromPath(const std::filesystem::path& path);
+/// The encoded address of a file. Of what is neither letter nor digit, only `plain` characters are not escaped.
+std::string fileAddressFromPath(const std::filesystem::path& path, std::string_view plain = "-._~/");
 
 } // namespace Pelgra

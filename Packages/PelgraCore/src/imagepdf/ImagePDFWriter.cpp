@@ -1,6 +1,7 @@
 #include "imagepdf/ImagePDFWriter.h"
 
 #include "codecs/Deflate.h"
+#include "PelgraCore/Hexadecimal.h"
 #include "PelgraCore/ImageLoading.h"
 
 #include <array>
@@ -17,14 +18,11 @@ std::string reference(int number)
     return PDFObjectWriter::reference(number);
 }
 
-std::string hexadecimal(std::span<const std::byte> bytes)
+std::string hexadecimalString(std::span<const std::byte> bytes)
 {
-    constexpr std::string_view digits = "0123456789abcdef";
     std::string text = "<";
-    for (std::byte byte : bytes) {
-        text += digits[std::to_integer<unsigned>(byte) >> 4];
-        text += digits[std::to_integer<unsigned>(byte) & 15];
-    }
+    for (std::byte byte : bytes)
+        text += hexadecimal(std::to_integer<std::uint8_t>(byte));
     return text + ">";
 }
 
@@ -99,7 +97,7 @@ std::string ImagePDFWriter::colorSpace(const PDFImage& image)
         space = "[/ICCBased " + reference(profileObject(image)) + "]";
     if (!image.palette.empty())
         space = "[/Indexed " + space + " " + std::to_string(image.palette.size() / 3 - 1) + " "
-            + hexadecimal(image.palette) + "]";
+            + hexadecimalString(image.palette) + "]";
     return space;
 }
 

@@ -1,5 +1,7 @@
 #include "PelgraCore/Models.h"
 
+#include "PelgraCore/Hexadecimal.h"
+
 #include <cstring>
 #include <random>
 #include <utility>
@@ -33,13 +35,11 @@ Identifier Identifier::random()
 
 std::string Identifier::text() const
 {
-    constexpr char digits[] = "0123456789ABCDEF";
     std::string text;
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         if (i == 4 || i == 6 || i == 8 || i == 10)
             text += '-';
-        text += digits[bytes[i] >> 4];
-        text += digits[bytes[i] & 0x0F];
+        text += hexadecimal(bytes[i], HexadecimalLetters::capital);
     }
     return text;
 }

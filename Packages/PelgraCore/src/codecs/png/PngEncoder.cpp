@@ -6,6 +6,7 @@
 #include "metadata/ExifStructure.h"
 #include "metadata/MetadataBlocks.h"
 #include "parallel/InParallel.h"
+#include "PelgraCore/Hexadecimal.h"
 #include "pixels/RowStripe.h"
 
 #include <algorithm>
@@ -160,16 +161,13 @@ void PngWriter::writeHeader()
 /// IPTC has no chunk of its own; readers look for this text, hexadecimal with its length.
 std::string rawProfileText(std::span<const std::byte> content)
 {
-    constexpr std::string_view digits = "0123456789abcdef";
     std::array<char, 32> head{};
     std::snprintf(head.data(), head.size(), "\niptc\n%8zu", content.size());
     std::string text(head.data());
     for (std::size_t index = 0; index < content.size(); ++index) {
         if (index % 36 == 0)
             text += '\n';
-        const auto value = std::to_integer<unsigned>(content[index]);
-        text += digits[value >> 4];
-        text += digits[value & 15];
+        text += hexadecimal(std::to_integer<std::uint8_t>(content[index]));
     }
     return text + '\n';
 }
