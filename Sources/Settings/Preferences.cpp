@@ -1,5 +1,7 @@
 #include "Settings/Preferences.h"
 
+#include "PelgraCore/Models.h"
+
 #include <QCoreApplication>
 
 namespace Pelgra {
@@ -21,7 +23,7 @@ double qualityFrom(const QVariant& stored)
     bool isNumber = false;
     double quality = stored.toDouble(&isNumber);
     if (!isNumber)
-        quality = 0.9;
+        quality = ConversionOptions::defaultQuality;
     if (!(quality > 0.5)) // true of NaN as well
         return 0.5;
     return quality > 1.0 ? 1.0 : quality;

@@ -38,7 +38,7 @@ private Q_SLOTS:
         QVERIFY(invocation.json);
         QVERIFY(invocation.target == FileFormat(FileFormat::jpg));
         QCOMPARE(invocation.options.jpegQuality, 0.25);
-        QCOMPARE(invocation.options.heicQuality, 0.9);
+        QCOMPARE(invocation.options.heicQuality, ConversionOptions::defaultQuality);
         QCOMPARE(invocation.options.pdfRasterDPI, 150.0);
         const std::vector<std::filesystem::path> files{"a.jpg", "b.jpg", "-", "--to"};
         QCOMPARE(invocation.files, files);

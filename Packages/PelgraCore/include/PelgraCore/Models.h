@@ -10,8 +10,10 @@ namespace Pelgra {
 
 /// What the user chose for encoders and rasterising. The core clamps the qualities only when it encodes.
 struct ConversionOptions {
-    double jpegQuality = 0.9; ///< 0 to 1
-    double heicQuality = 0.9; ///< 0 to 1
+    static constexpr double defaultQuality = 0.9;
+
+    double jpegQuality = defaultQuality; ///< 0 to 1
+    double heicQuality = defaultQuality; ///< 0 to 1
     double pdfRasterDPI = 300; ///< dots per inch; 0 or less means 300
 
     bool operator==(const ConversionOptions&) const = default;

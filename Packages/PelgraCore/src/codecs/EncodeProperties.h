@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PelgraCore/ImageLoading.h"
+#include "PelgraCore/Models.h"
 
 namespace Pelgra {
 
@@ -8,7 +9,7 @@ namespace Pelgra {
 struct EncodeProperties {
     double dpiWidth = 72;
     double dpiHeight = 72;
-    double quality = 0.9; ///< of the lossy formats; clamped to 0 to 1 here
+    double quality = ConversionOptions::defaultQuality; ///< of the lossy formats; clamped to 0 to 1 here
     ImageMetadata metadata;
     /// How many threads one encode may keep busy. Leave 1 where several pictures are encoded at the same time anyway.
     /// The written bytes are the same for any number.
