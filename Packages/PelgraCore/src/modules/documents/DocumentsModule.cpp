@@ -191,21 +191,11 @@ std::unique_ptr<PageSplitter> split(const std::filesystem::path& file)
     return std::make_unique<Splitter>(file);
 }
 
-int pageCount(const std::filesystem::path& file)
-{
-    try {
-        return static_cast<int>(SourceDocument(file).pages().size());
-    } catch (const std::exception&) {
-        return 0;
-    }
-}
-
 } // namespace
 
 } // namespace Pelgra::Documents
 
 PELGRA_MODULE_EXPORT const Pelgra::DocumentsModule pelgraModule{
-    &Pelgra::Documents::pageCount,
     &Pelgra::Documents::merge,
     &Pelgra::Documents::organize,
     &Pelgra::Documents::split,

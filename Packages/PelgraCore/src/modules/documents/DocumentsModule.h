@@ -24,6 +24,7 @@ class PageSplitter {
 public:
     virtual ~PageSplitter() = default;
 
+    /// The pages that the page tree really holds, whatever count the file claims.
     virtual int pageCount() const = 0;
 
     /// Writes a document of that page (from 0) alone. Throws as AssembledDocument::write.
@@ -34,9 +35,6 @@ public:
 /// All functions may be called from several threads at once; they throw EngineError and JobCancelled.
 struct DocumentsModule {
     static constexpr const char* name = "documents";
-
-    /// The pages that the page tree really holds, whatever count the file claims; 0 for what cannot be read.
-    int (*pageCount)(const std::filesystem::path& file);
 
     /// All pages of the files in order. Throws unreadable(file) and noPages. control.progress counts pages.
     std::unique_ptr<AssembledDocument> (*merge)(std::span<const std::filesystem::path> files,
