@@ -48,14 +48,14 @@ QByteArray joined(const std::vector<std::string>& lines)
     return text;
 }
 
-GrayPicture pictureOf(const TemporaryFolder& folder, const std::string& contents)
+GrayImage pictureOf(const TemporaryFolder& folder, const std::string& contents)
 {
     SamplePage page;
     page.contents = contents;
     page.mediaBox = pageBox;
     const auto document = PDFRender::open(folder.write("text.pdf", documentWith({page})));
     const std::optional<RasterImage> image = document->render(0, dotsPerPoint);
-    GrayPicture picture;
+    GrayImage picture;
     picture.width = image->width;
     picture.height = image->height;
     for (int y = 0; y < image->height; ++y) {
@@ -66,15 +66,15 @@ GrayPicture pictureOf(const TemporaryFolder& folder, const std::string& contents
     return picture;
 }
 
-GrayPicture turnedOver(GrayPicture picture)
+GrayImage turnedOver(GrayImage picture)
 {
     std::ranges::reverse(picture.pixels);
     return picture;
 }
 
-GrayPicture onItsSide(const GrayPicture& picture)
+GrayImage onItsSide(const GrayImage& picture)
 {
-    GrayPicture turned = picture;
+    GrayImage turned = picture;
     std::swap(turned.width, turned.height);
     for (int y = 0; y < picture.height; ++y) {
         for (int x = 0; x < picture.width; ++x) {
@@ -87,7 +87,7 @@ GrayPicture onItsSide(const GrayPicture& picture)
 }
 
 /// A page that shows the picture and nothing else.
-std::string scanOf(const GrayPicture& picture, int pages = 1)
+std::string scanOf(const GrayImage& picture, int pages = 1)
 {
     PDFBuilder builder;
     const std::string_view pixels(reinterpret_cast<const char*>(picture.pixels.data()), picture.pixels.size());
@@ -135,7 +135,7 @@ private Q_SLOTS:
             QSKIP(needsLanguages);
         QFETCH(int, turn);
         const TemporaryFolder folder;
-        GrayPicture picture = pictureOf(folder, columns());
+        GrayImage picture = pictureOf(folder, columns());
         if (turn >= 2)
             picture = turnedOver(picture);
         if (turn % 2 == 1)
@@ -153,7 +153,7 @@ private Q_SLOTS:
             QSKIP(needsLanguages);
         const TemporaryFolder folder;
         const auto session = module<RecognitionModule>("recognition").openSession();
-        const GrayPicture picture = pictureOf(folder, textAt(60, 150, 20, "Hello world"));
+        const GrayImage picture = pictureOf(folder, textAt(60, 150, 20, "Hello world"));
         const auto lines = session->makeRecognizer()->recognize(picture, {});
         QCOMPARE(lines.size(), std::size_t(1));
         QVERIFY(std::abs(lines.front().minX - 60.0 / 300) < 0.01);
@@ -167,7 +167,7 @@ private Q_SLOTS:
         if (!hasLanguages())
             QSKIP(needsLanguages);
         const TemporaryFolder folder;
-        const GrayPicture picture = pictureOf(folder, textAt(60, 150, 20, "Hello world"));
+        const GrayImage picture = pictureOf(folder, textAt(60, 150, 20, "Hello world"));
         const auto session = module<RecognitionModule>("recognition").openSession();
         int levels = -1;
         std::jthread([&] {

@@ -22,10 +22,10 @@ constexpr double defaultDPI = 300;
 constexpr double pointsPerInch = 72;
 
 /// Turns the pages of one document into pictures. Any of its functions may be called from several threads.
-class PagePictures {
+class PageImages {
 public:
-    PagePictures(const std::filesystem::path& file, std::unique_ptr<PageRenderer> renderer, FileFormat format,
-                 const ConversionOptions& options, std::stop_token stop)
+    PageImages(const std::filesystem::path& file, std::unique_ptr<PageRenderer> renderer, FileFormat format,
+               const ConversionOptions& options, std::stop_token stop)
         : m_file(file)
         , m_pool(file, std::move(renderer))
         , m_format(format)
@@ -99,7 +99,7 @@ JobResult Engine::pdfToImages(const std::filesystem::path& file, FileFormat form
         throw EngineError::noPages();
     if (!format.imageIOType())
         throw EngineError::unsupported(format);
-    PagePictures pictures(file, std::move(renderer), format, options, control.stop);
+    PageImages pictures(file, std::move(renderer), format, options, control.stop);
     const int workers = workerCount();
     if (pageCount > 1) {
         const int threadsPerPage = std::max(1, workers / pageCount);

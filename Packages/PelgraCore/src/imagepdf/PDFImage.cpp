@@ -8,7 +8,7 @@
 #include "codecs/png/PngStructure.h"
 #include "files/ByteSink.h"
 #include "files/FileBytes.h"
-#include "images/PicturePlacement.h"
+#include "images/ImagePlacement.h"
 #include "PelgraCore/EngineError.h"
 #include "pixels/RowSource.h"
 
@@ -26,7 +26,7 @@ void setProfile(PDFImage& image, const Bytes& profile)
         image.iccProfile = profile;
 }
 
-void setPlacement(PDFImage& image, const PicturePlacement& placement)
+void setPlacement(PDFImage& image, const ImagePlacement& placement)
 {
     image.orientation = placement.orientation;
     image.dpiWidth = placement.dpiWidth;

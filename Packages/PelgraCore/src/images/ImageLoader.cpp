@@ -1,5 +1,5 @@
-#include "images/PictureDecoding.h"
-#include "images/PicturePlacement.h"
+#include "images/ImageDecoding.h"
+#include "images/ImagePlacement.h"
 #include "modules/metadata/MetadataModule.h"
 #include "modules/ModuleLoader.h"
 #include "PelgraCore/EngineError.h"
@@ -35,11 +35,11 @@ ImageMetadata filteredMetadata(const DecodedImage& decoded, const LoadedImage& l
 
 LoadedImage ImageLoader::load(const std::filesystem::path& file)
 {
-    DecodedImage decoded = decodePicture(file, 0);
+    DecodedImage decoded = decodeImage(file, 0);
     try {
         LoadedImage loaded;
         loaded.image = std::make_shared<const RasterImage>(std::move(decoded.image));
-        const PicturePlacement placement = placementOf(decoded);
+        const ImagePlacement placement = placementOf(decoded);
         loaded.orientation = placement.orientation;
         loaded.dpiWidth = placement.dpiWidth;
         loaded.dpiHeight = placement.dpiHeight;

@@ -1,6 +1,6 @@
 #include "images/ImageThumbnails.h"
 
-#include "images/PictureDecoding.h"
+#include "images/ImageDecoding.h"
 #include "PelgraCore/ImageLoading.h"
 #include "pixels/ImageScaling.h"
 
@@ -15,7 +15,7 @@ std::optional<RasterImage> imageThumbnail(const std::filesystem::path& file, int
     if (!(maxPixels > 0) || !std::isfinite(maxPixels))
         return std::nullopt;
     try {
-        DecodedImage decoded = decodePicture(file, index);
+        DecodedImage decoded = decodeImage(file, index);
         LoadedImage small;
         small.orientation = decoded.orientation;
         // Turned only once it is small.

@@ -37,7 +37,7 @@ std::ptrdiff_t pagesThatFitMemory()
 /// With less difference than this between its darkest and lightest pixel a page has nothing to read.
 constexpr int smallestContrast = 16;
 
-bool isBlank(const GrayPicture& picture)
+bool isBlank(const GrayImage& picture)
 {
     const auto [darkest, lightest] = std::ranges::minmax_element(picture.pixels);
     return picture.pixels.empty()
@@ -92,7 +92,7 @@ RecognitionSession* DocumentRecognition::session()
 }
 
 std::vector<RecognizedLine> DocumentRecognition::read(std::unique_ptr<PageRecognizer>& recognizer,
-                                                      const GrayPicture& picture, const std::stop_token& stop)
+                                                      const GrayImage& picture, const std::stop_token& stop)
 {
     if (!recognizer && session())
         recognizer = session()->makeRecognizer();
@@ -132,14 +132,14 @@ PageContent PageReader::read(int pageIndex, const std::stop_token& stop)
 std::vector<RecognizedParagraph> PageReader::recognize(int pageIndex, const std::stop_token& stop)
 {
     const Permit permit(m_recognition.pagesAtOnce());
-    const std::optional<GrayPicture> picture = pictureOf(pageIndex, stop);
+    const std::optional<GrayImage> picture = pictureOf(pageIndex, stop);
     if (!picture || isBlank(*picture))
         return {};
     return TextExtraction::paragraphsFrom(
         TextExtraction::withBulletsRestored(m_recognition.read(m_recognizer, *picture, stop)));
 }
 
-std::optional<GrayPicture> PageReader::pictureOf(int pageIndex, const std::stop_token& stop)
+std::optional<GrayImage> PageReader::pictureOf(int pageIndex, const std::stop_token& stop)
 {
     const PageSize page = m_document->displayedSize(pageIndex);
     double scale = pixelsPerInch / pointsPerInch;
@@ -154,7 +154,7 @@ std::optional<GrayPicture> PageReader::pictureOf(int pageIndex, const std::stop_
     std::vector<std::byte> drawn(size->byteCount());
     if (!m_document->drawRows(pageIndex, *size, 0, drawn, stop))
         return std::nullopt;
-    GrayPicture picture;
+    GrayImage picture;
     picture.width = size->width;
     picture.height = size->height;
     picture.pixelsPerInch = scale * pointsPerInch;

@@ -22,7 +22,7 @@ public:
 
     /// Reads a picture with the recogniser, which is made when it is null. Empty without language data.
     std::vector<TextExtraction::RecognizedLine> read(std::unique_ptr<PageRecognizer>& recognizer,
-                                                     const GrayPicture& picture, const std::stop_token& stop);
+                                                     const GrayImage& picture, const std::stop_token& stop);
 
     /// Its permits are the pages there is memory for, each drawn and recognised.
     std::counting_semaphore<>& pagesAtOnce() { return m_pagesAtOnce; }
@@ -57,7 +57,7 @@ public:
     PageContent read(int pageIndex, const std::stop_token& stop);
 
 private:
-    std::optional<GrayPicture> pictureOf(int pageIndex, const std::stop_token& stop);
+    std::optional<GrayImage> pictureOf(int pageIndex, const std::stop_token& stop);
     std::vector<TextExtraction::RecognizedParagraph> recognize(int pageIndex, const std::stop_token& stop);
 
     std::unique_ptr<PageRenderer> m_document;

@@ -5,7 +5,7 @@
 
 namespace Pelgra {
 
-PixHandle pixFrom(const GrayPicture& picture)
+PixHandle pixFrom(const GrayImage& picture)
 {
     PixHandle pix(pixCreateNoInit(picture.width, picture.height, 8));
     if (!pix)

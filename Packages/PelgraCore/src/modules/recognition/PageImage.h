@@ -14,7 +14,7 @@ struct PixDeleter {
 using PixHandle = std::unique_ptr<Pix, PixDeleter>;
 
 /// The picture in the library's form; null where memory is short.
-PixHandle pixFrom(const GrayPicture& picture);
+PixHandle pixFrom(const GrayImage& picture);
 
 /// Turned by so many quarters clockwise, 0 to 3.
 PixHandle turned(const Pix& pix, int quarters);

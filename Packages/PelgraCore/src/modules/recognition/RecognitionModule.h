@@ -10,7 +10,7 @@
 namespace Pelgra {
 
 /// An 8-bit grey picture of a page, top row first, rows without padding.
-struct GrayPicture {
+struct GrayImage {
     int width = 0;
     int height = 0;
     double pixelsPerInch = 300;
@@ -24,7 +24,7 @@ public:
 
     /// The lines in reading order, column by column. A page on its side or upside down is turned first; the boxes are
     /// those of the upright page. Empty where nothing can be read. Throws JobCancelled.
-    virtual std::vector<TextExtraction::RecognizedLine> recognize(const GrayPicture& page, std::stop_token stop) = 0;
+    virtual std::vector<TextExtraction::RecognizedLine> recognize(const GrayImage& page, std::stop_token stop) = 0;
 };
 
 /// The recognisers of one document share what was found out about its language. Safe from several threads.

@@ -132,7 +132,7 @@ std::vector<std::array<int, 4>> sampleLines(tesseract::TessBaseAPI& engine, int 
 
 } // namespace
 
-std::vector<RecognizedLine> Recognizer::recognize(const GrayPicture& page, std::stop_token stop)
+std::vector<RecognizedLine> Recognizer::recognize(const GrayImage& page, std::stop_token stop)
 {
     keepToOneThread();
     if (page.width < smallestSide || page.height < smallestSide)

@@ -19,7 +19,7 @@ public:
     {
     }
 
-    std::vector<TextExtraction::RecognizedLine> recognize(const GrayPicture& page, std::stop_token stop) override;
+    std::vector<TextExtraction::RecognizedLine> recognize(const GrayImage& page, std::stop_token stop) override;
 
 private:
     struct Orientation {

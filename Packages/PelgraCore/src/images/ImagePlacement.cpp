@@ -1,4 +1,4 @@
-#include "images/PicturePlacement.h"
+#include "images/ImagePlacement.h"
 
 #include "metadata/ExifFields.h"
 
@@ -6,10 +6,10 @@
 
 namespace Pelgra {
 
-PicturePlacement placementOf(const DecodedImage& decoded)
+ImagePlacement placementOf(const DecodedImage& decoded)
 {
     constexpr double defaultResolution = 72;
-    PicturePlacement placement;
+    ImagePlacement placement;
     if (decoded.orientation >= 1 && decoded.orientation <= 8)
         placement.orientation = decoded.orientation;
     placement.dpiWidth = decoded.dpiX && isUsableResolution(*decoded.dpiX) ? *decoded.dpiX : defaultResolution;

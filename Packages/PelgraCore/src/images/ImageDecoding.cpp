@@ -1,4 +1,4 @@
-#include "images/PictureDecoding.h"
+#include "images/ImageDecoding.h"
 
 #include "codecs/bmp/BmpDecoder.h"
 #include "codecs/ColorConversion.h"
@@ -98,7 +98,7 @@ FileFormat formatOf(const std::filesystem::path& file, std::span<const std::byte
 
 } // namespace
 
-DecodedImage decodePicture(const std::filesystem::path& file, int index)
+DecodedImage decodeImage(const std::filesystem::path& file, int index)
 {
     try {
         const Bytes content = readFile(file);
