@@ -15,7 +15,7 @@ fi
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 mkdir "$scratch/bin" "$scratch/tools" "$scratch/packages"
-for program in apt-get bash comm dirname dpkg-query env id mkdir sed sort tail touch; do
+for program in apt-get awk bash dirname dpkg-query env id mkdir sed tail touch; do
     ln -s "$(command -v $program)" "$scratch/bin/"
 done
 cp "$source/tools/setup.sh" "$scratch/tools/"
@@ -37,10 +37,10 @@ set_up() {
     fi
 }
 
-printf '# of the tests\n\nbash\nawk  # only provided, by mawk or another\n' >"$scratch/packages/present.txt"
+printf '# of the tests\n\nbash\nawk  # only provided, by mawk or another\npelgra-is-not-there | bash\n' >"$scratch/packages/present.txt"
 printf 'bash\npelgra-is-not-there\n' >"$scratch/packages/absent.txt"
 set_up 0 '' present
-set_up 1 '*pelgra-is-not-there' absent
+set_up 1 "*'pelgra-is-not-there'" absent
 # ./test has installed these before it runs this.
 set_up 0 '' build test
 

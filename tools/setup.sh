@@ -20,11 +20,12 @@ package_names() {
     done
 }
 
-# missing_packages LIST…: the names in packages/LIST.txt that no installed package has or provides, as apt counts it.
+# missing_packages LIST…: the lines of packages/LIST.txt of which no installed package has or provides a name.
 missing_packages() {
-    comm -13 <(dpkg-query -W -f '${db:Status-Status} ${Package}, ${Provides}\n' |
-            sed -n -e 's/^installed //' -e T -e 's/([^)]*)//g' -e 's/[, ][, ]*/\n/gp' | sort -u) \
-        <(package_names "$@" | sort -u)
+    package_names "$@" | awk -F ' *[,|] *' '
+        NR == FNR { for (i = 1; i <= NF; ++i) { sub(/ .*/, "", $i); present[$i] } next }
+        { for (i = 1; i <= NF; ++i) if ($i in present) next; print }
+    ' <(dpkg-query -W -f '${db:Status-Status}, ${Package}, ${Provides}\n' | sed -n 's/^installed, //p') -
 }
 
 # as_root COMMAND…: as it is for root, else through sudo.
@@ -59,25 +60,27 @@ ensure_packages() {
         return 0
     fi
     local missing
-    missing=$(missing_packages "$@")
-    if [ -n "$missing" ]; then
-        install_packages $missing
+    mapfile -t missing < <(missing_packages "$@")
+    if [ ${#missing[@]} -gt 0 ]; then
+        install_packages "${missing[@]}"
     fi
     touch "$stamp"
 }
 
-# install_packages NAME…: by apt, its output in a log that is shown only when it fails.
+# install_packages LINE…: by apt, its output in a log that is shown only when it fails.
 install_packages() {
-    local log="$pelgra_root/build/packages.log"
+    local log="$pelgra_root/build/packages.log" wanted
+    wanted=$(printf '%s, ' "$@")
+    wanted=${wanted%, }
     if [ "$(id -u)" != 0 ] && ! command -v sudo >/dev/null; then
-        fail "packages are missing, and neither root rights nor sudo are at hand. As root: apt-get install $*"
+        fail "packages are missing, and neither root rights nor sudo are at hand. As root: apt-get satisfy '$wanted'"
     fi
-    say "installing $# Debian packages (this happens once): $*"
-    local options=(-y --no-install-recommends -o DPkg::Lock::Timeout=300 -o Acquire::Retries=3)
-    if ! as_root env DEBIAN_FRONTEND=noninteractive apt-get install "${options[@]}" "$@" >"$log" 2>&1 </dev/null; then
+    say "installing $# Debian packages and what they need (this happens once): $wanted"
+    local command=(env DEBIAN_FRONTEND=noninteractive apt-get satisfy -y --no-install-recommends
+        -o DPkg::Lock::Timeout=300 -o Acquire::Retries=3 "$wanted")
+    if ! as_root "${command[@]}" >"$log" 2>&1 </dev/null; then
         # The lists of packages may be missing or old.
-        if ! { as_root apt-get update && as_root env DEBIAN_FRONTEND=noninteractive apt-get install "${options[@]}" "$@"; } \
-            >"$log" 2>&1 </dev/null; then
+        if ! { as_root apt-get update && as_root "${command[@]}"; } >"$log" 2>&1 </dev/null; then
             tail -n 20 "$log" >&2
             fail "installing packages failed; the whole log: $log"
         fi
