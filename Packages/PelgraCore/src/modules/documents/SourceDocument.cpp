@@ -45,6 +45,12 @@ std::string catalogNumberIn(std::string_view bytes)
     return {};
 }
 
+void append(Bytes& bytes, std::string_view text)
+{
+    const auto added = std::as_bytes(std::span(text));
+    bytes.insert(bytes.end(), added.begin(), added.end());
+}
+
 } // namespace
 
 SourceDocument::SourceDocument(const std::filesystem::path& file)
@@ -71,6 +77,7 @@ void SourceDocument::open(const std::filesystem::path& file)
     if (std::filesystem::file_size(file, error) <= memoryLimit && !error) {
         // qpdf seeks and reads a few bytes at a time, each of which is a system call on an open file.
         m_bytes = readFile(file);
+        append(m_bytes, "\n%%EOF\n"); // qpdf 12 does not see the last object of a file cut off right behind it
         openBytes();
         return;
     }
@@ -99,8 +106,7 @@ void SourceDocument::openWithoutTrailer()
     if (catalog.empty())
         throw EngineError::unreadable(m_file);
     const std::string trailer = "\ntrailer\n<< /Root " + catalog + " R >>\nstartxref\n0\n%%EOF\n";
-    const auto bytes = std::as_bytes(std::span(trailer));
-    m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
+    append(m_bytes, trailer);
     try {
         openBytes();
     } catch (const std::exception&) {
