@@ -1,6 +1,7 @@
 #include "MuPDFDocument.h"
 
 #include "files/FileBytes.h"
+#include "MuPDFVersion.h"
 #include "PageTreeRepair.h"
 
 #include <algorithm>
@@ -113,6 +114,7 @@ pdf_page* tryLoadPage(fz_context* context, pdf_document* document, int index) no
     fz_var(page);
     fz_try(context)
     {
+        lookForPagesSingly(document);
         pdf_obj* const object = pdf_lookup_page_obj(context, document, index);
         if (pdf_is_dict(context, object)) {
             settleBoxes(context, object);

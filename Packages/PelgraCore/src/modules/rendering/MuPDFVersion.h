@@ -29,6 +29,15 @@ inline bool isOutOfMemory(fz_context* context)
 #endif
 }
 
+/// Has pages looked for one at a time, as 1.21 does. At the first look 1.25 lists them all, which takes reading every
+/// page and as much memory as the document claims to need.
+inline void lookForPagesSingly([[maybe_unused]] pdf_document* document)
+{
+#if PELGRA_MUPDF_IS_AT_LEAST(1, 25)
+    document->page_tree_broken = 1;
+#endif
+}
+
 /// How the library's own conversion of colours, known to no header, begins.
 struct ConverterStart {
     void* convert;
