@@ -1,9 +1,9 @@
-// Linked beside the main function of the desktop program into one that tells how long its main thread works at a time:
-// pelgra-desktop-watched. For every spell from one return of the event loop's poll to its next call it adds a line to
-// the file PELGRA_EVENT_LOOP_LOG names: milliseconds of the clock; of the processor; of waiting for a processor that
-// others had, by the thread itself or, while it waited for them, by those that work for it: the X server (process
+// Linked with the main function of the desktop program into pelgra-desktop-watched, which tells how long its main
+// thread works at a time. For every spell from one return of the event loop's poll to its next call it adds a line to
+// the file that PELGRA_EVENT_LOOP_LOG names: milliseconds of the clock; of the processor; of waiting for a processor
+// that others had, by the thread itself or, while it waited for them, by those that work for it: the X server (process
 // PELGRA_EVENT_LOOP_SERVER), and the program's own threads that are there from the start, as its jobs' are not.
-// Then what ran longest in it, as the events after which no other came for so long.
+// Then what ran longest in it, as the events after which no other came for that long.
 #include <QCoreApplication>
 #include <QEvent>
 #include <QMetaEnum>
@@ -63,7 +63,7 @@ double sumOf(const std::vector<ProcessorWait>& waits)
                            [](double sum, const ProcessorWait& wait) { return sum + wait.milliseconds(); });
 }
 
-/// The waits of all that works for the main thread.
+/// The waits of everything that works for the main thread.
 std::vector<ProcessorWait> findHelpers()
 {
     std::vector<ProcessorWait> helpers;
@@ -124,7 +124,7 @@ private:
     void end()
     {
         if (m_clock == 0)
-            return; // the first call of all
+            return; // the very first call
         change({});
         const double clock = m_since - m_clock;
         const double processor = milliseconds(CLOCK_THREAD_CPUTIME_ID) - m_processor;

@@ -14,7 +14,7 @@ using namespace Pelgra;
 
 namespace {
 
-/// A key pair made for this run.
+/// A key pair made for this run only.
 class SigningKey {
 public:
     SigningKey()

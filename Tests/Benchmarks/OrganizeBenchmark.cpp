@@ -49,7 +49,7 @@ bool isComplete(const PageGrid& grid)
     return any;
 }
 
-/// Processor time of this thread alone: what a frame takes on a machine that has nothing else to do.
+/// Processor time of this thread alone: what a frame takes on an otherwise idle machine.
 double ownMilliseconds()
 {
     timespec used = {};
@@ -70,7 +70,7 @@ void turnEventLoop()
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); // as a running loop does
 }
 
-/// Runs the event loop until all in view is there; the time of the longest turn in milliseconds.
+/// Runs the event loop until everything in view is there; returns the time of the longest turn in milliseconds.
 double complete(const PageGrid& grid)
 {
     double longest = 0;

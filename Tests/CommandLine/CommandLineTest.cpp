@@ -277,7 +277,7 @@ private Q_SLOTS:
         QVERIFY(process.waitForFinished(30000));
         QCOMPARE(process.exitStatus(), QProcess::NormalExit);
         QCOMPARE(process.exitCode(), 128 + number);
-        // Every output there is was told of, and each is whole.
+        // Every output that exists was reported, and each is whole.
         const auto told = process.readAllStandardOutput().count('\n');
         QVERIFY(told < count);
         QCOMPARE(static_cast<int>(folder.names().size()), count + told);

@@ -32,7 +32,7 @@ private Q_SLOTS:
                 for (int x = 0; x < 40; ++x)
                     ink += symbol.pixelColor(x, y).alpha();
             }
-            // Something in between nothing and a filled square.
+            // Something between nothing and a filled square.
             QVERIFY2(ink > 1600 * 255 / 20 && ink < 1600 * 255 * 4 / 5, qPrintable(name));
         }
     }

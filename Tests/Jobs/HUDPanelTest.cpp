@@ -76,7 +76,7 @@ private Q_SLOTS:
         QVERIFY(panel->accessibleName().startsWith(name));
         delete panel.data();
 
-        // An English sentence runs from left to right even where it begins with another script.
+        // An English sentence runs from left to right even if it begins with another script.
         const QPointer<HUDPanel> other = HUDPanel::show(HUDDone{QStringLiteral("\u05D0 b"), std::nullopt}, {200, 200});
         QVERIFY(!other->findChildren<QLabel*>().at(1)->text().isRightToLeft());
         delete other.data();

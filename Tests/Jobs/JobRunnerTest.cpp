@@ -153,7 +153,7 @@ private Q_SLOTS:
         const int threads = jobPool().maxThreadCount();
         for (int i = 0; i < threads; ++i)
             jobPool().start([&gate] { gate.acquire(); });
-        // Should the painting wait for the jobs, they end after a while: the test fails instead of hanging.
+        // If the painting waits for the jobs, they end after a while: the test fails instead of hanging.
         std::thread rescue([&gate, threads] {
             std::this_thread::sleep_for(std::chrono::seconds(2));
             gate.release(threads);

@@ -36,7 +36,7 @@ private Q_SLOTS:
     {
         m_folder = std::make_unique<QTemporaryDir>();
         qputenv("XDG_CACHE_HOME", m_folder->filePath("cache").toLocal8Bit());
-        // No UTF-8, and characters that must be escaped.
+        // Not UTF-8, and characters that must be escaped.
         m_file = std::filesystem::path(m_folder->path().toStdString()) / "caf\xe9 %?.png";
         QImage picture = filled({40, 20}, Qt::green);
         QFile file(m_folder->filePath("made"));
@@ -47,7 +47,7 @@ private Q_SLOTS:
 
     void cleanup()
     {
-        // Qt removes no file whose name is no text.
+        // Qt does not remove a file whose name is not text.
         std::filesystem::remove(m_file);
     }
 

@@ -83,7 +83,7 @@ bool take(WheelController& controller, const Case& wanted, const QDir& files, co
     return strip.save(output);
 }
 
-/// The time of the slowest part of a highlight's way to the screen that is ours: painting.
+/// The time of the slowest part of a highlight's way to the screen that is up to us: painting.
 void measureHighlight(WheelController& controller, const QDir& files)
 {
     controller.show(WheelKind::convert, {std::filesystem::path(files.path().toStdString()) / "photo.webp"},
@@ -121,7 +121,7 @@ int main(int argc, char** argv)
     }
     writeFiles(QDir(files.path()));
     const std::unique_ptr<Platform> platform = Platform::forThisSession();
-    // With a compositing manager that has just been started, wait for it.
+    // Where a compositing manager has just been started, wait for it.
     if (arguments[2].startsWith(QStringLiteral("composited"))
         && !waitFor([&] { return platform->wheelSurface().isCompositing(); })) {
         std::fprintf(stderr, "no compositing manager\n");

@@ -23,7 +23,7 @@ class BackgroundTaskTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    /// Else a machine whose processors are all at work lets the interface wait for its turn.
+    /// Otherwise a machine whose processors are all at work makes the interface wait for its turn.
     void jobsStandBehindTheInterfaceAndThumbnailsBehindJobs()
     {
         startPaintingThreads();
@@ -34,7 +34,7 @@ private Q_SLOTS:
         runInBackground(
             this,
             [] {
-                // As the toolkit does where it converts a picture.
+                // As the toolkit does when it converts a picture.
                 auto* const pool = QThreadPool::globalInstance();
                 QSemaphore done;
                 int nice = -1;

@@ -6,7 +6,7 @@
 
 namespace Pelgra {
 
-/// Drags inside a window by the events a pointer makes, through the window system's own entrance.
+/// Drags inside a window by the events a pointer makes, sent the way the window system sends them.
 class MouseDrag {
 public:
     /// Presses in the middle of the widget.

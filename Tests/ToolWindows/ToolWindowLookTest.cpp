@@ -66,7 +66,7 @@ private Q_SLOTS:
         QVERIFY2(dark.lightness() < 70 && dark.lightness() > 30, qPrintable(dark.name())); // a little above its ground
     }
 
-    /// Themes set the text alone, and the toolkit's own colour of placeholders stays that of a light desktop.
+    /// Themes set the text colour alone, and the toolkit's own colour of placeholders stays that of a light desktop.
     void secondaryTextIsReadableWhateverThePaletteLeavesOut()
     {
         ToolWindow& window = open(FileTool::organizePDF, {m_files.document("a.pdf", 1)});

@@ -109,7 +109,7 @@ private Q_SLOTS:
                 }
             }
         }
-        // Gaps and corners take a few per cent of the ring, and the more the more petals there are.
+        // Gaps and corners take a few per cent of the ring, the more petals the more.
         const double ring = M_PI * (136 * 136 - 52 * 52) / (7.3 * 7.3);
         QVERIFY2(covered > ring * (1 - 0.02 * petalCount) && covered < ring, qPrintable(QString::number(covered)));
     }

@@ -60,7 +60,7 @@ private Q_SLOTS:
     {
         QTemporaryDir folder;
         const std::filesystem::path base = folder.path().toStdString();
-        // A name that is no UTF-8 at all.
+        // A name that is not UTF-8 at all.
         const std::filesystem::path odd = base / "caf\xe9.png";
         std::ofstream(odd) << std::string(1050, 'x');
         std::filesystem::create_symlink(odd, base / "link.png");

@@ -257,7 +257,7 @@ private Q_SLOTS:
         QVERIFY(summary.pixelColor(capsule).alpha() > 200);
         wheel.view.setHighlightedIndex(2);
         QVERIFY(wheel.picture().copy(110, 135, 80, 30) != summary.copy(110, 135, 80, 30));
-        // Seen but not hit.
+        // Visible but not hit.
         QVERIFY(wheel.view.paintedRegion().contains(card));
         QVERIFY(!wheel.view.activeRegion().contains(capsule));
     }
@@ -283,7 +283,7 @@ private Q_SLOTS:
         const QImage whole = wheel.picture();
         QImage parts(whole.size(), whole.format());
         parts.fill(Qt::transparent);
-        const QSize size(77, 45); // no multiple of the dither's grid
+        const QSize size(77, 45); // not a multiple of the dither's grid
         for (int y = 0; y < 300; y += size.height()) {
             for (int x = 0; x < 300; x += size.width()) {
                 const QRect part = QRect(QPoint(x, y), size).intersected(wheel.view.rect());

@@ -11,7 +11,7 @@ using namespace Pelgra;
 
 namespace {
 
-/// A BMP put together by hand: file header, information header, whatever stands between, pixels.
+/// A BMP put together by hand: file header, information header, whatever comes between, pixels.
 struct Bmp {
     int width = 2;
     int height = 2;
@@ -19,7 +19,7 @@ struct Bmp {
     unsigned compression = 0;
     unsigned colors = 0;
     unsigned headerSize = 40;
-    std::vector<unsigned> extra = {}; ///< words behind the 40-byte header: masks, the rest of later headers, palette
+    std::vector<unsigned> extra = {}; ///< words after the 40-byte header: masks, the rest of later headers, palette
     std::vector<unsigned> pixels = {}; ///< bytes
 };
 

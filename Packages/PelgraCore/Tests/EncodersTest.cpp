@@ -14,7 +14,7 @@ using namespace Pelgra;
 
 namespace {
 
-/// The rows of a picture without the picture, as of a page that is being drawn.
+/// The rows of a picture without the picture, like those of a page that is being drawn.
 class StreamedRows final : public RowSource {
 public:
     explicit StreamedRows(const RasterImage& image)

@@ -47,7 +47,7 @@ std::string linkedDocument()
     return builder.build();
 }
 
-/// Pages that only say their number, each with further entries.
+/// Pages that show nothing but their number, each with further entries.
 std::string plainDocument(int pageCount, const std::string& entries = {})
 {
     PDFBuilder builder;

@@ -212,7 +212,7 @@ void EnginePagesTest::drawsInPartsWhatItDrawsWhole()
     PageBands bands(pool, 0, {20000, 1300}, {});
     QVERIFY(PageBands::bandRows({20000, 1300}) < 1300);
     const RasterImage large = drawPage(pool, 0, {20000, 1300}, 1, {});
-    // The edges of curves may round otherwise where a band begins.
+    // The edges of curves may round differently where a band begins.
     int different = 0;
     for (int y = 0; y < large.height; ++y) {
         const auto row = bands.row(y);

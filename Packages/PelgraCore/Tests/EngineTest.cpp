@@ -144,7 +144,7 @@ private Q_SLOTS:
     {
         const TemporaryFolder folder;
         std::vector<std::filesystem::path> files;
-        // The slow ones stand before quick ones of the same name.
+        // The slow ones come before quick ones of the same name.
         for (int i = 0; i < 6; ++i) {
             const std::string base = std::to_string(i / 2);
             const int side = i % 2 == 0 ? 700 : 9;

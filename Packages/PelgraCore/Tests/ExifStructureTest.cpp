@@ -9,7 +9,7 @@ using namespace Pelgra;
 
 namespace {
 
-/// A structure with a camera maker in the first directory and, behind it, an EXIF directory with a large maker note.
+/// A structure with a camera maker in the first directory, followed by an EXIF directory with a large maker note.
 Bytes sample(std::endian order, std::size_t noteSize)
 {
     ByteWriter bytes(order);

@@ -92,7 +92,7 @@ private Q_SLOTS:
     {
         for (const int bits : {8, 16}) {
             RasterImage picture = testPicture(8, 8, ColorModel::cmyk, false, bits);
-            picture.iccProfile = wideRgbProfile(); // not one of inks, so of no use
+            picture.iccProfile = wideRgbProfile(); // not a profile of inks, so of no use
             const SharedImage light = loaded(picture, 3).upright(false);
             QCOMPARE(light->model, ColorModel::rgb);
             QVERIFY(light->iccProfile.empty());

@@ -110,7 +110,7 @@ void PDFFaultsTest::countsThePagesThatAreThere()
     QCOMPARE(document->pageCount(), widths.size());
     for (int index = 0; index < widths.size(); ++index) {
         QCOMPARE(document->displayedSize(index).width, double(widths[index]));
-        // Looked for alone, too.
+        // Looked for by itself, too.
         const auto partly = openRenderer(m_folder / "document.pdf", index + 1);
         QCOMPARE(partly->pageCount(), index + 1);
         QCOMPARE(partly->displayedSize(index).width, double(widths[index]));
@@ -160,7 +160,7 @@ void PDFFaultsTest::stopsInTheMiddleOfAPage()
     std::stop_source stop;
     stop.request_stop();
     QVERIFY(!renderer->drawRows(0, {3000, 3000}, 0, pixels, stop.get_token()));
-    // The document is none the worse for it.
+    // The document still works after that.
     QVERIFY(renderer->render(0, 0.1));
 }
 

@@ -345,7 +345,7 @@ void PDFRenderingTest::paintsPicturesAsTheLibraryDoes_data()
     }
 }
 
-/// The library's own program draws with the library as it is, without what the module puts before its functions.
+/// The library's own program draws with the plain library, without what the module puts before its functions.
 void PDFRenderingTest::paintsPicturesAsTheLibraryDoes()
 {
     QFETCH(int, components);

@@ -187,7 +187,7 @@ private Q_SLOTS:
         TextPiece text = piece(U"co\u00ADop");
         text.characters[2].end = text.characters[2].start;
         QCOMPARE(textOf({text}), QByteArray("coop"));
-        text.characters[2].code = Unicode::replacement; // such as a tab, of which fonts know nothing
+        text.characters[2].code = Unicode::replacement; // such as a tab, which fonts do not know
         QCOMPARE(textOf({text}), QByteArray("coop"));
     }
 
@@ -233,7 +233,7 @@ private Q_SLOTS:
 
     void readsTextDrawnInReadingOrder()
     {
-        // Every character, or every word, stands left of the one before.
+        // Every character, or every word, is left of the one before.
         QCOMPARE(textOf({piece(U"אבג דה", 200, 100, true)}), utf8(U"אבג דה"));
         QCOMPARE(textOf({piece(U"גבא", 200), piece(U"הד", 187)}), utf8(U"אבג דה"));
     }

@@ -24,7 +24,7 @@ struct Field {
     std::uint32_t tag, type, count, value;
 };
 
-/// A TIFF file of one page whose data, an even number of bytes, stands behind the header.
+/// A TIFF file of one page whose data, an even number of bytes, follows the header.
 Bytes tiffPage(std::endian order, const Bytes& data, std::vector<Field> fields)
 {
     constexpr std::uint32_t dataOffset = 8;
@@ -185,7 +185,7 @@ private Q_SLOTS:
         QTest::newRow("CMYK") << tiffPage(little, bytes({0, 0, 0, 0, 9, 8, 7, 6, 0, 0, 0, 0, 0, 0, 0, 0}),
                                           form(1, 8, 4, 5))
                               << std::vector{9, 8, 7, 6};
-        // The palette of two bits stands in the data, behind the byte of pixels and a byte of padding.
+        // The palette of two bits is in the data, after the byte of pixels and a byte of padding.
         Bytes palette = bytes({0b00110000, 0});
         for (const int value : {0, 0, 0, 200, 0, 0, 0, 100, 0, 0, 0, 50})
             for (const int byte : {value, value})
@@ -238,7 +238,7 @@ private Q_SLOTS:
         };
         for (std::size_t size = 0; size < whole.size(); size += 1 + size / 8)
             tryDecoding(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
-        // Every byte where the structure stands, and some of the pixels.
+        // Every byte of the structure, and some of the pixels.
         const std::size_t step = std::max<std::size_t>(whole.size() / 700, 1);
         for (std::size_t place = 0; place < whole.size(); place += step) {
             Bytes damaged = whole;

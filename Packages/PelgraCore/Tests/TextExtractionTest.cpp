@@ -24,7 +24,7 @@ Line line(std::string text, double size = 10)
     return lineFrom(std::move(text), std::span(&run, size > 0 ? 1 : 0));
 }
 
-/// A line of body text that is long enough to be no end of a paragraph.
+/// A line of body text too long to be the end of a paragraph.
 std::string longText(const std::string& start = "")
 {
     return start + std::string(50 - std::min<std::size_t>(start.size(), 49), 'x');
@@ -50,7 +50,7 @@ QByteArray shown(const std::vector<Block>& blocks)
     return text;
 }
 
-/// A line of a scan 0.02 high whose top stands at the given height.
+/// A line of a scan, 0.02 high, whose top is at the given height.
 RecognizedLine scanLine(const char* text, double top)
 {
     return {text, 0.1, top - 0.02, 0.9, top};

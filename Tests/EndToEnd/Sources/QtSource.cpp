@@ -1,4 +1,4 @@
-/// A window that drags what a file says, for the end-to-end tests.
+/// A window from which to drag what a file says, for the end-to-end tests.
 /// Usage: QtSource --type MIME-TYPE --data FILE [--actions copy,move,link] [--delay SECONDS] [--title TEXT]
 #include <QApplication>
 #include <QCommandLineParser>

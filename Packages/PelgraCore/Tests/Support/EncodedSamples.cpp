@@ -1,4 +1,4 @@
-// The libraries' own answer to an error, ending the test program, is right here: none can happen.
+// The libraries' own answer to an error, ending the test program, will do here: none can happen.
 #include "Support/ImageSamples.h"
 
 #include <algorithm>

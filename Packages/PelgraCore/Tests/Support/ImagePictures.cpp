@@ -53,7 +53,7 @@ std::vector<int> quadrantComponents(ColorModel model, bool hasAlpha, int bitsPer
     if (hasAlpha)
         components.push_back(alphas[index]);
     if (bitsPerComponent == 16) {
-        // 3 more than the widened 8-bit value where it fits, so that a round trip through 8 bits shows.
+        // 3 more than the widened 8-bit value where it fits, so that a round trip through 8 bits is noticed.
         for (int& component : components)
             component = std::min(component * 257 + 3, 65535);
     }

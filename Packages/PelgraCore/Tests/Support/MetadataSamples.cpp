@@ -26,7 +26,7 @@ public:
         std::string_view text;
     };
 
-    /// Appends a directory (entries ascending by tag); its values follow it. Returns where the link to the next stands.
+    /// Appends a directory (entries ascending by tag); its values follow it. Returns the place of the link to the next.
     std::size_t appendDirectory(const std::vector<Entry>& entries)
     {
         append16(static_cast<unsigned>(entries.size()));

@@ -26,7 +26,7 @@ public:
             m_pages.append(page.toString());
     }
 
-    /// What a reference stands for (a stream's dictionary for a stream); anything else is returned as it is.
+    /// What a reference stands for (a stream's dictionary for a stream); anything else is returned unchanged.
     QJsonValue resolved(const QJsonValue& value) const
     {
         if (!value.isString() || !value.toString().endsWith(QStringLiteral(" R")))
@@ -72,7 +72,7 @@ public:
         return targets;
     }
 
-    /// "Title>page" for every outline entry, children in parentheses behind their parent.
+    /// "Title>page" for every outline entry, children in parentheses after their parent.
     QString outline() const { return outlineBeneath(at(catalog(), "/Outlines")); }
 
     /// The full names of the form's top-level fields.
