@@ -13,7 +13,7 @@ PELGRA = ROOT / "build/release/bin/pelgra"
 
 
 def prepare(*programs):
-    """Installs the peers and builds Pelgra, as ./run and ./test do it, and the named programs of this folder."""
+    """Installs the peers and builds Pelgra, as ./run and ./test do, and the named programs of this folder."""
     script = (f'set -euo pipefail; . "{ROOT}/tools/setup.sh"; ensure_packages build bench; build_preset release'
               + "".join(f"; build_preset release {program}" for program in programs))
     subprocess.run(["bash", "-c", script], check=True)

@@ -25,7 +25,7 @@ SCROLL_DOWN = 5  # the mouse wheel as a button
 
 
 class Spell:
-    """One stay away from the loop, in milliseconds: by the clock, of the processor, without a processor to be had."""
+    """One stay away from the loop, in milliseconds: by the clock, of the processor, waiting for a processor."""
 
     def __init__(self, line):
         clock, processor, waiting, *self.work = line.split()
@@ -86,7 +86,7 @@ class Stalls:
         return names
 
     def drop(self, kind, petal, file, number):
-        """A drag of so many copies of a file onto a petal."""
+        """A drag of that many copies of a file onto a petal."""
         self.count += 1
         self.scene = scenarios.Scene(self.desktop, f"stalls {self.count}")
         files = self.copies(file, number)

@@ -219,7 +219,7 @@ class Desktop:
 
     def start_source(self, kind, content, type="text/uri-list", actions="copy,move,link", delay=0, hang_after=None,
                      title="Pelgra test source"):
-        """A window from which a drag of this content can be started. It may answer so many requests and hang then."""
+        """A window from which a drag of this content can be started. It may answer that many requests and then hang."""
         data = self.folder / "dragged"
         data.write_bytes(content)
         command = {"qt6": [self.sources / "QtSource"], "gtk3": [GTK_PYTHON, HERE / "Sources/gtk3_source.py"],

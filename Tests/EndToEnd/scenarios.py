@@ -190,7 +190,7 @@ class Scene:
         wait_for(lambda: not self.desktop.wheel(), "the wheel to vanish")
 
     def start_again(self, *arguments):
-        """A second start, whose wish the running application fulfils."""
+        """A second start, whose request the running application carries out."""
         subprocess.run([self.desktop.application, *arguments], env=self.desktop.environment, check=True,
                        timeout=PATIENCE)
 

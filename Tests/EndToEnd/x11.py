@@ -164,7 +164,7 @@ class Display:
         return [window for window in self.unmanaged if test(*self.sizes.get(window, (0, 0)))]
 
     def has_shown(self, client, test, since):
-        """Whether the client that has this window showed such a one after so many of all, even if it has gone since."""
+        """Whether the client of this window has shown one that passes since the first `since` of all, even if only briefly."""
         self.read_events()
         return any(window >> CLIENT_SHIFT == client >> CLIENT_SHIFT and test(*size) for window, size in self.shown[since:])
 
