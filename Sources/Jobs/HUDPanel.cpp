@@ -76,6 +76,7 @@ HUDPanel::HUDPanel(const HUDState& state, QPoint anchor)
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setObjectName(QStringLiteral("hud"));
+    m_dismissal.setObjectName(QStringLiteral("dismissal"));
     m_dismissal.setSingleShot(true);
     m_dismissal.setTimerType(Qt::PreciseTimer); // a coarse one may be 5 % early
     connect(&m_dismissal, &QTimer::timeout, this, &HUDPanel::fadeOut);

@@ -54,7 +54,7 @@ private:
     HUDState m_state;
     QPoint m_anchor;
     HUDView* m_view = nullptr;
-    QTimer m_dismissal;
+    QTimer m_dismissal{this}; ///< found by its name "dismissal", for a test that lets the time pass
     QPropertyAnimation* m_fade = nullptr;
 };
 
