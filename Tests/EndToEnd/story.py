@@ -186,7 +186,7 @@ class Story:
         expect_pages(self.output(scene, "a Merged.pdf"), PAGE, (210, 310))
         scene = self.drop("tools", 1, 2, report)
         window = Window(scene, "Organize PDF")
-        window.drag((window.width // 6, 300), (window.width * 5 // 6, 300))
+        window.drag_first_page()
         window.run()
         expect_pages(self.output(scene, "report Organized.pdf"), (210, 310), PAGE)
 

@@ -94,14 +94,16 @@ class Window:
             self.move(start[0] + (end[0] - start[0]) * step // 10, start[1] + (end[1] - start[1]) * step // 10)
         self.display.button(False)
 
+    def drag_first_page(self):
+        """Behind the last one of its row, once there is something to be seized."""
+        card, middle = self.width // 6, 300
+        wait_for(lambda: self.display.pixels(self.window, [(card, middle)]) == [0xFFFFFF], "the first page")
+        self.drag((card, middle), (5 * card, middle))
+
     def run(self):
         self.click(self.width - 24 - 40, self.height - FOOTER)
         wait_for(lambda: not self.display.is_viewable(self.window), "the window to close")
         self.scene.expect_panel()
-
-
-def is_white(window, x, y):
-    return window.display.pixels(window.window, [(x, y)]) == [0xFFFFFF]
 
 
 @scenario
@@ -167,9 +169,7 @@ def organize_writes_the_order_of_the_pages(scene):
     path = document(scene, "report.pdf", (200, 300), (210, 310), (220, 320))
     drop_on_tool(scene, "organize", [path])
     window = Window(scene, "Organize PDF")
-    card = window.width // 6
-    wait_for(lambda: is_white(window, card, 300), "the first page")
-    window.drag((card, 300), (5 * card, 300))
+    window.drag_first_page()
     window.run()
     expect_pages(scene.folder / "report Organized.pdf", (210, 310), (220, 320), (200, 300))
 
