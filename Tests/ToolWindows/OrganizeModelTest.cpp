@@ -147,6 +147,23 @@ private Q_SLOTS:
         QVERIFY(!m_model->thumbnail(1).isNull());
     }
 
+    void anImageThatFailedIsTriedAgainOnceItsPageWasOutOfView()
+    {
+        const auto drawn = [this] {
+            m_model->loadThumbnail(0);
+            utilityPool().waitForDone();
+            QCoreApplication::processEvents();
+            return !m_model->thumbnail(0).isNull();
+        };
+        const auto elsewhere = m_files.path("elsewhere.pdf");
+        std::filesystem::rename(m_model->url(), elsewhere);
+        QVERIFY(!drawn());
+        std::filesystem::rename(elsewhere, m_model->url());
+        QVERIFY(!drawn()); // asked for at every refresh
+        m_model->cancelThumbnail(0);
+        QVERIFY(drawn());
+    }
+
     void whatIsNoDocumentHasNoPages()
     {
         OrganizeModel model(m_files.picture("picture.pdf"));

@@ -50,7 +50,7 @@ void OrganizeModel::load()
 
 void OrganizeModel::loadThumbnail(std::int64_t sourceIndex)
 {
-    if (m_thumbnails.contains(sourceIndex))
+    if (m_thumbnails.contains(sourceIndex) || m_failed.contains(sourceIndex))
         return;
     if (m_inFlight.contains(sourceIndex)) {
         *m_cancelled.value(sourceIndex) = false; // back in view
@@ -70,16 +70,19 @@ void OrganizeModel::loadThumbnail(std::int64_t sourceIndex)
         [this, sourceIndex, cancelled](const std::optional<QImage>& image) {
             m_inFlight.remove(sourceIndex);
             m_cancelled.remove(sourceIndex);
-            if (!image && !*cancelled)
-                loadThumbnail(sourceIndex); // it came back into view after it had been left out
-            else if (image && !image->isNull())
+            if (image && !image->isNull())
                 storeThumbnail(sourceIndex, *image);
+            else if (!image && !*cancelled)
+                loadThumbnail(sourceIndex); // it came back into view after it had been left out
+            else if (image && !*cancelled)
+                m_failed.insert(sourceIndex);
         },
         utilityPool());
 }
 
 void OrganizeModel::cancelThumbnail(std::int64_t sourceIndex)
 {
+    m_failed.remove(sourceIndex);
     if (const auto cancelled = m_cancelled.value(sourceIndex))
         *cancelled = true;
 }

@@ -50,7 +50,8 @@ public:
     /// Counts the pages and fills the list; once.
     void load();
 
-    /// Asks for a page image, once at a time for each page. An image that cannot be drawn may be asked for again.
+    /// Asks for a page image, once at a time for each page. One that could not be drawn is not tried again before its
+    /// page has been out of view.
     void loadThumbnail(std::int64_t sourceIndex);
     /// A page went out of view: an image not yet begun is no longer wanted.
     void cancelThumbnail(std::int64_t sourceIndex);
@@ -91,6 +92,7 @@ private:
     std::vector<std::int64_t> m_thumbnailOrder; ///< oldest first
     bool m_isLoading = true;
     QSet<std::int64_t> m_inFlight;
+    QSet<std::int64_t> m_failed; ///< pages whose image could not be drawn, until they go out of view
     QHash<std::int64_t, std::shared_ptr<std::atomic_bool>> m_cancelled;
     bool m_started = false;
     std::vector<std::vector<PageEdit>> m_history; ///< states; m_position is the one shown
