@@ -11,12 +11,18 @@ namespace Pelgra {
 /// hears of it when the button is already up would drag the window along with the pointer until the next click.
 class DragStart {
 public:
+    // Other buttons neither begin a drag nor end that of the left one.
     void press(const QMouseEvent& event)
     {
-        m_pressed = event.button() == Qt::LeftButton ? std::optional(event.globalPosition()) : std::nullopt;
+        if (event.button() == Qt::LeftButton)
+            m_pressed = event.globalPosition();
     }
 
-    void release() { m_pressed.reset(); }
+    void release(const QMouseEvent& event)
+    {
+        if (event.button() == Qt::LeftButton)
+            m_pressed.reset();
+    }
 
     /// True once for each press, when the pointer has gone far enough with the button down.
     bool begins(const QMouseEvent& move)

@@ -27,6 +27,14 @@ public:
 
     void moveOver(QWidget* item) { moveTo(item->mapTo(m_window, item->rect().center())); }
 
+    /// While the left button stays down.
+    void clickRight()
+    {
+        QTest::mousePress(m_window->windowHandle(), Qt::RightButton, {}, m_at);
+        QTest::mouseRelease(m_window->windowHandle(), Qt::RightButton, {}, m_at);
+        QCoreApplication::processEvents();
+    }
+
     void release()
     {
         QTest::mouseRelease(m_window->windowHandle(), Qt::LeftButton, {}, m_at);

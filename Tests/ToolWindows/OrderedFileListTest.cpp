@@ -96,6 +96,24 @@ private Q_SLOTS:
         QTRY_VERIFY(isSettled());
     }
 
+    void escapeAloneTakesADragBack()
+    {
+        show(3);
+        row(1)->setFocus();
+        MouseDrag drag(row(0));
+        drag.moveOver(row(2));
+        drag.clickRight();
+        QTest::keyClick(m_list->windowHandle(), Qt::Key_Up, Qt::AltModifier);
+        QVERIFY(m_list->dragging());
+        QCOMPARE(order(), "1 2 0");
+        QTest::keyClick(m_list->windowHandle(), Qt::Key_Escape);
+        QCOMPARE(order(), "0 1 2");
+        drag.moveOver(row(2)); // the button is still down
+        drag.release();
+        QCOMPARE(order(), "0 1 2");
+        QTRY_VERIFY(isSettled());
+    }
+
     void aSingleRowStaysWhereItIs()
     {
         show(1);

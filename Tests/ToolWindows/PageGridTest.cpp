@@ -98,6 +98,23 @@ private Q_SLOTS:
         QCOMPARE(order(), "012345");
     }
 
+    void escapeTakesADragBackAndLeavesNothingToUndo()
+    {
+        show(6);
+        m_model->rotate(m_model->pages()[5].id);
+        MouseDrag drag(card(0));
+        drag.moveOver(card(2));
+        drag.clickRight();
+        QCOMPARE(order(), "120345");
+        QTest::keyClick(m_grid->windowHandle(), Qt::Key_Escape);
+        QVERIFY(!m_grid->dragging());
+        QCOMPARE(order(), "012345");
+        drag.release();
+        m_model->undo();
+        QVERIFY(!m_model->isChanged());
+        QVERIFY(!m_model->canUndo());
+    }
+
     void buttonsEditTheirPage()
     {
         show(3);

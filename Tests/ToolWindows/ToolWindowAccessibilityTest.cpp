@@ -1,7 +1,10 @@
 #include "Controls/TabOrder.h"
+#include "MouseDrag.h"
 #include "SmallFiles.h"
 #include "Support/BackgroundTask.h"
 #include "ToolWindows/Frame/ToolWindow.h"
+#include "ToolWindows/Pages/OrganizePDFView.h"
+#include "ToolWindows/Reordering/ReorderView.h"
 #include "ToolWindows/ToolWindowController.h"
 
 #include <QAccessible>
@@ -140,6 +143,19 @@ private Q_SLOTS:
         QTest::keyClick(row, static_cast<Qt::Key>(key), Qt::KeyboardModifiers(modifiers));
         QCOMPARE(window.focusWidget()->objectName(), focused);
         QVERIFY(hasRing(window.focusWidget()));
+    }
+
+    void escapeEndsADragBeforeItClosesTheWindow()
+    {
+        ToolWindow& window = open(FileTool::organizePDF);
+        MouseDrag drag(window.findChild<QWidget*>("page-0"));
+        QTest::keyClick(window.windowHandle(), Qt::Key_Return); // nor is anything saved in the middle of it
+        QTest::keyClick(window.windowHandle(), Qt::Key_Escape);
+        QVERIFY(!window.findChild<ReorderView*>()->dragging());
+        QVERIFY(!ToolWindowController::openControllers().front()->context().isRunning());
+        drag.release();
+        QTest::keyClick(window.windowHandle(), Qt::Key_Escape);
+        QVERIFY(ToolWindowController::openControllers().empty());
     }
 
     void whileAJobRunsTheKeyboardStaysInTheOverlay()

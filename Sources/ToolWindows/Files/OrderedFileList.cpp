@@ -61,6 +61,16 @@ bool OrderedFileList::dragOver(const Identifier& dragging, const Identifier& tar
     return Reordering::dragOver(m_files, dragging, target);
 }
 
+void OrderedFileList::dragBegan()
+{
+    m_filesBeforeDrag = m_files;
+}
+
+void OrderedFileList::dragCancelled()
+{
+    m_files = m_filesBeforeDrag;
+}
+
 void OrderedFileList::move(std::ptrdiff_t index, std::ptrdiff_t delta)
 {
     if (Reordering::move(m_files, index, delta))

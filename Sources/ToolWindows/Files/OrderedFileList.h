@@ -31,12 +31,15 @@ protected:
     QWidget* makeItem(std::size_t index, QWidget* content) override;
     void updateItem(QWidget* item, std::size_t index, bool isDragged) override;
     bool dragOver(const Identifier& dragging, const Identifier& target) override;
+    void dragBegan() override;
+    void dragCancelled() override;
 
 private:
     void moveById(const Identifier& id, int delta);
     void moveFocus(const Identifier& id, int delta);
 
     std::vector<OrderedFile> m_files;
+    std::vector<OrderedFile> m_filesBeforeDrag;
     RowLeading m_leading;
 };
 

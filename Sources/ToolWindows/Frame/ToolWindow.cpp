@@ -114,9 +114,9 @@ void ToolWindow::mouseMoveEvent(QMouseEvent* event)
         windowHandle()->startSystemMove();
 }
 
-void ToolWindow::mouseReleaseEvent(QMouseEvent*)
+void ToolWindow::mouseReleaseEvent(QMouseEvent* event)
 {
-    m_dragStart.release();
+    m_dragStart.release(*event);
 }
 
 void ToolWindow::paintEvent(QPaintEvent*)

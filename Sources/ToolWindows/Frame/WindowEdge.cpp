@@ -75,9 +75,9 @@ void WindowEdge::mouseMoveEvent(QMouseEvent* event)
         window()->windowHandle()->startSystemResize(m_edges);
 }
 
-void WindowEdge::mouseReleaseEvent(QMouseEvent*)
+void WindowEdge::mouseReleaseEvent(QMouseEvent* event)
 {
-    m_dragStart.release();
+    m_dragStart.release(*event);
 }
 
 } // namespace Pelgra

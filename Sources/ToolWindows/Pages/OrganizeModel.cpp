@@ -154,6 +154,14 @@ void OrganizeModel::commitReordering()
         recordStep();
 }
 
+void OrganizeModel::cancelReordering()
+{
+    if (m_history.empty() || m_history[m_position] == m_pages)
+        return;
+    m_pages = m_history[m_position];
+    Q_EMIT pagesChanged();
+}
+
 void OrganizeModel::moveBy(const Identifier& id, std::ptrdiff_t delta)
 {
     const auto index = Reordering::indexOf(m_pages, id);

@@ -62,9 +62,11 @@ public:
     void setUniformWidth(bool on);
     void reset();
 
-    /// The live reordering of a drag: no step of its own to undo until commitReordering().
+    /// The live reordering of a drag: no step of its own to undo until commitReordering(), and none at all after
+    /// cancelReordering(), which puts back the order from before it.
     void dragOver(const Identifier& dragging, const Identifier& target);
     void commitReordering();
+    void cancelReordering();
     /// Moves a page by places, as one step to undo.
     void moveBy(const Identifier& id, std::ptrdiff_t delta);
 

@@ -127,6 +127,11 @@ void PageGrid::dragEnded()
     m_model->commitReordering();
 }
 
+void PageGrid::dragCancelled()
+{
+    m_model->cancelReordering();
+}
+
 std::ptrdiff_t PageGrid::stepOf(PageCard::Direction direction) const
 {
     const std::ptrdiff_t row = columnsFor(contentWidth()).count;

@@ -34,6 +34,7 @@ protected:
     void itemLeaves(QWidget* item) override;
     bool dragOver(const Identifier& dragging, const Identifier& target) override;
     void dragEnded() override;
+    void dragCancelled() override;
 
 private:
     std::ptrdiff_t stepOf(PageCard::Direction direction) const;

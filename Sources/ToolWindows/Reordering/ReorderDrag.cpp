@@ -2,6 +2,7 @@
 
 #include <QAbstractScrollArea>
 #include <QApplication>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QScrollBar>
 #include <QTimerEvent>
@@ -63,6 +64,7 @@ void ReorderDrag::begin(const Identifier& item)
     m_picture->raise();
     m_dragging = item;
     m_scrolling.start(tickMilliseconds, this);
+    qApp->installEventFilter(this);
     Q_EMIT draggingChanged();
 }
 
@@ -83,13 +85,35 @@ void ReorderDrag::follow()
 
 void ReorderDrag::release()
 {
+    if (putDown())
+        Q_EMIT ended();
+}
+
+bool ReorderDrag::putDown()
+{
     m_pressed.reset();
     if (!std::exchange(m_dragging, std::nullopt))
-        return;
+        return false;
+    qApp->removeEventFilter(this);
     m_scrolling.stop();
     m_picture->hide();
     Q_EMIT draggingChanged();
-    Q_EMIT ended();
+    return true;
+}
+
+bool ReorderDrag::eventFilter(QObject* watched, QEvent* event)
+{
+    switch (event->type()) {
+    case QEvent::ShortcutOverride:
+        event->accept(); // else the key would be looked up among the shortcuts
+        return true;
+    case QEvent::KeyPress:
+        if (static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape && putDown())
+            Q_EMIT cancelled();
+        return true;
+    default:
+        return QObject::eventFilter(watched, event);
+    }
 }
 
 int ReorderDrag::scrollStep() const

@@ -80,12 +80,25 @@ ReorderView::ReorderView(QWidget* parent)
         const auto item = m_items.find(id);
         return item == m_items.end() ? QPoint() : item->second->mapTo(viewport(), -QPoint(liftedMargin, liftedMargin));
     };
-    connect(m_drag, &ReorderDrag::draggingChanged, this, [this] { refresh(false); });
+    connect(m_drag, &ReorderDrag::draggingChanged, this, [this] {
+        if (dragging())
+            dragBegan();
+        refresh(false);
+    });
     connect(m_drag, &ReorderDrag::entered, this, [this](const Identifier& dragged, const Identifier& target) {
         if (dragOver(dragged, target))
             refresh(true);
     });
     connect(m_drag, &ReorderDrag::ended, this, [this] { dragEnded(); });
+    connect(m_drag, &ReorderDrag::cancelled, this, [this] {
+        dragCancelled();
+        refresh(true);
+    });
+}
+
+ReorderView::~ReorderView()
+{
+    disconnect(qApp, nullptr, this, nullptr); // the focus goes from it while it is no longer whole
 }
 
 const std::optional<Identifier>& ReorderView::dragging() const
@@ -109,6 +122,10 @@ void ReorderView::moveVerticallyOnly()
 }
 
 void ReorderView::itemLeaves(QWidget*)
+{
+}
+
+void ReorderView::dragBegan()
 {
 }
 
@@ -218,6 +235,9 @@ bool ReorderView::eventFilter(QObject* watched, QEvent* event)
         m_drag->move(viewportPoint(), static_cast<QMouseEvent*>(event)->buttons().testFlag(Qt::LeftButton));
         return false;
     case QEvent::MouseButtonRelease:
+        if (static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton)
+            m_drag->release();
+        return false;
     case QEvent::Hide:
         m_drag->release();
         return false;

@@ -49,7 +49,10 @@ protected:
 
     /// The dragged item entered another. Returns whether the order changed.
     virtual bool dragOver(const Identifier& dragging, const Identifier& target) = 0;
+    virtual void dragBegan();
     virtual void dragEnded();
+    /// Puts back the order from before the drag.
+    virtual void dragCancelled() = 0;
 
     /// A dragged item's picture keeps its left edge.
     void moveVerticallyOnly();
