@@ -9,18 +9,29 @@ namespace Pelgra::TabOrder {
 
 namespace {
 
+void collect(const QWidget& container, QList<QWidget*>& controls);
+
+void append(QWidget& control, QList<QWidget*>& controls)
+{
+    if (control.isEnabled() && control.focusPolicy() & Qt::TabFocus)
+        controls.append(&control);
+    collect(control, controls);
+}
+
 void collect(const QWidget& container, QList<QWidget*>& controls)
 {
+    if (const auto* const group = dynamic_cast<const Group*>(&container)) {
+        if (QWidget* const stop = group->tabStop())
+            append(*stop, controls);
+        return;
+    }
     QList<QWidget*> children = container.findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly);
     children.removeIf([](const QWidget* child) { return child->isWindow() || !child->isVisible(); });
     std::stable_sort(children.begin(), children.end(), [](const QWidget* a, const QWidget* b) {
         return std::make_tuple(a->y(), a->x()) < std::make_tuple(b->y(), b->x());
     });
-    for (QWidget* const child : children) {
-        if (child->isEnabled() && child->focusPolicy() & Qt::TabFocus)
-            controls.append(child);
-        collect(*child, controls);
-    }
+    for (QWidget* const child : children)
+        append(*child, controls);
 }
 
 } // namespace

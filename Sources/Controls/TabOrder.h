@@ -8,6 +8,16 @@ class QWidget;
 /// created. Items of lists come and go and change places, so the toolkit's own order would soon make no sense.
 namespace Pelgra::TabOrder {
 
+/// A widget of which Tab visits one child and the controls inside that; other keys lead to its siblings. Else many
+/// items would stand between the controls before and after them.
+class Group {
+public:
+    virtual ~Group() = default;
+
+    /// Null for none.
+    virtual QWidget* tabStop() const = 0;
+};
+
 /// The visible, enabled controls below the widget that take the focus by Tab: each container's children from the top
 /// and then from the left, a control before those inside it.
 QList<QWidget*> controlsOf(const QWidget& container);

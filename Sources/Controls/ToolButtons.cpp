@@ -3,6 +3,7 @@
 #include "Controls/SecondaryLabel.h"
 #include "Controls/Symbols.h"
 
+#include <QKeyEvent>
 #include <QPainter>
 
 namespace Pelgra {
@@ -46,16 +47,35 @@ void drawFocusRing(QPainter& painter, const QRectF& rect, double radius, const Q
     painter.drawRoundedRect(rect.adjusted(1, 1, -1, -1), radius, radius);
 }
 
+ToolButton::ToolButton(QWidget* parent)
+    : QAbstractButton(parent)
+{
+    setFocusPolicy(Qt::StrongFocus);
+}
+
+void ToolButton::keyPressEvent(QKeyEvent* event)
+{
+    switch (event->key()) {
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+        event->ignore(); // the toolkit would take them for Tab
+        return;
+    default:
+        QAbstractButton::keyPressEvent(event);
+    }
+}
+
 CircleIconButton::CircleIconButton(const QString& symbol, int symbolSize, int diameter, double fillOpacity,
                                    double foregroundOpacity, QWidget* parent)
-    : QAbstractButton(parent)
+    : ToolButton(parent)
     , m_symbol(symbol)
     , m_symbolSize(symbolSize)
     , m_fillOpacity(fillOpacity)
     , m_foregroundOpacity(foregroundOpacity)
 {
     setFixedSize(diameter, diameter);
-    setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_Hover);
 }
 
@@ -79,11 +99,10 @@ void CircleIconButton::paintEvent(QPaintEvent*)
 }
 
 ChevronButton::ChevronButton(const QString& symbol, QWidget* parent)
-    : QAbstractButton(parent)
+    : ToolButton(parent)
     , m_symbol(symbol)
 {
     setFixedSize(chevronSize);
-    setFocusPolicy(Qt::StrongFocus);
 }
 
 void ChevronButton::paintEvent(QPaintEvent*)

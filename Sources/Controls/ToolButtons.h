@@ -12,8 +12,18 @@ QColor primaryColor(const QWidget& widget, double opacity);
 /// A quieter text colour of the palette.
 QColor secondaryColor(const QWidget& widget);
 
+/// A button that leaves the arrow keys to what it stands in.
+class ToolButton : public QAbstractButton {
+    Q_OBJECT
+
+protected:
+    explicit ToolButton(QWidget* parent);
+
+    void keyPressEvent(QKeyEvent* event) override;
+};
+
 /// A symbol on a filled circle.
-class CircleIconButton : public QAbstractButton {
+class CircleIconButton : public ToolButton {
     Q_OBJECT
 
 public:
@@ -32,7 +42,7 @@ private:
 };
 
 /// The small move-up and move-down buttons of a row.
-class ChevronButton : public QAbstractButton {
+class ChevronButton : public ToolButton {
     Q_OBJECT
 
 public:

@@ -3,6 +3,7 @@
 #include "MouseDrag.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QScrollBar>
 
 using namespace Pelgra;
@@ -150,6 +151,26 @@ private Q_SLOTS:
         QTest::keyClick(row(0), Qt::Key_Up, Qt::AltModifier);
         QCOMPARE(order(), "1 2 0");
         QTRY_VERIFY(isSettled());
+    }
+
+    void theKeyboardGoesFarAtOnce()
+    {
+        show(100); // three and a bit in view
+        m_list->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_list.get()));
+        row(0)->setFocus();
+        const auto focusedAfter = [this](Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
+            QTest::keyClick(QApplication::focusWidget(), key, modifiers);
+            const QWidget* const focused = QApplication::focusWidget();
+            return focused->visibleRegion().boundingRect() == focused->rect() ? focused->objectName() : "out of sight";
+        };
+        QCOMPARE(focusedAfter(Qt::Key_PageDown), "row-3");
+        QCOMPARE(focusedAfter(Qt::Key_End, Qt::KeypadModifier), "row-99");
+        QCOMPARE(focusedAfter(Qt::Key_PageDown), "row-99");
+        QCOMPARE(focusedAfter(Qt::Key_PageUp), "row-96");
+        row(96)->findChild<QAbstractButton*>()->setFocus();
+        QCOMPARE(focusedAfter(Qt::Key_Up), "row-95");
+        QCOMPARE(focusedAfter(Qt::Key_Home), "row-0");
     }
 
     void onlyRowsInViewExist()

@@ -157,6 +157,32 @@ private Q_SLOTS:
         QVERIFY(card(2)->hasFocus());
     }
 
+    void deleteRemovesOnlyWhatIsSeen()
+    {
+        show(60);
+        m_grid->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_grid.get()));
+        card(1)->setFocus();
+        QTest::keyClick(card(1), Qt::Key_PageDown); // what is below is no whole row
+        QVERIFY(card(4)->hasFocus());
+        QTest::keyClick(card(4), Qt::Key_Delete, Qt::KeypadModifier);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCOMPARE(m_model->countLabel(), "59 pages");
+        QVERIFY(card(4)->hasFocus());
+
+        m_grid->verticalScrollBar()->setValue(m_grid->verticalScrollBar()->maximum());
+        for (QWidget* const control : {static_cast<QWidget*>(card(4)), m_grid->findChild<QWidget*>("remove-4")}) {
+            control->setFocus();
+            m_grid->verticalScrollBar()->setValue(m_grid->verticalScrollBar()->maximum());
+            QTest::keyClick(control, control == card(4) ? Qt::Key_Delete : Qt::Key_Space);
+            QCOMPARE(m_model->countLabel(), "59 pages");
+            QVERIFY(card(4)->hasFocus());
+            QVERIFY(!card(4)->visibleRegion().isEmpty());
+        }
+        QTest::keyClick(card(4), Qt::Key_Delete);
+        QCOMPARE(m_model->countLabel(), "58 pages");
+    }
+
     void onlyPagesInViewExistAndAreDrawn()
     {
         show(300);

@@ -8,6 +8,7 @@
 #include "ToolWindows/ToolWindowController.h"
 
 #include <QAccessible>
+#include <QScrollBar>
 #include <QSemaphore>
 #include <QTest>
 
@@ -68,19 +69,21 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("tool");
         QTest::addColumn<QStringList>("order");
-        const QStringList rows = {"close", "row-0", "moveDown-0", "row-1", "moveUp-1", "primaryAction"};
-        QTest::newRow("create") << "createPDF" << rows;
-        QTest::newRow("merge") << "mergePDF" << rows;
+        QTest::addColumn<QStringList>("others"); // each reached by an arrow key from the one before, then by Tab
+        const QStringList rows = {"close", "row-0", "moveDown-0", "primaryAction"};
+        QTest::newRow("create") << "createPDF" << rows << QStringList{"row-1", "moveUp-1"};
+        QTest::newRow("merge") << "mergePDF" << rows << QStringList{"row-1", "moveUp-1"};
         QTest::newRow("organize") << "organizePDF"
                                   << QStringList{"close",       "uniformWidth", "page-0",       "rotate-0",
-                                                 "duplicate-0", "remove-0",     "page-1",       "rotate-1",
-                                                 "duplicate-1", "remove-1",     "page-2",       "rotate-2",
-                                                 "duplicate-2", "remove-2",     "primaryAction"};
+                                                 "duplicate-0", "remove-0",     "primaryAction"}
+                                  << QStringList{"page-1", "rotate-1", "duplicate-1", "remove-1",
+                                                 "page-2", "rotate-2", "duplicate-2", "remove-2"};
     }
     void everyControlHasANameAndIsReachedByTab()
     {
         QFETCH(QString, tool);
         QFETCH(QStringList, order);
+        QFETCH(QStringList, others);
         ToolWindow& window = open(*FileTool::fromRawValue(tool.toStdString()));
         QCOMPARE(window.focusWidget()->objectName(), "primaryAction");
 
@@ -93,6 +96,16 @@ private Q_SLOTS:
         QTest::keyClick(window.focusWidget(), Qt::Key_Backtab, Qt::ShiftModifier);
         QCOMPARE(window.focusWidget()->objectName(), order[order.size() - 2]);
 
+        for (const QString& expected : others) {
+            const bool isItem = expected.startsWith("row-") || expected.startsWith("page-");
+            QTest::keyClick(window.focusWidget(),
+                            !isItem                     ? Qt::Key_Tab
+                                : tool == "organizePDF" ? Qt::Key_Right
+                                                        : Qt::Key_Down);
+            QCOMPARE(window.focusWidget()->objectName(), expected);
+            reached.insert(window.focusWidget());
+        }
+
         QList<Control> controls;
         collect(QAccessible::queryAccessibleInterface(&window), controls);
         int enabled = 0;
@@ -103,7 +116,66 @@ private Q_SLOTS:
             QVERIFY2(reached.contains(control.object), qPrintable("Tab does not reach " + control.name));
             ++enabled;
         }
-        QCOMPARE(enabled, order.size());
+        QCOMPARE(enabled, order.size() + others.size());
+    }
+
+    void theActionIsNearFromTheMiddleOfManyPages()
+    {
+        ToolWindowController::present(FileTool::organizePDF, {m_files.document("long.pdf", 200)}, [](const auto&) { });
+        ToolWindow& window = ToolWindowController::openControllers().front()->window();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QTRY_VERIFY(window.findChild<QWidget*>("page-0"));
+        auto* const grid = window.findChild<ReorderView*>();
+        grid->verticalScrollBar()->setValue(grid->verticalScrollBar()->maximum() / 2);
+        window.findChild<QWidget*>("uniformWidth")->setFocus();
+        QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+        const QWidget* const page = window.focusWidget();
+        QVERIFY2(page->objectName() > "page-1" && page->objectName().startsWith("page-"),
+                 qPrintable(page->objectName()));
+        QCOMPARE(grid->verticalScrollBar()->value(), grid->verticalScrollBar()->maximum() / 2);
+        for (int press = 0; press < 4; ++press)
+            QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+        QCOMPARE(window.focusWidget()->objectName(), "primaryAction");
+        QTest::keyClick(window.focusWidget(), Qt::Key_Backtab, Qt::ShiftModifier);
+        QCOMPARE(window.focusWidget()->parentWidget(), page); // where it was
+    }
+
+    void returnActsOnWhatHasTheKeyboard_data()
+    {
+        QTest::addColumn<QString>("focused");
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<bool>("saves");
+        QTest::newRow("a page") << "page-1" << int{Qt::Key_Return} << int{Qt::NoModifier} << true;
+        QTest::newRow("keypad") << "page-1" << int{Qt::Key_Enter} << int{Qt::KeypadModifier} << true;
+        QTest::newRow("an option") << "uniformWidth" << int{Qt::Key_Return} << int{Qt::NoModifier} << true;
+        QTest::newRow("a button") << "rotate-1" << int{Qt::Key_Return} << int{Qt::NoModifier} << false;
+        QTest::newRow("the action itself") << "primaryAction" << int{Qt::Key_Return} << int{Qt::NoModifier} << true;
+        const int control = Qt::ControlModifier;
+        QTest::newRow("Control+Return") << "rotate-1" << int{Qt::Key_Return} << control << true;
+        QTest::newRow("Control+Enter") << "close" << int{Qt::Key_Enter} << int(Qt::ControlModifier | Qt::KeypadModifier)
+                                       << true;
+        QTest::newRow("Control+S") << "page-1" << int{Qt::Key_S} << control << true;
+        QTest::newRow("Shift+Return") << "page-1" << int{Qt::Key_Return} << int{Qt::ShiftModifier} << false;
+    }
+    void returnActsOnWhatHasTheKeyboard()
+    {
+        QFETCH(QString, focused);
+        QFETCH(int, key);
+        QFETCH(int, modifiers);
+        QFETCH(bool, saves);
+        int saved = 0;
+        ToolWindowController::present(FileTool::organizePDF, {m_files.document("a.pdf", 3)},
+                                      [&saved](const auto& outcome) { saved += outcome.has_value(); });
+        ToolWindow& window = ToolWindowController::openControllers().front()->window();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QTRY_VERIFY(window.findChild<QWidget*>("page-1"));
+        window.findChild<QWidget*>(focused)->setFocus();
+        QTest::keyClick(window.windowHandle(), static_cast<Qt::Key>(key), Qt::KeyboardModifiers(modifiers));
+        jobPool().waitForDone();
+        QTRY_COMPARE(saved, saves ? 1 : 0);
+        if (focused == "rotate-1" && !saves)
+            QCOMPARE(window.findChild<OrganizePDFView*>()->model().pages()[1].rotation, std::int64_t{90});
     }
 
     void rowsAndPagesAreItemsWithTheirPlace()

@@ -11,11 +11,13 @@
 #include <QEvent>
 #include <QGraphicsOpacityEffect>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPropertyAnimation>
 #include <QPushButton>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 namespace Pelgra {
@@ -74,7 +76,29 @@ ToolChrome::ToolChrome(const Texts& texts, ToolContext* context, QWidget* conten
         m_overlay->setGeometry(rect());
         m_overlay->setShown(running);
     });
+    addActionKeys();
     updateControls();
+}
+
+void ToolChrome::addActionKeys()
+{
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_S}) {
+        auto* const shortcut = new QShortcut(QKeySequence(Qt::ControlModifier | key), this);
+        shortcut->setAutoRepeat(false);
+        connect(shortcut, &QShortcut::activated, m_action, &QPushButton::click);
+    }
+}
+
+void ToolChrome::keyPressEvent(QKeyEvent* event)
+{
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (!isReturn || event->modifiers() & ~(Qt::KeypadModifier | Qt::GroupSwitchModifier)) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    auto* const button = qobject_cast<QAbstractButton*>(window()->focusWidget());
+    if (!event->isAutoRepeat())
+        (button && !button->isCheckable() ? button : m_action)->click();
 }
 
 QString ToolChrome::titleName()

@@ -15,7 +15,8 @@ class ProgressOverlay;
 class ToolContext;
 
 /// The frame of every tool window: a title with a close button, the tool's own content, a footer with one action, and
-/// over all of it a progress overlay while the tool's job runs.
+/// over all of it a progress overlay while the tool's job runs. Return presses the button that has the keyboard, and
+/// anywhere else the action; Control with Return or S is the action everywhere.
 class ToolChrome : public QWidget {
     Q_OBJECT
 
@@ -42,8 +43,10 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
+    void addActionKeys();
     QWidget* makeTopBar(const QString& title);
     QWidget* makeFooter(const QString& actionTitle);
     void updateControls();

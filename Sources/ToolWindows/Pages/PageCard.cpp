@@ -161,6 +161,11 @@ void PageCard::setDimmed(bool dimmed)
     update();
 }
 
+bool PageCard::showsRemoveButton() const
+{
+    return !m_remove->visibleRegion().isEmpty();
+}
+
 QRectF PageCard::imageArea() const
 {
     const int inner = width() - 2 * padding;
@@ -257,17 +262,18 @@ void PageCard::keyPressEvent(QKeyEvent* event)
 {
     window()->setAttribute(Qt::WA_KeyboardFocusChange); // a click may have brought the focus here, without a ring
     update();
-    const bool moves = event->modifiers().testFlag(Qt::AltModifier) || event->modifiers().testFlag(Qt::ControlModifier);
+    const Qt::KeyboardModifiers held = event->modifiers() & ~(Qt::KeypadModifier | Qt::GroupSwitchModifier);
+    const bool moves = held.testFlag(Qt::AltModifier) || held.testFlag(Qt::ControlModifier);
     if (const auto direction = directionOf(event->key())) {
         if (moves)
             Q_EMIT moveRequested(m_edit.id, *direction);
         else
             Q_EMIT focusMoveRequested(m_edit.id, *direction);
-    } else if (event->key() == Qt::Key_R && event->modifiers() == Qt::NoModifier) {
+    } else if (event->key() == Qt::Key_R && held == Qt::NoModifier) {
         Q_EMIT rotateRequested(m_edit.id);
-    } else if (event->key() == Qt::Key_D && event->modifiers() == Qt::ControlModifier) {
+    } else if (event->key() == Qt::Key_D && held == Qt::ControlModifier) {
         Q_EMIT duplicateRequested(m_edit.id);
-    } else if (event->key() == Qt::Key_Delete && event->modifiers() == Qt::NoModifier) {
+    } else if (event->key() == Qt::Key_Delete && held == Qt::NoModifier) {
         Q_EMIT removeRequested(m_edit.id);
     } else {
         QWidget::keyPressEvent(event);

@@ -76,12 +76,7 @@ QWidget* PageGrid::makeItem(std::size_t index, QWidget* content)
     auto* const card = new PageCard(m_model->pages()[index], content);
     connect(card, &PageCard::rotateRequested, m_model, &OrganizeModel::rotate);
     connect(card, &PageCard::duplicateRequested, m_model, &OrganizeModel::duplicate);
-    connect(card, &PageCard::removeRequested, this, [this](const Identifier& id) {
-        const auto place = Reordering::indexOf(m_model->pages(), id);
-        m_model->remove(id);
-        if (place && count() > 0)
-            focusItem(std::min(*place, count() - 1)); // the keyboard goes on where it was
-    });
+    connect(card, &PageCard::removeRequested, this, &PageGrid::removePage);
     connect(card, &PageCard::moveRequested, this, &PageGrid::movePage);
     connect(card, &PageCard::focusMoveRequested, this, &PageGrid::moveFocus);
     return card;
@@ -154,6 +149,21 @@ void PageGrid::moveFocus(const Identifier& id, PageCard::Direction direction)
     const std::ptrdiff_t step = stepOf(direction);
     if (index && Reordering::canMove(count(), static_cast<std::ptrdiff_t>(*index), step))
         focusItem(static_cast<std::size_t>(static_cast<std::ptrdiff_t>(*index) + step));
+}
+
+void PageGrid::removePage(const Identifier& id)
+{
+    const auto index = Reordering::indexOf(m_model->pages(), id);
+    if (!index)
+        return;
+    const auto card = items().find(id);
+    const bool canBeClicked = card != items().end() && static_cast<PageCard*>(card->second)->showsRemoveButton();
+    if (!isInSight(*index) && !canBeClicked) {
+        focusItem(*index); // the view was scrolled away from the keyboard: nobody sees what would go
+        return;
+    }
+    m_model->remove(id);
+    focusItem(std::min(*index, count() - 1)); // the keyboard goes on where it was
 }
 
 void PageGrid::movePage(const Identifier& id, PageCard::Direction direction)

@@ -29,6 +29,7 @@ protected:
     int contentHeight() const override;
     std::optional<std::size_t> indexAt(QPoint contentPoint) const override;
     std::pair<std::ptrdiff_t, std::ptrdiff_t> indexesBetween(int top, int bottom) const override;
+    int columnCount() const override { return columnsFor(contentWidth()).count; }
     QWidget* makeItem(std::size_t index, QWidget* content) override;
     void updateItem(QWidget* item, std::size_t index, bool isDragged) override;
     void itemLeaves(QWidget* item) override;
@@ -39,6 +40,7 @@ protected:
 private:
     std::ptrdiff_t stepOf(PageCard::Direction direction) const;
     void moveFocus(const Identifier& id, PageCard::Direction direction);
+    void removePage(const Identifier& id);
     void movePage(const Identifier& id, PageCard::Direction direction);
     void showThumbnail(std::int64_t sourceIndex);
 

@@ -7,6 +7,7 @@
 #include "ToolWindows/Reordering/ReorderDrag.h"
 
 #include <QApplication>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPropertyAnimation>
@@ -23,6 +24,11 @@ constexpr int liftedMargin = 20; // for the shadow
 const SoftShadow liftedShadow{QColor(0, 0, 0, 80), {0, 4}, 16};
 constexpr int margin =
     200; // logical pixels kept ready above and below the visible part, so that Tab finds its neighbours
+
+bool hasKeyboard(const QWidget& item)
+{
+    return item.hasFocus() || item.isAncestorOf(QApplication::focusWidget());
+}
 
 /// An item as it looks lifted from its place: no longer translucent, above its shadow.
 QPixmap liftedPicture(QWidget& item)
@@ -60,6 +66,10 @@ ReorderView::ReorderView(QWidget* parent)
     m_content->setAutoFillBackground(false);
     viewport()->setAutoFillBackground(false);
     m_content->installEventFilter(this);
+    connect(qApp, &QApplication::focusChanged, this, [this] {
+        if (const auto index = focusedIndex())
+            m_lastFocused = idAt(*index);
+    });
 
     m_drag->isEnabled = [this] {
         return count() > 1;
@@ -180,13 +190,83 @@ bool ReorderView::isKept(const Identifier& id, const QWidget* item) const
     // The mouse holds it, or the keyboard is in it and its item still exists.
     if (m_drag->dragging() == id)
         return true;
-    if (!item->hasFocus() && !item->isAncestorOf(QApplication::focusWidget()))
-        return false;
+    return hasKeyboard(*item) && indexOf(id);
+}
+
+std::optional<std::size_t> ReorderView::indexOf(const Identifier& id) const
+{
     for (std::size_t index = 0; index < count(); ++index) {
         if (idAt(index) == id)
-            return true;
+            return index;
     }
-    return false;
+    return std::nullopt;
+}
+
+std::optional<std::size_t> ReorderView::focusedIndex() const
+{
+    const auto item =
+        std::find_if(m_items.begin(), m_items.end(), [](const auto& entry) { return hasKeyboard(*entry.second); });
+    return item == m_items.end() ? std::nullopt : indexOf(item->first);
+}
+
+QWidget* ReorderView::tabStop() const
+{
+    const auto widgetAt = [this](std::size_t index) {
+        const auto item = m_items.find(idAt(index));
+        return item == m_items.end() ? nullptr : item->second;
+    };
+    if (const auto index = focusedIndex())
+        return widgetAt(*index);
+    if (const auto last = m_lastFocused ? indexOf(*m_lastFocused) : std::nullopt; last && isInSight(*last))
+        return widgetAt(*last);
+    for (std::size_t index = 0; index < count(); ++index) {
+        if (isInSight(index))
+            return widgetAt(index);
+    }
+    return nullptr;
+}
+
+bool ReorderView::isInSight(std::size_t index) const
+{
+    const QRect frame = frameOf(index);
+    const QRect seen = frame & QRect(0, verticalScrollBar()->value(), contentWidth(), viewport()->height());
+    return 2 * seen.height() >= std::min(frame.height(), viewport()->height());
+}
+
+std::size_t ReorderView::indexAfterPageKey(std::size_t from, int direction) const
+{
+    const auto columns = static_cast<std::ptrdiff_t>(columnCount());
+    const auto last = static_cast<std::ptrdiff_t>(count()) - 1;
+    const int rowStep = frameOf(static_cast<std::size_t>(columns)).top() - frameOf(0).top();
+    const std::ptrdiff_t rows = std::max(1, viewport()->height() / rowStep);
+    const auto column = static_cast<std::ptrdiff_t>(from) % columns;
+    const auto to = static_cast<std::ptrdiff_t>(from) + direction * rows * columns;
+    return static_cast<std::size_t>(std::clamp(to, std::min(column, last), last));
+}
+
+void ReorderView::keyPressEvent(QKeyEvent* event)
+{
+    const auto focused = focusedIndex();
+    if (!focused || event->modifiers() & ~(Qt::KeypadModifier | Qt::ControlModifier)) {
+        QScrollArea::keyPressEvent(event);
+        return;
+    }
+    switch (event->key()) {
+    case Qt::Key_Home:
+        focusItem(0);
+        return;
+    case Qt::Key_End:
+        focusItem(count() - 1);
+        return;
+    case Qt::Key_PageUp:
+        focusItem(indexAfterPageKey(*focused, -1));
+        return;
+    case Qt::Key_PageDown:
+        focusItem(indexAfterPageKey(*focused, +1));
+        return;
+    default:
+        QScrollArea::keyPressEvent(event);
+    }
 }
 
 void ReorderView::place(QWidget* item, const QRect& frame, bool animated, int milliseconds)
