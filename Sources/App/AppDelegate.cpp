@@ -222,10 +222,8 @@ void AppDelegate::cancelDrag()
 
 void AppDelegate::openSettings()
 {
-    if (m_trayHost && m_trayHost->isThere())
-        SettingsWindow::show();
-    else
-        SettingsWindow::show([this] { requestQuit(); });
+    const bool hasTray = m_trayHost && m_trayHost->isThere();
+    SettingsWindow::show([this] { requestQuit(); }, !hasTray);
 }
 
 void AppDelegate::checkForUpdates()

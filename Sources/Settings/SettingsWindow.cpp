@@ -10,6 +10,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QScreen>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 #include <utility>
@@ -33,16 +34,27 @@ std::function<void()>& quitting()
     return quit;
 }
 
+void callQuit()
+{
+    if (quitting())
+        quitting()();
+}
+
 QPushButton* makeQuitButton(QWidget* parent)
 {
     auto* const button = new QPushButton(QStringLiteral("Quit Pelgra"), parent);
     button->setObjectName(QStringLiteral("quit"));
     button->setAutoDefault(false);
-    QObject::connect(button, &QPushButton::clicked, parent, [] {
-        if (quitting())
-            quitting()();
-    });
+    QObject::connect(button, &QPushButton::clicked, parent, callQuit);
     return button;
+}
+
+void addKeys(QDialog& settings)
+{
+    const QKeySequence close(Qt::ControlModifier | Qt::Key_W);
+    const QKeySequence quit(Qt::ControlModifier | Qt::Key_Q);
+    QObject::connect(new QShortcut(close, &settings), &QShortcut::activated, &settings, &QDialog::close);
+    QObject::connect(new QShortcut(quit, &settings), &QShortcut::activated, &settings, callQuit);
 }
 
 QWidget* make()
@@ -61,6 +73,7 @@ QWidget* make()
     bottom->addStretch();
     bottom->addWidget(makeQuitButton(settings));
     layout->addLayout(bottom);
+    addKeys(*settings);
     return settings;
 }
 
@@ -79,14 +92,14 @@ void center(QWidget& settings)
 
 } // namespace
 
-void show(std::function<void()> quit)
+void show(std::function<void()> quit, bool hasQuitButton)
 {
     if (!instance())
         instance() = make();
     quitting() = std::move(quit);
     auto* const button = instance()->findChild<QPushButton*>(QStringLiteral("quit"));
-    button->setVisible(quitting() != nullptr);
-    instance()->layout()->setContentsMargins(0, 0, 0, quitting() ? quitMargin : 0);
+    button->setVisible(hasQuitButton);
+    instance()->layout()->setContentsMargins(0, 0, 0, hasQuitButton ? quitMargin : 0);
     if (!instance()->isVisible())
         center(*instance());
     AppActivation::activate(*instance());

@@ -199,7 +199,7 @@ private:
 
     bool takeSettings()
     {
-        SettingsWindow::show();
+        SettingsWindow::show({}, false);
         const bool taken = save("settings", SettingsWindow::window()->frameGeometry());
         SettingsWindow::window()->hide();
         return taken;
