@@ -43,7 +43,7 @@ AppDelegate::AppDelegate(Preferences& preferences, Platform& platform, QObject* 
     , m_wheel(platform.wheelSurface())
 {
     startPaintingThreads();
-    Compositing::follow(&platform.wheelSurface());
+    Compositing::follow(&platform);
     m_afterwards.setInterval(afterwardsMilliseconds);
     connect(&m_afterwards, &QTimer::timeout, this, [this] {
         if (!isWorking() && (m_quitsWhenDone || (m_isAlone && !m_wheel.isVisible())))

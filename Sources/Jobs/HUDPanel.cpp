@@ -75,6 +75,7 @@ HUDPanel::HUDPanel(const HUDState& state, QPoint anchor)
     setAttribute(Qt::WA_TranslucentBackground);
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_TransparentForMouseEvents);
+    setAttribute(Qt::WA_X11NetWmWindowTypeNotification);
     setObjectName(QStringLiteral("hud"));
     m_dismissal.setObjectName(QStringLiteral("dismissal"));
     m_dismissal.setSingleShot(true);
@@ -183,17 +184,25 @@ void HUDPanel::paintEvent(QPaintEvent*)
     if (Compositing::isActive())
         painter.fillPath(capsule(QRectF(rect())), background);
     else
-        painter.fillRect(rect(), QColor(background.rgb())); // the mask cuts it, without soft edges
+        painter.fillRect(rect(), QColor(background.rgb())); // cut to the outline, without soft edges
     painter.setPen(QPen(outline, 1));
     painter.drawPath(capsule(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5)));
 }
 
+void HUDPanel::applyOutline()
+{
+    Compositing::setOutline(*this, capsule(QRectF(rect())));
+}
+
 void HUDPanel::resizeEvent(QResizeEvent*)
 {
-    if (Compositing::isActive())
-        clearMask();
-    else
-        setMask(Compositing::maskFor(capsule(QRectF(rect())), size()));
+    applyOutline();
+}
+
+void HUDPanel::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    applyOutline();
 }
 
 } // namespace Pelgra

@@ -40,11 +40,13 @@ public:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     HUDPanel(const HUDState& state, QPoint anchor);
 
     void applyState();
+    void applyOutline();
     void reposition();
     void appear();
     void scheduleDismissIfFinal();

@@ -1,36 +1,29 @@
 #include "Platform/Compositing.h"
 
-#include "Platform/WheelSurface.h"
-
-#include <QBitmap>
-#include <QPainter>
-#include <QPainterPath>
+#include "Platform/Platform.h"
 
 namespace Pelgra::Compositing {
 
 namespace {
 
-const WheelSurface* followed = nullptr;
+Platform* followed = nullptr;
 
 } // namespace
 
-void follow(const WheelSurface* surface)
+void follow(Platform* platform)
 {
-    followed = surface;
+    followed = platform;
 }
 
 bool isActive()
 {
-    return followed && followed->isCompositing();
+    return followed && followed->wheelSurface().isCompositing();
 }
 
-QRegion maskFor(const QPainterPath& shape, QSize size)
+void setOutline(QWidget& window, const QPainterPath& outline)
 {
-    // Drawn, since a region made from the path's polygon has straight cuts at its right and lower corners.
-    QBitmap mask(size);
-    mask.clear();
-    QPainter(&mask).fillPath(shape, Qt::color1);
-    return QRegion(mask);
+    if (followed)
+        followed->setOutline(window, outline);
 }
 
 } // namespace Pelgra::Compositing

@@ -51,14 +51,14 @@ public:
     virtual void attach(QWidget* panel, DropTarget* target) = 0;
     virtual void detach() = 0;
 
-    /// Points outside the region belong to the windows below: drags, clicks and movements pass through. In logical
-    /// pixels of the widget, y down.
-    virtual void setInputRegion(const QRegion& logical) = 0;
+    /// Points outside the region belong to the windows below: drags, clicks and movements pass through. In pixels of
+    /// the screen, of which the widget's device pixel ratio tells how many it has, from its top-left corner, y down.
+    virtual void setInputRegion(const QRegion& pixels) = 0;
 
     /// Everything the wheel paints, in the same coordinates. It is more than the input region: the cards and the
     /// capsule in the hole of the ring are visible but cannot be hit. Without a compositing manager the window is cut
     /// down to it (its bounding shape); with one it does not matter.
-    virtual void setPaintedRegion(const QRegion& logical) = 0;
+    virtual void setPaintedRegion(const QRegion& pixels) = 0;
 
     /// Whether translucent windows and fading work now.
     virtual bool isCompositing() const = 0;

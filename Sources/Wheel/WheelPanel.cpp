@@ -36,6 +36,7 @@ WheelPanel::WheelPanel(WheelSurface& surface, QWidget* parent)
 {
     setAttribute(Qt::WA_TranslucentBackground);
     setAttribute(Qt::WA_ShowWithoutActivating);
+    setAttribute(Qt::WA_X11NetWmWindowTypeDND); // compositing managers leave such windows alone
     setObjectName(QStringLiteral("wheelPanel"));
     setWindowTitle(QStringLiteral("Pelgra"));
     setFixedSize(side, side);
@@ -82,6 +83,7 @@ void WheelPanel::applyFlags()
     hide();
     // Changing the flags through the widget would make a new window, unknown to the surface.
     overrideWindowFlags(flags);
+    setAttribute(Qt::WA_X11NetWmWindowTypeDND, !m_allowsKey);
     windowHandle()->setFlags(flags);
     setAttribute(Qt::WA_ShowWithoutActivating, !m_allowsKey);
 }
@@ -118,6 +120,13 @@ void WheelPanel::fade(double opacity, int milliseconds)
     m_fade.setEndValue(opacity);
     m_fade.setDuration(milliseconds);
     m_fade.start();
+}
+
+bool WheelPanel::event(QEvent* event)
+{
+    if (event->type() == QEvent::ScreenChangeInternal)
+        applyShape(); // the new screen may have another scale
+    return QWidget::event(event);
 }
 
 void WheelPanel::changeEvent(QEvent* event)

@@ -40,6 +40,7 @@ public:
     std::function<void()> onResignKey;
 
 protected:
+    bool event(QEvent* event) override;
     void changeEvent(QEvent* event) override;
 
 private:

@@ -1,6 +1,7 @@
 #include "Wheel/WheelView.h"
 
 #include "Desktop/TickSound.h"
+#include "Platform/ShapePixels.h"
 #include "Support/Logging.h"
 #include "Wheel/WheelAccessible.h"
 #include "Wheel/WheelCanvas.h"
@@ -15,15 +16,6 @@
 #include <utility>
 
 namespace Pelgra {
-
-namespace {
-
-QRegion regionOf(const QPainterPath& path)
-{
-    return QRegion(path.toFillPolygon().toPolygon(), path.fillRule());
-}
-
-} // namespace
 
 WheelView::WheelView(QWidget* parent)
     : QWidget(parent)
@@ -109,7 +101,7 @@ void WheelView::activate(int petal)
 
 QRegion WheelView::activeRegion() const
 {
-    return regionOf(WheelDrawing::activePath(m_content, rect()));
+    return pixelsOf(WheelDrawing::activePath(m_content, rect()), size(), devicePixelRatioF());
 }
 
 QRegion WheelView::paintedRegion() const
@@ -118,7 +110,7 @@ QRegion WheelView::paintedRegion() const
     QRegion region = activeRegion();
     if (!m_content.petals.empty()) {
         for (const QPainterPath& outline : WheelCentre::outlines(m_content, rect().toRectF().center()))
-            region += regionOf(outline);
+            region += pixelsOf(outline, size(), devicePixelRatioF());
     }
     return region;
 }

@@ -56,9 +56,9 @@ public:
     std::function<void()> onRegionsChanged; ///< activeRegion() or paintedRegion() changed
     std::function<void()> playTick;
 
-    /// Where the pointer and drags hit the wheel, in this widget's coordinates.
+    /// Where the pointer and drags hit the wheel, in pixels of the screen from this widget's corner.
     QRegion activeRegion() const;
-    /// Everything the wheel covers.
+    /// Everything the wheel covers, likewise.
     QRegion paintedRegion() const;
 
     // DropTarget

@@ -260,7 +260,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "no compositing manager\n");
         return 1;
     }
-    Compositing::follow(&platform->wheelSurface());
+    Compositing::follow(platform.get());
     Photographer photographer(arguments[1], arguments[2]);
     for (const QString& appearance : {QStringLiteral("light"), QStringLiteral("dark")}) {
         QApplication::setPalette(paletteNamed(appearance));

@@ -1,6 +1,7 @@
 #include "Platform/Null/NullPlatform.h"
 
 #include <QCursor>
+#include <QTransform>
 #include <QWidget>
 
 namespace Pelgra {
@@ -20,10 +21,12 @@ void NullWheelSurface::detach()
     m_panel = nullptr;
 }
 
-void NullWheelSurface::setInputRegion(const QRegion& logical)
+void NullWheelSurface::setInputRegion(const QRegion& pixels)
 {
-    if (m_panel != nullptr)
-        m_panel->setMask(logical);
+    if (m_panel == nullptr)
+        return;
+    const double scale = 1 / m_panel->devicePixelRatioF();
+    m_panel->setMask(QTransform::fromScale(scale, scale).map(pixels));
 }
 
 } // namespace Pelgra

@@ -20,7 +20,7 @@ class NullWheelSurface final : public WheelSurface {
 public:
     void attach(QWidget* panel, DropTarget* target) override;
     void detach() override;
-    void setInputRegion(const QRegion& logical) override;
+    void setInputRegion(const QRegion& pixels) override;
     void setPaintedRegion(const QRegion&) override { }
     bool isCompositing() const override { return true; }
 
@@ -33,6 +33,7 @@ public:
     DragSource& dragSource() override { return m_dragSource; }
     WheelSurface& wheelSurface() override { return m_wheelSurface; }
     bool hasTray() const override { return false; }
+    void setOutline(QWidget&, const QPainterPath&) override { }
 
 private:
     NullDragSource m_dragSource;

@@ -1,8 +1,15 @@
 #include "Platform/X11/X11Platform.h"
 
+#include "Platform/ShapePixels.h"
+#include "Platform/X11/WindowOutline.h"
+
 #include <xcb/xfixes.h>
 
 #include <QGuiApplication>
+#include <QPainterPath>
+#include <QWidget>
+
+#include <optional>
 
 namespace Pelgra {
 
@@ -25,6 +32,7 @@ std::unique_ptr<X11Platform> X11Platform::create()
 
 X11Platform::X11Platform(std::unique_ptr<XcbConnection> connection, xcb_connection_t* toolkitConnection)
     : m_connection(std::move(connection))
+    , m_toolkitConnection(toolkitConnection)
     , m_dragSource(*m_connection, xcb_get_setup(toolkitConnection))
     , m_wheelSurface(*m_connection, toolkitConnection, m_dragSource)
     , m_notifier(xcb_get_file_descriptor(m_connection->get()), QSocketNotifier::Read)
@@ -47,6 +55,19 @@ X11Platform::X11Platform(std::unique_ptr<XcbConnection> connection, xcb_connecti
 bool X11Platform::hasTray() const
 {
     return m_connection->selectionOwner(m_connection->atoms().trayManager) != XCB_WINDOW_NONE;
+}
+
+void X11Platform::setOutline(QWidget& window, const QPainterPath& outline)
+{
+    const auto native = static_cast<xcb_window_t>(window.internalWinId());
+    if (native == XCB_WINDOW_NONE)
+        return;
+    const bool isCut = !m_wheelSurface.isCompositing();
+    WindowOutline::setShape(m_toolkitConnection, native, XCB_SHAPE_SK_BOUNDING,
+                            isCut ? std::optional(pixelsOf(outline, window.size(), window.devicePixelRatioF()))
+                                  : std::nullopt);
+    WindowOutline::refuseShadow(m_toolkitConnection, native, m_connection->atoms().frameExtents);
+    xcb_flush(m_toolkitConnection);
 }
 
 void X11Platform::watchTray()

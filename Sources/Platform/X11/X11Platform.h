@@ -23,6 +23,7 @@ public:
     DragSource& dragSource() override { return m_dragSource; }
     WheelSurface& wheelSurface() override { return m_wheelSurface; }
     bool hasTray() const override;
+    void setOutline(QWidget& window, const QPainterPath& outline) override;
 
 private:
     X11Platform(std::unique_ptr<XcbConnection> connection, xcb_connection_t* toolkitConnection);
@@ -33,6 +34,7 @@ private:
     bool isTrayChange(const xcb_generic_event_t& event) const;
 
     std::unique_ptr<XcbConnection> m_connection;
+    xcb_connection_t* m_toolkitConnection;
     X11DragSource m_dragSource;
     X11WheelSurface m_wheelSurface;
     QSocketNotifier m_notifier;

@@ -1,16 +1,14 @@
 #include "Platform/X11/X11WheelSurface.h"
 
+#include "Platform/X11/WindowOutline.h"
 #include "Platform/X11/X11DragSource.h"
 
-#include <xcb/shape.h>
 #include <xcb/xfixes.h>
 
 #include <QCoreApplication>
 #include <QEvent>
 
-#include <cmath>
 #include <utility>
-#include <vector>
 
 namespace Pelgra {
 
@@ -18,24 +16,6 @@ namespace {
 
 constexpr std::uint8_t eventTypeMask = 0x7f;
 constexpr std::uint32_t dragProtocolVersion = 5;
-
-/// Whole device pixels, so that neighbouring rectangles stay neighbours.
-std::vector<xcb_rectangle_t> deviceRectanglesOf(const QRegion& logical, double pixelRatio)
-{
-    std::vector<xcb_rectangle_t> rectangles;
-    for (const QRect& rectangle : logical) {
-        const auto scaled = [pixelRatio](int value) {
-            return static_cast<int>(std::lround(value * pixelRatio));
-        };
-        const int left = scaled(rectangle.left());
-        const int top = scaled(rectangle.top());
-        const int width = scaled(rectangle.left() + rectangle.width()) - left;
-        const int height = scaled(rectangle.top() + rectangle.height()) - top;
-        rectangles.push_back({static_cast<std::int16_t>(left), static_cast<std::int16_t>(top),
-                              static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height)});
-    }
-    return rectangles;
-}
 
 } // namespace
 
@@ -84,6 +64,7 @@ void X11WheelSurface::adoptWindow()
     const auto window = static_cast<xcb_window_t>(m_panel->winId());
     xcb_change_property(m_shapeConnection, XCB_PROP_MODE_REPLACE, window, m_connection.atoms().xdndAware, XCB_ATOM_ATOM,
                         32, 1, &dragProtocolVersion);
+    WindowOutline::refuseShadow(m_shapeConnection, window, m_connection.atoms().frameExtents);
     m_receiver = std::make_unique<XdndReceiver>(m_connection, window, *m_target,
                                                 XdndReceiver::Surroundings{[this] { return acceptsDrops(); },
                                                                            [this] { return m_source.changeCount(); },
@@ -93,15 +74,15 @@ void X11WheelSurface::adoptWindow()
     applyRegions();
 }
 
-void X11WheelSurface::setInputRegion(const QRegion& logical)
+void X11WheelSurface::setInputRegion(const QRegion& pixels)
 {
-    m_inputRegion = logical;
+    m_inputRegion = pixels;
     applyRegions();
 }
 
-void X11WheelSurface::setPaintedRegion(const QRegion& logical)
+void X11WheelSurface::setPaintedRegion(const QRegion& pixels)
 {
-    m_paintedRegion = logical;
+    m_paintedRegion = pixels;
     applyRegions();
 }
 
@@ -110,18 +91,10 @@ void X11WheelSurface::applyRegions()
     const auto window = static_cast<xcb_window_t>(m_panel ? m_panel->internalWinId() : 0);
     if (window == XCB_WINDOW_NONE)
         return;
-    const auto apply = [this, window](xcb_shape_kind_t kind, const std::optional<QRegion>& region) {
-        if (!region) {
-            xcb_shape_mask(m_shapeConnection, XCB_SHAPE_SO_SET, kind, window, 0, 0, XCB_PIXMAP_NONE);
-            return;
-        }
-        const std::vector<xcb_rectangle_t> rectangles = deviceRectanglesOf(*region, m_panel->devicePixelRatioF());
-        xcb_shape_rectangles(m_shapeConnection, XCB_SHAPE_SO_SET, kind, XCB_CLIP_ORDERING_UNSORTED, window, 0, 0,
-                             static_cast<std::uint32_t>(rectangles.size()), rectangles.data());
-    };
-    apply(XCB_SHAPE_SK_INPUT, m_inputRegion);
+    WindowOutline::setShape(m_shapeConnection, window, XCB_SHAPE_SK_INPUT, m_inputRegion);
     // The compositing manager blends the smooth edge; without one, everything outside would be black.
-    apply(XCB_SHAPE_SK_BOUNDING, m_isCompositing ? std::nullopt : m_paintedRegion);
+    WindowOutline::setShape(m_shapeConnection, window, XCB_SHAPE_SK_BOUNDING,
+                            m_isCompositing ? std::nullopt : m_paintedRegion);
     xcb_flush(m_shapeConnection);
 }
 
@@ -187,7 +160,7 @@ bool X11WheelSurface::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::WinIdChange && m_panel->internalWinId() != 0)
         adoptWindow();
-    else if (event->type() == QEvent::Show || event->type() == QEvent::ScreenChangeInternal)
+    else if (event->type() == QEvent::Show)
         applyRegions();
     return QObject::eventFilter(watched, event);
 }

@@ -29,8 +29,8 @@ public:
 
     void attach(QWidget* panel, DropTarget* target) override;
     void detach() override;
-    void setInputRegion(const QRegion& logical) override;
-    void setPaintedRegion(const QRegion& logical) override;
+    void setInputRegion(const QRegion& pixels) override;
+    void setPaintedRegion(const QRegion& pixels) override;
     bool isCompositing() const override { return m_isCompositing; }
 
     /// Feeds one event of the connection.

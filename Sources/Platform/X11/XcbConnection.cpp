@@ -65,10 +65,11 @@ void XcbConnection::internAtoms()
         {"INCR", &m_atoms.incremental},
         {"text/uri-list", &m_atoms.uriList},
         {"_PELGRA_TRANSFER", &m_atoms.transfer},
+        {"_GTK_FRAME_EXTENTS", &m_atoms.frameExtents},
         {"_NET_WM_CM_S" + screen, &m_atoms.compositor},
         {"_NET_SYSTEM_TRAY_S" + screen, &m_atoms.trayManager},
     };
-    std::vector<xcb_intern_atom_cookie_t> cookies; // all asked first: one round trip instead of fifteen
+    std::vector<xcb_intern_atom_cookie_t> cookies; // all asked first: one round trip instead of one for each
     for (const auto& [name, atom] : wanted)
         cookies.push_back(xcb_intern_atom(m_connection, 0, static_cast<std::uint16_t>(name.size()), name.data()));
     for (std::size_t i = 0; i < wanted.size(); ++i) {

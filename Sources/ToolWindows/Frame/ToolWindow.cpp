@@ -127,33 +127,29 @@ void ToolWindow::paintEvent(QPaintEvent*)
     if (Compositing::isActive())
         painter.fillPath(shape, palette().color(QPalette::Window));
     else
-        painter.fillRect(rect(), palette().color(QPalette::Window)); // the mask cuts it, without soft edges
+        painter.fillRect(rect(), palette().color(QPalette::Window)); // cut to its outline, without soft edges
     // Nobody draws a frame around the window, and the one below may have its colour.
     painter.setClipPath(shape);
     painter.strokePath(shape, QPen(primaryColor(*this, 0.2), 2));
 }
 
-void ToolWindow::cutToShape()
+void ToolWindow::applyShape()
 {
-    // Translucent corners would be black where nothing composites.
-    if (Compositing::isActive())
-        clearMask();
-    else
-        setMask(Compositing::maskFor(shapeOf(*this), size()));
+    Compositing::setOutline(*this, shapeOf(*this));
     update();
 }
 
 void ToolWindow::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
-    cutToShape();
+    applyShape();
     WindowEdge::layOut(this);
 }
 
 void ToolWindow::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
-    cutToShape();
+    applyShape();
     WindowEdge::layOut(this);
 }
 
@@ -162,7 +158,7 @@ void ToolWindow::changeEvent(QEvent* event)
     QWidget::changeEvent(event);
     // Activation too: a compositing manager may have come or gone since.
     if (event->type() == QEvent::WindowStateChange || event->type() == QEvent::ActivationChange)
-        cutToShape();
+        applyShape();
 }
 
 bool ToolWindow::focusNextPrevChild(bool next)

@@ -48,7 +48,7 @@ protected:
     bool focusNextPrevChild(bool next) override;
 
 private:
-    void cutToShape();
+    void applyShape();
 
     bool m_closesForGood = false;
     DragStart m_dragStart;
