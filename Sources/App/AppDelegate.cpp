@@ -179,7 +179,8 @@ void AppDelegate::installStatusItem()
     connect(&m_preferences, &Preferences::convertKeyChanged, this, &AppDelegate::updateMenu);
     connect(&m_preferences, &Preferences::toolsKeyChanged, this, &AppDelegate::updateMenu);
 
-    m_statusItem = std::make_unique<QSystemTrayIcon>(MenuBarIcon::image(MenuBarIcon::tintForTray()));
+    m_statusItem = std::make_unique<QSystemTrayIcon>();
+    MenuBarIcon::showIn(*m_statusItem);
     m_statusItem->setToolTip(QStringLiteral("Pelgra"));
     m_statusItem->setContextMenu(m_menu.get());
     connect(m_statusItem.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {

@@ -1,9 +1,14 @@
 #include "App/MenuBarIcon.h"
 
+#include <QEvent>
 #include <QGuiApplication>
+#include <QIconEngine>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPalette>
+#include <QSystemTrayIcon>
+
+#include <algorithm>
 
 namespace Pelgra::MenuBarIcon {
 
@@ -17,6 +22,64 @@ QPainterPath leaf()
     path.closeSubpath();
     return path;
 }
+
+/// Draws the icon at any size, and names the one of the icon theme that trays colour by themselves.
+class TintedEngine final : public QIconEngine {
+public:
+    explicit TintedEngine(const QColor& tint)
+        : m_tint(tint)
+    {
+    }
+
+    QString iconName() override { return QIcon::hasThemeIcon(symbolicName()) ? symbolicName() : QString(); }
+
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override
+    {
+        QList<QSize> sizes;
+        for (const int size : {16, 18, 22, 24, 32, 36, 44, 48, 64})
+            sizes.append(QSize(size, size));
+        return sizes;
+    }
+
+    QPixmap pixmap(const QSize& size, QIcon::Mode, QIcon::State) override
+    {
+        return MenuBarIcon::pixmap(std::min(size.width(), size.height()), m_tint);
+    }
+
+    void paint(QPainter* painter, const QRect& area, QIcon::Mode mode, QIcon::State state) override
+    {
+        const QPixmap picture = pixmap(area.size() * painter->device()->devicePixelRatio(), mode, state);
+        QRect square(QPoint(), QSize(1, 1) * std::min(area.width(), area.height()));
+        square.moveCenter(area.center());
+        painter->drawPixmap(square, picture);
+    }
+
+    QIconEngine* clone() const override { return new TintedEngine(*this); }
+
+private:
+    QColor m_tint;
+};
+
+/// An icon in the tray belongs to no window that would hear of a new palette.
+class PaletteFollower final : public QObject {
+public:
+    explicit PaletteFollower(QSystemTrayIcon& item)
+        : QObject(&item)
+        , m_item(item)
+    {
+    }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (watched == qApp && event->type() == QEvent::ApplicationPaletteChange)
+            m_item.setIcon(image(tintForTray()));
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    QSystemTrayIcon& m_item;
+};
 
 } // namespace
 
@@ -56,11 +119,14 @@ QPixmap pixmap(int size, const QColor& color, double devicePixelRatio)
     return result;
 }
 
+QString symbolicName()
+{
+    return QStringLiteral("org.pelgra.Pelgra-symbolic");
+}
+
 QIcon image(const QColor& tint)
 {
-    QIcon icon;
-    for (int size : {16, 18, 22, 24, 32, 36, 44, 48, 64})
-        icon.addPixmap(pixmap(size, tint));
+    QIcon icon(new TintedEngine(tint));
     icon.setIsMask(true);
     return icon;
 }
@@ -72,6 +138,12 @@ QColor tintForTray()
     if (desktop.contains("GNOME") || desktop.contains("Unity"))
         return Qt::white;
     return QGuiApplication::palette().color(QPalette::WindowText);
+}
+
+void showIn(QSystemTrayIcon& item)
+{
+    item.setIcon(image(tintForTray()));
+    qApp->installEventFilter(new PaletteFollower(item));
 }
 
 } // namespace Pelgra::MenuBarIcon

@@ -6,6 +6,7 @@
 #include <QString>
 
 class QPainter;
+class QSystemTrayIcon;
 
 /// The icon in the tray: a fruit with a leaf, in one colour.
 namespace Pelgra::MenuBarIcon {
@@ -23,10 +24,17 @@ void draw(QPainter& painter, const QColor& color);
 /// The drawing at a size in logical pixels.
 QPixmap pixmap(int size, const QColor& color, double devicePixelRatio = 1);
 
-/// A template image (QIcon::isMask) at the sizes trays use. The tint is for trays that show it as it is.
+/// The icon of the theme that looks the same, in whatever colour the tray gives to symbols.
+QString symbolicName();
+
+/// A template image (QIcon::isMask) of any size. Where the theme has the symbolic icon it bears that one's name; the
+/// tint is for trays that show it as it is.
 QIcon image(const QColor& tint);
 
 /// The tint that stands out on the tray: the text colour of a panel.
 QColor tintForTray();
+
+/// Gives the tray's item its icon, now and with every change of the palette, for as long as it lives.
+void showIn(QSystemTrayIcon& item);
 
 } // namespace Pelgra::MenuBarIcon

@@ -1,6 +1,12 @@
 #include "App/MenuBarIcon.h"
 
+#include <QApplication>
+#include <QDir>
+#include <QFile>
 #include <QImage>
+#include <QPalette>
+#include <QSystemTrayIcon>
+#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Pelgra;
@@ -43,6 +49,39 @@ private Q_SLOTS:
         const QPixmap sharp = MenuBarIcon::pixmap(18, Qt::black, 2);
         QCOMPARE(sharp.size(), QSize(36, 36));
         QCOMPARE(sharp.deviceIndependentSize(), QSizeF(18, 18));
+    }
+
+    void bearsTheNameOfTheSymbolicIconWhereTheThemeHasIt()
+    {
+        QVERIFY(MenuBarIcon::image(Qt::white).name().isEmpty());
+        const QTemporaryDir themes;
+        QVERIFY(QDir(themes.path()).mkpath("test/symbolic/apps"));
+        QFile index(themes.filePath("test/index.theme"));
+        QVERIFY(index.open(QIODevice::WriteOnly));
+        index.write("[Icon Theme]\nName=Test\nDirectories=symbolic/apps\n[symbolic/apps]\nSize=16\nType=Scalable\n");
+        index.close();
+        QVERIFY(QFile::copy(QFINDTESTDATA("../../data/icons/org.pelgra.Pelgra-symbolic.svg"),
+                            themes.filePath("test/symbolic/apps/org.pelgra.Pelgra-symbolic.svg")));
+        QIcon::setThemeSearchPaths({themes.path()});
+        QIcon::setThemeName("test");
+        QCOMPARE(MenuBarIcon::image(Qt::white).name(), "org.pelgra.Pelgra-symbolic");
+    }
+
+    void takesTheTintOfANewPalette()
+    {
+        qunsetenv("XDG_CURRENT_DESKTOP");
+        const auto tint = [](const QSystemTrayIcon& item) {
+            return item.icon().pixmap(QSize(36, 36)).toImage().pixelColor(18, 20);
+        };
+        QPalette palette(QColor(30, 30, 30));
+        palette.setColor(QPalette::WindowText, Qt::white);
+        QApplication::setPalette(palette);
+        QSystemTrayIcon item;
+        MenuBarIcon::showIn(item);
+        QCOMPARE(tint(item), QColor(Qt::white));
+        palette.setColor(QPalette::WindowText, Qt::black);
+        QApplication::setPalette(palette);
+        QCOMPARE(tint(item), QColor(Qt::black));
     }
 };
 
