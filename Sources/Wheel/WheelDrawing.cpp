@@ -66,9 +66,11 @@ void paintRingShadow(QPainter& painter, const WheelLayout& layout, QPointF cente
     painter.fillPath(hole, inside);
 }
 
-void paintRing(QPainter& painter, const WheelLayout& layout)
+void paintRing(QPainter& painter, const WheelLayout& layout, bool isCompositing)
 {
     painter.fillPath(layout.ringPath(), white(0.14));
+    if (!isCompositing)
+        return; // the backdrop's line is the edge; a soft one upon it would make dots where the shape cuts both
     const double radius = layout.outerRadius + layout.ringPadding - 0.5;
     painter.setPen(QPen(white(0.45), 1));
     painter.setBrush(Qt::NoBrush);
@@ -249,7 +251,7 @@ void paintWheel(QPainter& painter, const WheelContent& content, const QRectF& bo
     }
     painter.save();
     painter.setTransform(toView, true);
-    paintRing(painter, layout);
+    paintRing(painter, layout, content.isCompositing);
     for (int petal : dirtyPetals)
         paintPetal(painter, layout, petal, petal == content.highlightedIndex);
     painter.restore();
