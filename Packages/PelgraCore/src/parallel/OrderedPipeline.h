@@ -167,7 +167,9 @@ private:
             // What failed was claimed before, and nothing beyond it is needed.
             return m_ended || m_firstFailure < m_slots.size() || m_next == m_slots.size();
         };
+        ++m_waitingWorkers;
         m_room.wait(lock, m_stop, [&] { return isOver() || m_next < m_taken + m_window; });
+        --m_waitingWorkers;
         if (isOver() || m_stop.stop_requested())
             return std::nullopt;
         return std::exchange(m_next, std::min(m_next + m_runLength, m_slots.size()));
@@ -179,14 +181,14 @@ private:
         Slot& slot = m_slots[index];
         m_filled.wait(lock, m_stop, [&] { return slot.isFilled(); });
         throwIfStopped();
-        const bool isFull = m_next == m_taken + m_window;
         m_taken = index + 1;
+        const bool hasRoom = m_waitingWorkers > 0 && m_next < m_taken + m_window;
         if (slot.failure)
             std::rethrow_exception(slot.failure);
         Item item = std::move(*slot.item);
         slot.item.reset();
         lock.unlock();
-        if (isFull)
+        if (hasRoom)
             m_room.notify_one();
         return item;
     }
@@ -202,6 +204,7 @@ private:
     std::condition_variable_any m_room; ///< the window has moved on, or nothing more is needed
     std::size_t m_next = 0; ///< the first item no worker has claimed
     std::size_t m_taken = 0; ///< items the caller has taken
+    int m_waitingWorkers = 0; ///< for the window to move on
     bool m_ended = false;
     std::size_t m_firstFailure = std::numeric_limits<std::size_t>::max();
 };
