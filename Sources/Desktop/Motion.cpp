@@ -1,12 +1,10 @@
 #include "Desktop/Motion.h"
 
+#include "Desktop/SettingsPortal.h"
+
 #include <QApplication>
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
-#include <QDBusVariant>
 #include <QStyle>
+#include <QVariant>
 
 #include <algorithm>
 #include <array>
@@ -14,11 +12,6 @@
 namespace Pelgra::Motion {
 
 namespace {
-
-// The settings portal of freedesktop.org passes on the desktop's own keys.
-const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
-const QString portalInterface = QStringLiteral("org.freedesktop.portal.Settings");
 
 struct DesktopSetting {
     QString group;
@@ -44,44 +37,6 @@ std::array<DesktopSetting, 3> settings{{
      }},
 }};
 
-void take(DesktopSetting& setting, QVariant value)
-{
-    // The portal's older question wraps the value twice.
-    while (value.canConvert<QDBusVariant>())
-        value = value.value<QDBusVariant>().variant();
-    setting.isOn = setting.asksForLess(value);
-}
-
-class PortalListener : public QObject {
-    Q_OBJECT
-
-public:
-    using QObject::QObject;
-
-    void ask(DesktopSetting& setting)
-    {
-        QDBusMessage question =
-            QDBusMessage::createMethodCall(portalService, portalPath, portalInterface, QStringLiteral("Read"));
-        question << setting.group << setting.key;
-        auto* const watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
-        connect(watcher, &QDBusPendingCallWatcher::finished, this, [&setting](QDBusPendingCallWatcher* answered) {
-            const QDBusPendingReply<QDBusVariant> reply = *answered;
-            if (reply.isValid())
-                take(setting, reply.value().variant());
-            answered->deleteLater();
-        });
-    }
-
-public Q_SLOTS:
-    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value)
-    {
-        for (DesktopSetting& setting : settings) {
-            if (group == setting.group && key == setting.key)
-                take(setting, value.variant());
-        }
-    }
-};
-
 } // namespace
 
 bool isReduced()
@@ -94,18 +49,10 @@ bool isReduced()
 
 void followDesktop(QObject* context)
 {
-    QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected())
-        return;
-    // The bus looks up a slot's types by name, and does not connect it while one is not registered (Qt 6.4).
-    qRegisterMetaType<QDBusVariant>();
-    auto* const listener = new PortalListener(context);
-    bus.connect(portalService, portalPath, portalInterface, QStringLiteral("SettingChanged"), listener,
-                SLOT(settingChanged(QString, QString, QDBusVariant)));
-    for (DesktopSetting& setting : settings)
-        listener->ask(setting);
+    for (DesktopSetting& setting : settings) {
+        SettingsPortal::follow(setting.group, setting.key, context,
+                               [&setting](const QVariant& value) { setting.isOn = setting.asksForLess(value); });
+    }
 }
 
 } // namespace Pelgra::Motion
-
-#include "Motion.moc"

@@ -1,8 +1,7 @@
 #include "Desktop/TickSound.h"
 
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusVariant>
+#include "Desktop/SettingsPortal.h"
+
 #include <QSettings>
 #include <QStandardPaths>
 #include <QThreadPool>
@@ -31,22 +30,6 @@ struct SoundSettings {
     QByteArray theme; ///< empty: the library's default
 };
 
-QVariant fromPortal(const QString& key)
-{
-    QDBusMessage question = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.portal.Desktop"), QStringLiteral("/org/freedesktop/portal/desktop"),
-        QStringLiteral("org.freedesktop.portal.Settings"), QStringLiteral("Read"));
-    question << QStringLiteral("org.gnome.desktop.sound") << key;
-    const QDBusMessage answer = QDBusConnection::sessionBus().call(question, QDBus::Block, 500);
-    if (answer.type() != QDBusMessage::ReplyMessage || answer.arguments().isEmpty())
-        return {};
-    QVariant value = answer.arguments().constFirst();
-    // The portal wraps its answer in variants.
-    while (value.canConvert<QDBusVariant>())
-        value = value.value<QDBusVariant>().variant();
-    return value;
-}
-
 SoundSettings readSettings()
 {
     SoundSettings settings;
@@ -56,10 +39,11 @@ SoundSettings readSettings()
                                 QSettings::IniFormat);
         settings.enabled = globals.value(QStringLiteral("Sounds/Enable"), true).toBool();
         settings.theme = globals.value(QStringLiteral("Sounds/Theme")).toString().toUtf8();
-    } else if (QDBusConnection::sessionBus().isConnected()) {
-        const QVariant enabled = fromPortal(QStringLiteral("event-sounds"));
+    } else {
+        const QString group = QStringLiteral("org.gnome.desktop.sound");
+        const QVariant enabled = SettingsPortal::read(group, QStringLiteral("event-sounds"));
         settings.enabled = !enabled.isValid() || enabled.toBool();
-        settings.theme = fromPortal(QStringLiteral("theme-name")).toString().toUtf8();
+        settings.theme = SettingsPortal::read(group, QStringLiteral("theme-name")).toString().toUtf8();
     }
     return settings;
 }
