@@ -10,6 +10,8 @@
 
 #include <openssl/evp.h>
 
+#include <ctime>
+
 using namespace Pelgra;
 
 namespace {
@@ -60,6 +62,11 @@ QByteArray feed(const QByteArray& version, const QByteArray& expires = "2999-01-
         + "</p:expires><item><title>Older</title><link>https://example.org/old</link>"
           R"(<enclosure url="x" p:version="0.0.1"/></item><item><title>New</title><link>)"
         + page + R"(</link><enclosure url="x" p:version=")" + version + R"("/></item></channel></rss>)";
+}
+
+QByteArray anHourAgoInUniversalTime()
+{
+    return QDateTime::currentDateTimeUtc().addSecs(-3600).toString("yyyy-MM-ddTHH:mm:ss").toLatin1();
 }
 
 /// A server on this machine that plays one behaviour for the feed and serves the signature.
@@ -131,6 +138,12 @@ class UpdateClientTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase()
+    {
+        qputenv("TZ", "America/Los_Angeles"); // hours behind, so that a time of UTC has not come there yet
+        tzset();
+    }
+
     void believesOnlyWhatIsSignedAndCurrent_data()
     {
         QTest::addColumn<QByteArray>("served");
@@ -148,6 +161,7 @@ private Q_SLOTS:
         row("tampered", feed("1.4"), "signed", FeedServer::Play::whole, feed("1.3"));
         row("truncated", feed("1.3"), "reached", FeedServer::Play::truncated);
         row("expired", feed("1.3", "2020-01-01T00:00:00Z"), "out of date");
+        row("expired where no zone is named", feed("1.3", anHourAgoInUniversalTime()), "out of date");
         row("no expiry", feed("1.3", "soon"), "understood");
         row("page without encryption", feed("1.3", "2999-01-01T00:00:00Z", "http://example.org"), "up to date");
         row("no feed at all", "signed nonsense", "understood");
@@ -206,7 +220,9 @@ private Q_SLOTS:
         QTest::newRow("empty") << QVariant("") << false;
         QTest::newRow("a number") << QVariant(7) << false;
         QTest::newRow("placeholder") << QVariant("REPLACE_WITH_PUBLIC_KEY") << false;
-        QTest::newRow("text") << QVariant("kq5nJ1D0pM3bYfYw6Jm7Y5K8x0m4l2n1o3p5r7t9v1A=") << true;
+        QTest::newRow("no key") << QVariant("a key") << false;
+        QTest::newRow("half a key") << QVariant("kq5nJ1D0pM3bYfYw6Jm7Yw==") << false;
+        QTest::newRow("a key") << QVariant("kq5nJ1D0pM3bYfYw6Jm7Y5K8x0m4l2n1o3p5r7t9v1A=") << true;
     }
     void onlyARealKeyConfiguresABuild()
     {
@@ -232,7 +248,6 @@ private:
         configuration.feed = url;
         configuration.publicKey = m_key.publicKey();
         configuration.current = QVersionNumber(1, 2);
-        configuration.sizeLimit = 50000;
         configuration.timeLimit = 1500;
         configuration.allowsPlainHttp = true;
         return configuration;

@@ -30,6 +30,13 @@ QString ownVersion()
     return textOf(Pelgra::version());
 }
 
+/// The raw key, or nothing where the text is no Base64.
+QByteArray keyFrom(const QString& text)
+{
+    const auto key = QByteArray::fromBase64Encoding(text.toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
+    return key ? *key : QByteArray();
+}
+
 /// Whether the system's package manager owns this installation, and so brings its updates.
 bool isPackaged()
 {
@@ -49,7 +56,7 @@ bool SparkleUpdater::isConfigured(const QVariant& publicKey)
     if (publicKey.typeId() != QMetaType::QString)
         return false;
     const QString text = publicKey.toString();
-    return !text.isEmpty() && !text.startsWith(QStringLiteral("REPLACE_WITH"));
+    return !text.startsWith(QStringLiteral("REPLACE_WITH")) && keyFrom(text).size() == Ed25519::publicKeySize;
 }
 
 SparkleUpdater::SparkleUpdater(QObject* parent)
@@ -61,7 +68,7 @@ SparkleUpdater::SparkleUpdater(QObject* parent)
     }
     UpdateClient::Configuration configuration;
     configuration.feed = QUrl(feedAddress);
-    configuration.publicKey = QByteArray::fromBase64(SUPublicEDKey.toString().toLatin1());
+    configuration.publicKey = keyFrom(SUPublicEDKey.toString());
     configuration.current = QVersionNumber::fromString(ownVersion());
     m_client = std::make_unique<UpdateClient>(configuration);
     connect(m_client.get(), &UpdateClient::checkingChanged, this, &UpdaterManaging::changed);
@@ -108,13 +115,19 @@ void SparkleUpdater::checkQuietly()
     m_schedule.start(checkInterval);
 }
 
+QMessageBox* SparkleUpdater::newBox(const QString& message)
+{
+    delete m_box; // the newer answer counts
+    m_box = new QMessageBox(QMessageBox::Information, QStringLiteral("Pelgra"), message);
+    m_box->setAttribute(Qt::WA_DeleteOnClose);
+    return m_box;
+}
+
 void SparkleUpdater::tellFound(const UpdateFeed::Release& release)
 {
     m_userAsked = false;
     qCInfo(applicationLog, "Version %s is available", qUtf8Printable(release.version.toString()));
-    auto* const box = new QMessageBox(QMessageBox::Information, QStringLiteral("Pelgra"),
-                                      QStringLiteral("Pelgra %1 is available").arg(release.version.toString()));
-    box->setAttribute(Qt::WA_DeleteOnClose);
+    QMessageBox* const box = newBox(QStringLiteral("Pelgra %1 is available").arg(release.version.toString()));
     if (isPackaged()) {
         box->setInformativeText(
             QStringLiteral("You have version %1. Your system’s package manager brings the update.").arg(ownVersion()));
@@ -134,9 +147,9 @@ void SparkleUpdater::tell(const QString& message, const QString& details)
         qCInfo(applicationLog, "%s: %s", qUtf8Printable(message), qUtf8Printable(details));
         return; // nobody asked
     }
-    auto* const box = new QMessageBox(QMessageBox::Information, QStringLiteral("Pelgra"), message, QMessageBox::Ok);
+    QMessageBox* const box = newBox(message);
     box->setInformativeText(details);
-    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->addButton(QMessageBox::Ok);
     AppActivation::activate(*box);
 }
 

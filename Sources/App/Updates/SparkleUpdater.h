@@ -3,6 +3,8 @@
 #include "App/Updates/UpdateClient.h"
 #include "App/Updates/Updater.h"
 
+#include <QMessageBox>
+#include <QPointer>
 #include <QTimer>
 #include <QVariant>
 
@@ -24,7 +26,7 @@ public:
     /// Whether this build carries a usable signing key.
     static bool isConfigured();
 
-    /// The rule behind it, for a value of the build's key SUPublicEDKey: a text that is not empty and no placeholder.
+    /// The rule behind it, for a value of the build's key SUPublicEDKey: the Base64 of a raw key, and no placeholder.
     static bool isConfigured(const QVariant& publicKey);
 
     bool automaticallyChecksForUpdates() const override { return m_automaticallyChecksForUpdates; }
@@ -37,10 +39,14 @@ private:
     void tellFound(const UpdateFeed::Release& release);
     void tell(const QString& message, const QString& details);
 
+    /// The one box that tells of a check.
+    QMessageBox* newBox(const QString& message);
+
     std::unique_ptr<UpdateClient> m_client; ///< null: not configured
     QTimer m_schedule;
     bool m_automaticallyChecksForUpdates = false;
     bool m_userAsked = false;
+    QPointer<QMessageBox> m_box;
 };
 
 } // namespace Pelgra

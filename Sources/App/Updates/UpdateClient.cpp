@@ -64,27 +64,29 @@ void UpdateClient::fetch(const QUrl& url, void (UpdateClient::*received)(const Q
     request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
     QNetworkReply* const reply = m_network.get(request);
     m_reply = reply;
-    // An endless answer is cut off as soon as it is too long, not when it ends.
-    reply->setReadBufferSize(m_configuration.sizeLimit + 1);
-    const auto tooLong = [this, reply] {
-        return reply->bytesAvailable() > m_configuration.sizeLimit;
-    };
-    connect(reply, &QNetworkReply::readyRead, this, [this, tooLong] {
-        if (tooLong())
-            fail(QStringLiteral("The update information is too long."));
-    });
-    connect(reply, &QNetworkReply::finished, this, [this, reply, received, tooLong] {
+    m_received.clear();
+    connect(reply, &QNetworkReply::readyRead, this, [this, reply] { take(*reply); });
+    connect(reply, &QNetworkReply::finished, this, [this, reply, received] {
         reply->deleteLater();
         if (reply != m_reply)
             return; // given up meanwhile
-        m_reply = nullptr;
         if (reply->error() != QNetworkReply::NoError)
             fail(QStringLiteral("The update server couldn’t be reached."));
-        else if (tooLong())
-            fail(QStringLiteral("The update information is too long."));
-        else
-            (this->*received)(reply->readAll());
+        else if (take(*reply))
+            (this->*received)(std::exchange(m_received, {}));
     });
+}
+
+bool UpdateClient::take(QNetworkReply& reply)
+{
+    // Piece by piece, so that an endless answer is cut off as soon as it is too long.
+    if (&reply != m_reply)
+        return false; // given up meanwhile
+    m_received += reply.read(m_configuration.sizeLimit + 1 - m_received.size());
+    if (m_received.size() <= m_configuration.sizeLimit)
+        return true;
+    fail(QStringLiteral("The update information is too long."));
+    return false;
 }
 
 void UpdateClient::receivedFeed(const QByteArray& feed)

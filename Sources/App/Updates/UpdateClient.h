@@ -41,6 +41,8 @@ Q_SIGNALS:
 
 private:
     void fetch(const QUrl& url, void (UpdateClient::*received)(const QByteArray&));
+    /// Takes what has arrived; false where that is none of ours any more, or too long.
+    bool take(QNetworkReply& reply);
     void receivedFeed(const QByteArray& feed);
     void receivedSignature(const QByteArray& signature);
     bool isAcceptable(const QUrl& url) const;
@@ -51,6 +53,7 @@ private:
     QNetworkAccessManager m_network;
     QPointer<QNetworkReply> m_reply;
     QTimer m_limit;
+    QByteArray m_received; ///< of the file that is being fetched
     QByteArray m_feed;
     bool m_isChecking = false;
 };

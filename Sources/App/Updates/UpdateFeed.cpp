@@ -15,6 +15,13 @@ struct Channel {
     std::optional<Release> newest;
 };
 
+/// A time without a zone is one of UTC, on every machine.
+QDateTime timeFrom(const QString& text)
+{
+    const QDateTime time = QDateTime::fromString(text, Qt::ISODate);
+    return time.timeSpec() == Qt::LocalTime ? QDateTime(time.date(), time.time(), Qt::UTC) : time;
+}
+
 Release readItem(QXmlStreamReader& xml)
 {
     Release release;
@@ -49,7 +56,7 @@ std::optional<Channel> readChannel(const QByteArray& feed)
     Channel channel;
     while (xml.readNextStartElement()) {
         if (xml.namespaceUri() == appcastNamespace && xml.name() == u"expires") {
-            channel.expires = QDateTime::fromString(xml.readElementText().trimmed(), Qt::ISODate);
+            channel.expires = timeFrom(xml.readElementText().trimmed());
         } else if (xml.name() == u"item") {
             const Release release = readItem(xml);
             if (isUsable(release) && (!channel.newest || release.version > channel.newest->version))

@@ -11,9 +11,9 @@
 
 /// The appcast: an RSS 2.0 feed of releases. Each item has a <link> to its download page and an <enclosure> whose
 /// attribute `version` (namespace urn:pelgra:appcast) is the release; the channel's <expires> element (same namespace)
-/// is an ISO 8601 time after which the feed must not be believed, so that nobody can hold users back with an old one.
-/// A second file beside the feed, with ".sig" appended to its address, holds the Base64 of the Ed25519 signature of
-/// the feed's bytes.
+/// is an ISO 8601 time (UTC where it names no zone) after which the feed must not be believed, so that nobody can hold
+/// users back with an old one. A second file beside the feed, with ".sig" appended to its address, holds the Base64 of
+/// the Ed25519 signature of the feed's bytes.
 namespace Pelgra::UpdateFeed {
 
 struct Release {
