@@ -66,28 +66,33 @@ void Preferences::setConvertKey(ModifierKey key)
 {
     m_convertKey = key;
     Q_EMIT convertKeyChanged();
-    m_store->setValue(convertKeyName, rawValueOf(key));
+    store(convertKeyName, rawValueOf(key));
 }
 
 void Preferences::setToolsKey(ModifierKey key)
 {
     m_toolsKey = key;
     Q_EMIT toolsKeyChanged();
-    m_store->setValue(toolsKeyName, rawValueOf(key));
+    store(toolsKeyName, rawValueOf(key));
 }
 
 void Preferences::setJPEGQuality(double quality)
 {
     m_jpegQuality = quality;
     Q_EMIT jpegQualityChanged();
-    m_store->setValue(jpegQualityName, quality);
+    store(jpegQualityName, quality);
 }
 
 void Preferences::setCheckForUpdatesAutomatically(bool checks)
 {
     m_checkForUpdatesAutomatically = checks;
     Q_EMIT checkForUpdatesAutomaticallyChanged();
-    m_store->setValue(checkForUpdatesAutomaticallyName, checks);
+    store(checkForUpdatesAutomaticallyName, checks);
+}
+
+void Preferences::store(const QString& key, const QVariant& value)
+{
+    Q_EMIT stored(m_store->setValue(key, value));
 }
 
 QString Preferences::menuHint() const

@@ -50,7 +50,12 @@ Q_SIGNALS:
     void jpegQualityChanged();
     void checkForUpdatesAutomaticallyChanged();
 
+    /// Whether the latest change is kept beyond the end of the process.
+    void stored(bool isKept);
+
 private:
+    void store(const QString& key, const QVariant& value);
+
     std::unique_ptr<PreferencesStore> m_store;
     ModifierKey m_convertKey;
     ModifierKey m_toolsKey;

@@ -74,6 +74,19 @@ QLabel* makeNote(const QString& text, QWidget* parent)
     return note;
 }
 
+/// A note that something went wrong; empty and hidden as long as nothing did.
+QLabel* makeProblem(const QString& name, QWidget* parent)
+{
+    QLabel* const problem = makeNote(QString(), parent);
+    problem->setObjectName(name);
+    QPalette red = problem->palette();
+    red.setColor(QPalette::WindowText, QColor(0xD7, 0x1D, 0x1D));
+    problem->setPalette(red);
+    problem->setForegroundRole(QPalette::WindowText);
+    problem->hide();
+    return problem;
+}
+
 } // namespace
 
 SettingsView::SettingsView(Preferences* preferences, QWidget* parent)
@@ -86,6 +99,11 @@ SettingsView::SettingsView(Preferences* preferences, QWidget* parent)
     stack->addWidget(makeKeys());
     stack->addWidget(makeQuality());
     stack->addWidget(makeSystem());
+    m_notStored = makeProblem(QStringLiteral("notStored"), this);
+    m_notStored->setText(
+        QStringLiteral("This can’t be saved, so it lasts until Pelgra quits. Check that “%1” can be written.")
+            .arg(FilePreferencesStore::standardFile()));
+    stack->addWidget(m_notStored);
     stack->addStretch();
     setFixedWidth(formWidth);
     followPreferences();
@@ -188,12 +206,7 @@ QWidget* SettingsView::makeSystem()
     link.setColor(QPalette::ButtonText, link.color(QPalette::Link));
     m_approve->setPalette(link);
     connect(m_approve, &QPushButton::clicked, this, [] { SystemSettings::openLoginItems(); });
-    m_loginError = makeNote(QString(), section);
-    m_loginError->setObjectName(QStringLiteral("loginItemError"));
-    QPalette red = m_loginError->palette();
-    red.setColor(QPalette::WindowText, QColor(0xD7, 0x1D, 0x1D));
-    m_loginError->setPalette(red);
-    m_loginError->setForegroundRole(QPalette::WindowText);
+    m_loginError = makeProblem(QStringLiteral("loginItemError"), section);
     m_updates = new QCheckBox(QStringLiteral("Check for updates automatically"), section);
     m_updates->setObjectName(QStringLiteral("checkForUpdatesAutomatically"));
     connect(m_updates, &QCheckBox::clicked, m_preferences, &Preferences::setCheckForUpdatesAutomatically);
@@ -213,6 +226,8 @@ void SettingsView::followPreferences()
         m_updates->setChecked(m_preferences->checkForUpdatesAutomatically());
     };
     connect(m_preferences, &Preferences::checkForUpdatesAutomaticallyChanged, this, showUpdates);
+    connect(m_preferences, &Preferences::stored, m_notStored,
+            [this](bool isKept) { m_notStored->setVisible(!isKept); });
     showKeys();
     showQuality();
     showUpdates();

@@ -49,6 +49,7 @@ private:
     QPushButton* m_approve = nullptr;
     QLabel* m_loginError = nullptr;
     QCheckBox* m_updates = nullptr;
+    QLabel* m_notStored = nullptr;
 };
 
 } // namespace Pelgra

@@ -1,5 +1,7 @@
 #include "Support/PreferencesStore.h"
 
+#include "Support/Logging.h"
+
 #include <QStandardPaths>
 
 namespace Pelgra {
@@ -15,10 +17,17 @@ QString FilePreferencesStore::standardFile()
         + QStringLiteral("/pelgra/pelgra.ini");
 }
 
-void FilePreferencesStore::setValue(const QString& key, const QVariant& value)
+bool FilePreferencesStore::setValue(const QString& key, const QVariant& value)
 {
-    m_settings.setValue(key, value);
-    m_settings.sync();
+    // By an object of its own, which shares the values of all others for the file: an object keeps its first error for
+    // good, whatever becomes of later changes.
+    QSettings writer(m_settings.fileName(), QSettings::IniFormat);
+    writer.setValue(key, value);
+    writer.sync();
+    if (writer.status() == QSettings::NoError)
+        return true;
+    qCWarning(settingsLog, "%s could not be saved in %s", qUtf8Printable(key), qUtf8Printable(writer.fileName()));
+    return false;
 }
 
 ArgumentPreferencesStore::ArgumentPreferencesStore(const QStringList& arguments,

@@ -22,15 +22,19 @@ public:
     /// An invalid variant when there is none.
     virtual QVariant value(const QString& key) const = 0;
 
-    /// Stored at once.
-    virtual void setValue(const QString& key, const QVariant& value) = 0;
+    /// Is kept at once. False where it could not be; it counts until the end of the process all the same.
+    virtual bool setValue(const QString& key, const QVariant& value) = 0;
 };
 
 /// Forgets everything at the end of the process.
 class MemoryPreferencesStore final : public PreferencesStore {
 public:
     QVariant value(const QString& key) const override { return m_values.value(key); }
-    void setValue(const QString& key, const QVariant& value) override { m_values.insert(key, value); }
+    bool setValue(const QString& key, const QVariant& value) override
+    {
+        m_values.insert(key, value);
+        return true;
+    }
 
 private:
     QHash<QString, QVariant> m_values;
@@ -45,7 +49,7 @@ public:
     static QString standardFile();
 
     QVariant value(const QString& key) const override { return m_settings.value(key); }
-    void setValue(const QString& key, const QVariant& value) override;
+    bool setValue(const QString& key, const QVariant& value) override;
 
 private:
     QSettings m_settings;
@@ -57,7 +61,7 @@ public:
     ArgumentPreferencesStore(const QStringList& arguments, std::unique_ptr<PreferencesStore> store);
 
     QVariant value(const QString& key) const override;
-    void setValue(const QString& key, const QVariant& value) override { m_store->setValue(key, value); }
+    bool setValue(const QString& key, const QVariant& value) override { return m_store->setValue(key, value); }
 
 private:
     QHash<QString, QString> m_arguments;

@@ -1,6 +1,7 @@
 #include "Settings/Preferences.h"
 #include "App/Updates/Updater.h"
 
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -86,6 +87,25 @@ private Q_SLOTS:
         QCOMPARE(next.toolsKey(), ModifierKey::control);
         QCOMPARE(next.jpegQuality(), 0.5);
         QCOMPARE(next.checkForUpdatesAutomatically(), false);
+    }
+
+    void tellsWhetherAChangeIsKept()
+    {
+        const QTemporaryDir folder;
+        const QString place = folder.filePath("pelgra");
+        QFile inTheWay(place);
+        QVERIFY(inTheWay.open(QIODevice::WriteOnly));
+        Preferences preferences(std::make_unique<FilePreferencesStore>(place + "/pelgra.ini"));
+        QSignalSpy stored(&preferences, &Preferences::stored);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^toolsKey could not be saved in .*/pelgra.ini$"));
+        preferences.setToolsKey(ModifierKey::control);
+        QCOMPARE(stored.takeLast().first().toBool(), false);
+        QCOMPARE(preferences.toolsKey(), ModifierKey::control);
+
+        QVERIFY(inTheWay.remove()); // and what could not be kept at first is kept with the next change
+        preferences.setConvertKey(ModifierKey::option);
+        QCOMPARE(stored.takeLast().first().toBool(), true);
+        QVERIFY(textOf(place + "/pelgra.ini").contains("toolsKey=control"));
     }
 
     void argumentsStandBeforeTheFileForOneRun()

@@ -67,6 +67,16 @@ private Q_SLOTS:
         QVERIFY(qAbs(m_preferences->jpegQuality() - 0.725) < 1e-9); // showing it must not round it
     }
 
+    void aChangeThatIsNotKeptIsToldUntilOneIs()
+    {
+        auto* const note = find<QLabel>("notStored");
+        QVERIFY(note->isHidden());
+        Q_EMIT m_preferences->stored(false);
+        QVERIFY(!note->isHidden());
+        m_preferences->setToolsKey(ModifierKey::control);
+        QVERIFY(note->isHidden());
+    }
+
     void launchAtLoginShowsWhatIsTrue()
     {
         auto* const toggle = find<QCheckBox>("launchAtLogin");
