@@ -119,16 +119,16 @@ Status statusOnDisk()
 {
     const auto entry = readEntry();
     if (!entry)
-        return Status::notRegistered;
+        return Status::absent;
     if (!programExists(*entry))
         return Status::notFound;
-    return isSwitchedOff(*entry) ? Status::requiresApproval : Status::enabled;
+    return isSwitchedOff(*entry) ? Status::switchedOff : Status::enabled;
 }
 
 std::optional<QString> removeEntry()
 {
     const Status now = statusOnDisk();
-    if (now == Status::notFound || now == Status::notRegistered)
+    if (now == Status::notFound || now == Status::absent)
         return std::nullopt;
     QFile file(entryFile());
     if (!file.remove())
@@ -151,13 +151,13 @@ Status lastPortalAnswer()
     const QString answer = portalMemory().value(portalKey).toString();
     if (answer == portalEnabled)
         return Status::enabled;
-    return answer == portalRefused ? Status::requiresApproval : Status::notRegistered;
+    return answer == portalRefused ? Status::switchedOff : Status::absent;
 }
 
 void askPortal(bool enabled, QObject* context, Done done)
 {
     using BackgroundPortal::Answer;
-    if (!enabled && lastPortalAnswer() == Status::notRegistered) {
+    if (!enabled && lastPortalAnswer() == Status::absent) {
         done(std::nullopt);
         return;
     }

@@ -14,9 +14,9 @@ class QObject;
 namespace Pelgra::LoginItem {
 
 enum class Status : std::uint8_t {
-    notRegistered, ///< no entry
+    absent, ///< no entry
     enabled, ///< an entry that the session will run
-    requiresApproval, ///< switched off outside Pelgra, in the desktop's own settings
+    switchedOff, ///< switched off outside Pelgra, in the desktop's own settings
     notFound, ///< an entry whose program no longer exists
 };
 

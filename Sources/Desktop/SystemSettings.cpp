@@ -10,7 +10,7 @@
 
 namespace Pelgra::SystemSettings {
 
-void openLoginItems()
+void openStartupPrograms()
 {
     // Each comes with its own desktop, so the first that is installed is this desktop's.
     static const QList<QStringList> programs{

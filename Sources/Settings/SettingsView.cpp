@@ -205,7 +205,7 @@ QWidget* SettingsView::makeSystem()
     QPalette link = m_approve->palette();
     link.setColor(QPalette::ButtonText, link.color(QPalette::Link));
     m_approve->setPalette(link);
-    connect(m_approve, &QPushButton::clicked, this, [] { SystemSettings::openLoginItems(); });
+    connect(m_approve, &QPushButton::clicked, this, [] { SystemSettings::openStartupPrograms(); });
     m_loginError = makeProblem(QStringLiteral("loginItemError"), section);
     m_updates = new QCheckBox(QStringLiteral("Check for updates automatically"), section);
     m_updates->setObjectName(QStringLiteral("checkForUpdatesAutomatically"));
@@ -275,7 +275,7 @@ void SettingsView::showLoginItem()
 {
     const LoginItem::Status status = LoginItem::status();
     m_launchAtLogin->setChecked(status == LoginItem::Status::enabled);
-    m_approve->setVisible(status == LoginItem::Status::requiresApproval);
+    m_approve->setVisible(status == LoginItem::Status::switchedOff);
     m_loginError->setText(m_loginItemError);
     m_loginError->setVisible(!m_loginItemError.isEmpty());
 }

@@ -39,7 +39,8 @@ public Q_SLOTS:
         const bool autostart = grants && options["autostart"].toBool();
         answer << response << QVariantMap{{"background", true}, {"autostart", autostart}};
         const QDBusConnection bus = connection();
-        QMetaObject::invokeMethod(this, [bus, answer] { bus.send(answer); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [bus, answer] { bus.send(answer); }, Qt::QueuedConnection);
         return QDBusObjectPath(request);
     }
 };
@@ -104,7 +105,7 @@ private Q_SLOTS:
         m_toggle->click();
         QTRY_VERIFY(!m_toggle->isChecked());
         QVERIFY(!portal.asked["autostart"].toBool());
-        QCOMPARE(LoginItem::status(), LoginItem::Status::notRegistered);
+        QCOMPARE(LoginItem::status(), LoginItem::Status::absent);
     }
 
     void whatThePortalRefusesWantsApproval_data()
@@ -133,7 +134,7 @@ private Q_SLOTS:
         QVERIFY(publish(portal));
         m_toggle->click();
         QTRY_VERIFY(!m_error->isHidden());
-        QCOMPARE(LoginItem::status(), LoginItem::Status::notRegistered);
+        QCOMPARE(LoginItem::status(), LoginItem::Status::absent);
     }
 
 private:

@@ -105,7 +105,7 @@ private Q_SLOTS:
 
         QVERIFY(QFile::remove(LoginItem::entryFile()));
         QTRY_VERIFY(find<QPushButton>("approveLoginItem")->isHidden());
-        QCOMPARE(LoginItem::status(), LoginItem::Status::notRegistered);
+        QCOMPARE(LoginItem::status(), LoginItem::Status::absent);
     }
 
     void anEntryWhoseProgramIsGoneIsNotFound()
