@@ -16,6 +16,15 @@ WheelKind kindNamed(std::string_view name)
     throw std::invalid_argument("The option --kind takes convert or tools.");
 }
 
+std::filesystem::path fileNamed(const std::string& word)
+{
+    std::error_code noFolder;
+    std::filesystem::path file = std::filesystem::absolute(word, noFolder);
+    if (noFolder)
+        throw std::invalid_argument("“" + word + "” isn’t there: the folder it was looked for in has been deleted.");
+    return file;
+}
+
 } // namespace
 
 LaunchArguments LaunchArguments::parse(std::span<const std::string> words)
@@ -29,7 +38,7 @@ LaunchArguments LaunchArguments::parse(std::span<const std::string> words)
     for (std::size_t i = 0; i < words.size(); ++i) {
         const std::string_view word = words[i];
         if (onlyFiles || !word.starts_with('-') || word == "-") {
-            result.files.push_back(std::filesystem::absolute(word));
+            result.files.push_back(fileNamed(words[i]));
         } else if (word == "--") {
             onlyFiles = true;
         } else if (word.starts_with(kindAssignment)) {

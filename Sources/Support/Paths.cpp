@@ -70,6 +70,13 @@ std::filesystem::path pathFromText(const QString& text)
     return QFile::encodeName(text).toStdString();
 }
 
+std::filesystem::path absolutePath(const std::filesystem::path& path)
+{
+    std::error_code noFolder;
+    std::filesystem::path whole = std::filesystem::absolute(path, noFolder);
+    return noFolder ? path : whole;
+}
+
 QUrl urlFromPath(const std::filesystem::path& path)
 {
     return QUrl::fromEncoded(QByteArray::fromStdString(fileAddressFromPath(path)), QUrl::StrictMode);

@@ -1,5 +1,8 @@
 #include "App/LaunchArguments.h"
+#include "Support/Paths.h"
 
+#include <QDir>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <stdexcept>
@@ -42,6 +45,20 @@ private Q_SLOTS:
         using Words = std::vector<std::string>;
         for (const Words& words : {Words{"--kind", "other", "/a"}, Words{"--kind"}, Words{"--unknown", "/a"}})
             QVERIFY_EXCEPTION_THROWN(LaunchArguments::parse(words), std::invalid_argument);
+    }
+
+    void aDeletedFolderIsNoReasonToCrash()
+    {
+        const QString before = QDir::currentPath();
+        {
+            const QTemporaryDir folder;
+            QVERIFY(QDir::setCurrent(folder.path()));
+        }
+        QVERIFY_EXCEPTION_THROWN(LaunchArguments::parse(std::vector<std::string>{"a.pdf"}), std::invalid_argument);
+        QCOMPARE(LaunchArguments::parse(std::vector<std::string>{"/a.pdf"}).files.front(),
+                 std::filesystem::path("/a.pdf"));
+        QCOMPARE(absolutePath("a.pdf"), std::filesystem::path("a.pdf"));
+        QVERIFY(QDir::setCurrent(before));
     }
 };
 
