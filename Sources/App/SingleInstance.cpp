@@ -14,7 +14,7 @@ namespace {
 const QString serviceName = QStringLiteral("org.pelgra.Pelgra");
 const QString objectPath = QStringLiteral("/org/pelgra/Pelgra");
 const QString toolsKind = QStringLiteral("tools");
-constexpr int answerMilliseconds = 5000;
+constexpr int answerMilliseconds = 15000; // it may be starting itself
 
 } // namespace
 
@@ -61,8 +61,7 @@ void SingleInstance::Open(const QString& kind, const QByteArrayList& files)
         if (file.startsWith('/') && !file.contains('\0'))
             paths.emplace_back(file.toStdString());
     }
-    if (onOpen)
-        onOpen(kind == toolsKind ? WheelKind::tools : WheelKind::convert, paths);
+    Q_EMIT openRequested(kind == toolsKind ? WheelKind::tools : WheelKind::convert, paths);
 }
 
 } // namespace Pelgra

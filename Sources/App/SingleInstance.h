@@ -6,7 +6,6 @@
 #include <QObject>
 
 #include <filesystem>
-#include <functional>
 #include <vector>
 
 namespace Pelgra {
@@ -31,8 +30,9 @@ public:
     /// Asks the other process for a wheel, or without files for the settings. False when it didn’t answer.
     bool forward(WheelKind kind, const Files& files) const;
 
-    /// Another start asked for this.
-    std::function<void(WheelKind kind, const Files& files)> onOpen;
+Q_SIGNALS:
+    /// Another start asked for a wheel, or without files for the settings.
+    void openRequested(Pelgra::WheelKind kind, const std::vector<std::filesystem::path>& files);
 
 public Q_SLOTS:
     /// Called over the bus: the kind is "convert" or "tools", files are absolute paths as bytes.

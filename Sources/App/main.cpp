@@ -51,22 +51,18 @@ int main(int argumentCount, char** argumentVector)
     nameApplication();
     const bool isTestHost = qEnvironmentVariableIsSet("XCTestConfigurationFilePath");
     SingleInstance instance;
-    if (!isTestHost && instance.isAnotherRunning()) {
-        // Started with the session while it is running already: nobody asked to see anything.
-        if (arguments.background || instance.forward(arguments.kind, arguments.files))
-            return 0;
-    }
+    // A wheel of files alone is no instance. Of several starts at once the bus lets one have the name.
+    const bool isFirst = isTestHost || (arguments.files.empty() ? instance.claim() : !instance.isAnotherRunning());
+    // Started with the session while it is running already: nobody asked to see anything.
+    if (!isFirst && (arguments.background || instance.forward(arguments.kind, arguments.files)))
+        return 0;
     const std::unique_ptr<Platform> platform = Platform::forThisSession();
     AppDelegate delegate(Preferences::shared(), *platform);
     onTerminationSignal(&delegate, [&delegate] { delegate.terminate(); });
     if (!arguments.files.empty()) {
         delegate.showWheelAlone(arguments.kind, arguments.files);
     } else {
-        instance.onOpen = [&delegate](WheelKind kind, const SingleInstance::Files& files) {
-            delegate.open(kind, files);
-        };
-        if (!isTestHost)
-            instance.claim();
+        QObject::connect(&instance, &SingleInstance::openRequested, &delegate, &AppDelegate::open);
         delegate.applicationDidFinishLaunching();
         if (arguments.settings)
             delegate.open(arguments.kind, {});
