@@ -68,10 +68,10 @@ void WheelPanel::centerOn(QPoint point)
     const QScreen* screen = QGuiApplication::screenAt(point);
     if (screen == nullptr)
         screen = QGuiApplication::primaryScreen();
-    if (screen != nullptr)
-        move(panelOriginFor(point, size(), screen->geometry()));
-    else
-        move(point - rect().center());
+    move(screen != nullptr ? panelOriginFor(point, size(), screen->geometry()) : point - rect().center());
+    // Also where that changes nothing, as in the first corner of the desktop: a window that nobody has placed is placed
+    // by the window manager.
+    windowHandle()->setPosition(pos());
 }
 
 void WheelPanel::applyFlags()
