@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QEvent>
 
+#include <array>
 #include <utility>
 
 namespace Pelgra {
@@ -99,6 +100,15 @@ void X11WheelSurface::applyRegions()
 }
 
 void X11WheelSurface::handle(const xcb_generic_event_t& event)
+void X11WheelSurface::leaveOutOfLists()
+{
+    // Window managers read it when a window is mapped, which comes next, and delete it when it is unmapped. The toolkit
+    // adds to what it finds there.
+    const std::array states{m_connection.atoms().skipTaskbar, m_connection.atoms().skipPager};
+    xcb_change_property(m_shapeConnection, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(m_panel->internalWinId()),
+                        m_connection.atoms().windowState, XCB_ATOM_ATOM, 32, states.size(), states.data());
+}
+
 {
     const unsigned type = event.response_type & eventTypeMask;
     const XcbExtensions& extensions = m_connection.extensions();
@@ -162,6 +172,8 @@ bool X11WheelSurface::eventFilter(QObject* watched, QEvent* event)
         adoptWindow();
     else if (event->type() == QEvent::Show)
         applyRegions();
+    if (event->type() == QEvent::Show)
+        leaveOutOfLists();
     return QObject::eventFilter(watched, event);
 }
 

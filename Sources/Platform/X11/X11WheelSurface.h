@@ -52,6 +52,7 @@ private:
     bool nativeEventFilter(const QByteArray& type, void* message, qintptr* result) override;
     void adoptWindow();
     void applyRegions();
+    void leaveOutOfLists();
     void updateCompositing();
     bool acceptsDrops() const;
     QPointF viewPointAt(int rootX, int rootY) const;

@@ -67,6 +67,9 @@ void XcbConnection::internAtoms()
         {"_PELGRA_TRANSFER", &m_atoms.transfer},
         {"_GTK_FRAME_EXTENTS", &m_atoms.frameExtents},
         {"_NET_WM_CM_S" + screen, &m_atoms.compositor},
+        {"_NET_WM_STATE", &m_atoms.windowState},
+        {"_NET_WM_STATE_SKIP_TASKBAR", &m_atoms.skipTaskbar},
+        {"_NET_WM_STATE_SKIP_PAGER", &m_atoms.skipPager},
         {"_NET_SYSTEM_TRAY_S" + screen, &m_atoms.trayManager},
     };
     std::vector<xcb_intern_atom_cookie_t> cookies; // all asked first: one round trip instead of one for each
