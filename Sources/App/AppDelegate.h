@@ -1,30 +1,27 @@
 #pragma once
 
-#include "App/LaunchArguments.h"
+#include "App/DebugWheel.h"
+#include "App/Quitting.h"
 #include "Drag/DragMonitor.h"
 #include "Jobs/JobRunner.h"
 #include "Wheel/WheelController.h"
 
-#include <QAction>
-#include <QDeadlineTimer>
-#include <QMenu>
+#include <QMessageBox>
 #include <QObject>
 #include <QPoint>
-#include <QStringList>
-#include <QSystemTrayIcon>
+#include <QPointer>
 #include <QTimer>
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <vector>
-
-class QMessageBox;
 
 namespace Pelgra {
 
 class Platform;
 class Preferences;
-class TrayHost;
+class StatusMenu;
 class UpdaterManaging;
 
 /// The root of the application: owns the long-lived parts, wires them together and routes the drag events. Main thread.
@@ -48,49 +45,35 @@ public:
     /// Another start of the program asked for this: a wheel for files, or without any the settings.
     void open(WheelKind kind, const Files& files);
 
-    /// The user wants to quit: at once when nothing runs, else after asking what to do with the running jobs.
-    void requestQuit();
-
-    /// The session or the system ends the process: jobs are stopped, nothing unfinished stays behind.
-    void terminate();
+    /// The session or the system ends the process.
+    void terminate() { m_quitting.terminate(); }
 
 private Q_SLOTS:
     void openSettings();
     void checkForUpdates();
-    void showDebugWheel();
 
 private:
     void installUpdater();
     void wireWheel();
     void wireMonitor();
-    void installStatusItem();
-    void updateMenu();
+    void installStatusMenu();
     void handle(const DragEvent& event);
     void cancelDrag();
-    void showLaunchArgumentWheelIfRequested();
-    void highlightLater(int petal);
-    bool eventFilter(QObject* watched, QEvent* event) override;
-    void jobsChanged();
-    bool isWorking() const;
-    void quitOnceStopped();
+    void showPostponed();
     JobRunner& jobs();
 
     Preferences& m_preferences;
     Platform& m_platform;
     DragMonitor m_dragMonitor;
     WheelController m_wheel;
+    DebugWheel m_debugWheel;
+    Quitting m_quitting;
     std::unique_ptr<JobRunner> m_jobs; ///< made with the first petal
     std::unique_ptr<UpdaterManaging> m_updater;
-    std::unique_ptr<TrayHost> m_trayHost;
-    std::unique_ptr<QMenu> m_menu;
-    QAction* m_hintItem = nullptr;
-    QAction* m_debugItem = nullptr;
-    std::unique_ptr<QSystemTrayIcon> m_statusItem;
-    /// Looks whether a process of one wheel, or one that is to quit or end, has nothing left to do.
-    QTimer m_afterwards;
-    QDeadlineTimer m_farewell; ///< for jobs that were told to stop
-    bool m_isAlone = false;
-    bool m_quitsWhenDone = false;
+    std::unique_ptr<StatusMenu> m_statusMenu;
+    QPointer<QMessageBox> m_updatesAlert;
+    QTimer m_isDropAwaited; ///< a drag has ended just now
+    std::function<void()> m_postponed; ///< what was asked for in mid-drag
 };
 
 } // namespace Pelgra

@@ -4,6 +4,7 @@
 #include "App/SingleInstance.h"
 #include "App/TerminationSignals.h"
 #include "Desktop/JournalLog.h"
+#include "Jobs/RunningJobs.h"
 #include "Platform/Platform.h"
 #include "Settings/Preferences.h"
 
@@ -11,6 +12,7 @@
 #include <QIcon>
 
 #include <cstdio>
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -67,5 +69,8 @@ int main(int argumentCount, char** argumentVector)
         if (arguments.settings)
             delegate.open(arguments.kind, {});
     }
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    if (RunningJobs::shared().count() > 0)
+        std::_Exit(status); // their threads must not meet what is taken down behind main()
+    return status;
 }

@@ -47,10 +47,8 @@ void DragMonitor::tick()
     const std::vector<DragEvent> events =
         machine.step(m_source.changeCount(), m_source.isPrimaryButtonDown(),
                      m_source.modifierFlags() & relevantModifierFlags, [this] { return m_source.fileURLs(); });
-    for (const DragEvent& event : events) {
-        if (onEvent)
-            onEvent(event);
-    }
+    for (const DragEvent& event : events)
+        Q_EMIT happened(event);
 }
 
 } // namespace Pelgra

@@ -24,14 +24,15 @@ public:
     /// Begins sampling. Does nothing the second time.
     void start();
 
-    /// Receives every event, in order.
-    std::function<void(const DragEvent&)> onEvent;
-
     /// The bindings, asked with every sample.
     std::function<WheelKeys()> keys;
 
     /// Its session may be read, and cancelled with cancel().
     DragSessionMachine machine;
+
+Q_SIGNALS:
+    /// Every event, in order.
+    void happened(const Pelgra::DragEvent& event);
 
 private:
     void tick();

@@ -18,7 +18,7 @@ namespace {
 constexpr int appearMilliseconds = 150;
 constexpr int vanishMilliseconds = 350;
 constexpr int doneMilliseconds = 1600;
-constexpr int failedMilliseconds = 4000; // longer, so that the message can be read
+constexpr int failedMilliseconds = 4000; // longer, so that the message can be read; a warning beside a success too
 constexpr int gapBelowAnchor = 28;
 constexpr int screenMargin = 8;
 
@@ -148,7 +148,8 @@ void HUDPanel::scheduleDismissIfFinal()
         return;
     if (m_fade->endValue().toDouble() == 0.0)
         fadeTo(1, appearMilliseconds); // it was on its way out
-    m_dismissal.start(std::holds_alternative<HUDDone>(m_state) ? doneMilliseconds : failedMilliseconds);
+    const auto* done = std::get_if<HUDDone>(&m_state);
+    m_dismissal.start(done && !done->secondText ? doneMilliseconds : failedMilliseconds);
 }
 
 void HUDPanel::fadeOut()

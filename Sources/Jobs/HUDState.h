@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Jobs/JobOutcome.h"
+
 #include <QString>
 
 #include <cstddef>
@@ -35,10 +37,16 @@ namespace HUDCopy {
 /// The single-file text for one file, else the count: "3 files".
 QString batchName(std::size_t count, const QString& single);
 
+/// What a job that is done is called: its one result, or what the job was called.
+QString shownName(const JobDone& done, const QString& jobName);
+
 QString working(const QString& jobName); ///< "Making photo.png…"
 QString done(const QString& displayName); ///< "photo.png — just like that."
 QString failed(const QString& jobName); ///< "Couldn't make photo.png"
 
 } // namespace HUDCopy
+
+/// The final state for how a job ended; none for one that was cancelled.
+std::optional<HUDState> finalState(const JobOutcome& outcome, const QString& jobName);
 
 } // namespace Pelgra

@@ -12,15 +12,13 @@
 #include <filesystem>
 #include <functional>
 #include <optional>
-#include <stop_token>
 #include <vector>
 
 namespace Pelgra {
 
-class HUDPanel;
 class Preferences;
 
-/// Turns a chosen petal and the dropped files into work. Main thread; the work itself runs on pool threads.
+/// Turns a chosen petal and the dropped files into jobs, each with a panel of its own. Main thread.
 class JobRunner : public QObject {
     Q_OBJECT
 
@@ -33,35 +31,23 @@ public:
 
     /// The preferences outlive the runner.
     JobRunner(const Preferences& preferences, ToolPresenter presentTool, QObject* parent = nullptr);
-    ~JobRunner() override;
 
     /// Starts a petal's action. The point (Qt's global logical coordinates) is where the files were dropped. Returns
     /// at once.
     void run(const WheelPetal& petal, const Files& files, QPoint point);
 
-    /// Jobs that have not ended yet.
-    int runningJobs() const { return m_runningJobs; }
-
-    /// Asks every running job to stop soon and leave nothing unfinished behind.
-    void stopAll();
-
-Q_SIGNALS:
-    void runningJobsChanged(int count);
-
 private:
-    /// Off the main thread: does the work, or throws.
-    using Work = std::function<std::vector<JobResult>(std::stop_token stop)>;
-
     void convert(const Files& files, FileFormat target, QPoint point);
     void split(const Files& files, QPoint point);
     void openTool(FileTool tool, const Files& files);
-    void perform(const QString& name, QPoint point, const std::filesystem::path& firstFile, Work work);
+    void perform(const QString& name, QPoint point, const Files& files, Job job);
     void toolFinished(FileTool tool, const std::optional<JobOutcome>& outcome);
 
     const Preferences& m_preferences;
     ToolPresenter m_presentTool;
-    int m_runningJobs = 0;
-    std::stop_source m_stop;
 };
+
+/// Splits the files one after the other; the first failure ends it. The work of a job.
+std::vector<JobResult> splitAll(const std::vector<std::filesystem::path>& files, const JobControl& control);
 
 } // namespace Pelgra

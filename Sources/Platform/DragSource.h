@@ -47,8 +47,9 @@ public:
     /// called at any time except inside refresh().
     std::function<void()> onNews;
 
-    /// Escape was pressed while a drag was under way. Drops of this drag are refused from now on.
-    std::function<void()> onEscape;
+    /// A drag was cancelled with the button still down: by Escape, or because its source has gone. Drops of this drag
+    /// are refused from here on.
+    std::function<void()> onCancelled;
 };
 
 } // namespace Pelgra

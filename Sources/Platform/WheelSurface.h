@@ -11,10 +11,10 @@ class QWidget;
 
 namespace Pelgra {
 
-/// Where a surface delivers drags from other applications; the wheel's view implements it. Main thread. Points are
-/// logical pixels from the top-left corner of the attached widget, y down. Calls may come up to half a second after the
-/// widget was hidden: the drop of a drag often arrives after the release of the button was seen, so what canDrop() and
-/// drop() answer from must outlast hiding.
+/// What a surface delivers a foreign drag to; the wheel's view implements it. Main thread. Points are logical pixels
+/// from the top-left corner of the attached widget, y down. Calls may come up to half a second after the widget was
+/// hidden: the drop of a drag often arrives after the release of the button was seen, so what dropAt() answers from
+/// must outlast hiding.
 class DropTarget {
 public:
     DropTarget() = default;
@@ -28,13 +28,13 @@ public:
     /// The drag left the surface; it may come back.
     virtual void dragLeft() = 0;
 
-    /// Whether a drop at this point would be accepted. Changes nothing.
-    virtual bool canDrop(QPointF viewPoint) const = 0;
+    /// Takes the files of a drop, which may be none when the source gave none. False refuses them.
+    using Drop = std::function<bool(const std::vector<std::filesystem::path>& files)>;
 
-    /// The files were dropped; `files` may be empty when the source gave none. False refuses.
-    virtual bool drop(const std::vector<std::filesystem::path>& files, QPointF viewPoint) = 0;
+    /// What a drop at this point is for, whatever the target shows by the time the files are known; null refuses it.
+    virtual Drop dropAt(QPointF viewPoint) = 0;
 
-    /// The drag is over: after drop() or a refused drop, or, with the button still down, cancelled by Escape.
+    /// The drag is over: after a drop, or, with the button still down, cancelled.
     virtual void dragEnded(bool buttonStillDown) = 0;
 };
 

@@ -1,6 +1,7 @@
 #include "ToolWindows/ToolWindowController.h"
 
 #include "Desktop/AppActivation.h"
+#include "Support/Paths.h"
 #include "Support/Text.h"
 #include "ToolWindows/Files/CreatePDFView.h"
 #include "ToolWindows/Files/MergePDFView.h"
@@ -61,11 +62,12 @@ ToolWindowController::ViewFactory& viewFactory()
     return factory;
 }
 
-ToolWindowController::Files standardized(const ToolWindowController::Files& files)
+/// The same paths in the one form that tells whether two requests are for the same files.
+ToolWindowController::Files normalized(const ToolWindowController::Files& files)
 {
     ToolWindowController::Files result;
     for (const auto& file : files)
-        result.push_back(std::filesystem::absolute(file).lexically_normal());
+        result.push_back(absolutePath(file).lexically_normal());
     return result;
 }
 
@@ -73,7 +75,7 @@ ToolWindowController::Files standardized(const ToolWindowController::Files& file
 
 void ToolWindowController::present(FileTool tool, const Files& files, Completion completion)
 {
-    Key key{tool, standardized(files)};
+    Key key{tool, normalized(files)};
     const auto found = std::find_if(open().begin(), open().end(), [&](const auto& c) { return c->m_key == key; });
     if (found != open().end()) {
         ToolWindowController* const controller = found->get();
@@ -104,7 +106,7 @@ void ToolWindowController::setViewFactory(ViewFactory factory)
 
 ToolWindowController::ToolWindowController(Key key, Completion completion)
     : m_key(std::move(key))
-    , m_context(new ToolContext(this))
+    , m_context(new ToolContext(textOf(m_key.tool.title()), this))
     , m_completion(std::move(completion))
     , m_window(std::make_unique<ToolWindow>())
 {
@@ -118,10 +120,8 @@ ToolWindowController::ToolWindowController(Key key, Completion completion)
     m_window->setSizeLimits(form.minimum, form.maximum);
     m_window->resize(form.initial);
 
-    m_window->onCancel = [this] {
-        m_context->finishWithoutResult();
-    };
-    m_context->setOnFinish([this](std::optional<JobOutcome> outcome) { finish(std::move(outcome)); });
+    connect(m_window.get(), &ToolWindow::closeRequested, m_context, &ToolContext::finishWithoutResult);
+    connect(m_context, &ToolContext::finished, this, [this] { finish(m_context->outcome()); });
 }
 
 ToolWindowController::~ToolWindowController() = default;
@@ -134,7 +134,7 @@ void ToolWindowController::bringForward()
     AppActivation::activate(*m_window);
 }
 
-void ToolWindowController::finish(std::optional<JobOutcome> outcome)
+void ToolWindowController::finish(const std::optional<JobOutcome>& outcome)
 {
     if (m_finished)
         return;
@@ -147,7 +147,7 @@ void ToolWindowController::finish(std::optional<JobOutcome> outcome)
     }
     m_window->closeForGood();
     if (completion)
-        completion(std::move(outcome));
+        completion(outcome);
 }
 
 } // namespace Pelgra

@@ -48,7 +48,7 @@ public:
     ToolWindow& window() { return *m_window; }
 
     /// Ends the request: the window closes and the completion gets the outcome. Has no effect a second time.
-    void finish(std::optional<JobOutcome> outcome);
+    void finish(const std::optional<JobOutcome>& outcome);
 
 private:
     ToolWindowController(Key key, Completion completion);

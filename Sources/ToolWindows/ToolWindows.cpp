@@ -1,10 +1,10 @@
 #include "ToolWindows/ToolWindows.h"
 
-#include "PelgraCore/Engine.h"
-#include "Support/BackgroundTask.h"
+#include "Jobs/JobRunner.h"
+#include "Jobs/RunningJobs.h"
 #include "Support/Logging.h"
 #include "Support/Paths.h"
-#include "ToolWindows/ToolRunner.h"
+#include "Support/Text.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -16,49 +16,45 @@ namespace {
 using Files = ToolWindowController::Files;
 using Completion = ToolWindowController::Completion;
 
-/// Splits the files one after the other. The first failure stops; else the outcome is that of the last file alone.
-JobOutcome splitAll(const Files& files)
-{
-    JobOutcome outcome = EngineError::noInputs();
-    for (const auto& file : files) {
-        outcome = ToolRunner::run([&] { return Engine::splitPDF(file); }, file);
-        if (std::holds_alternative<EngineError>(outcome))
-            break;
-    }
-    return outcome;
-}
-
 void split(const Files& files, Completion completion)
 {
     if (files.empty()) {
         completion(std::nullopt);
         return;
     }
-    runInBackground(
-        qApp, [files] { return splitAll(files); },
-        [completion = std::move(completion)](JobOutcome outcome) { completion(std::move(outcome)); });
+    RunningJobs::shared().start(
+        textOf(FileTool(FileTool::splitPDF).title()), files.front(),
+        [files](const JobControl& control) {
+            // The outcome is that of the last file alone; the others are on disk all the same.
+            return std::vector{splitAll(files, control).back()};
+        },
+        qApp, [completion = std::move(completion)](const JobOutcome& outcome) { completion(outcome); });
 }
 
-QString tildeExpanded(const QString& path)
+/// The path with a leading tilde replaced by the home folder, as a shell does.
+QString withHomeFolder(const QString& path)
 {
     if (path == QStringLiteral("~") || path.startsWith(QStringLiteral("~/")))
         return QDir::homePath() + path.mid(1);
     return path;
 }
 
-void logOutcome(const QString& tool, const std::optional<JobOutcome>& outcome)
+void logOutcome(const QByteArray& tool, const std::optional<JobOutcome>& outcome)
 {
-    if (!outcome) {
-        qCInfo(applicationLog, "ToolWindowsDebug: %s closed without running", qUtf8Printable(tool));
-    } else if (const auto* result = std::get_if<JobResult>(&*outcome)) {
+    const char* const name = tool.constData();
+    const auto* const done = outcome ? std::get_if<JobDone>(&*outcome) : nullptr;
+    const auto* const error = outcome ? std::get_if<EngineError>(&*outcome) : nullptr;
+    if (done) {
         QStringList outputs;
-        for (const auto& output : result->outputs)
-            outputs += textFromPath(output);
-        qCInfo(applicationLog, "ToolWindowsDebug: %s -> %s", qUtf8Printable(tool),
-               qUtf8Printable(outputs.join(QStringLiteral(", "))));
+        for (const JobResult& result : done->results) {
+            for (const auto& output : result.outputs)
+                outputs += textFromPath(output);
+        }
+        qCInfo(applicationLog, "ToolWindowsDebug: %s -> %s", name, qUtf8Printable(outputs.join(QStringLiteral(", "))));
+    } else if (error) {
+        qCInfo(applicationLog, "ToolWindowsDebug: %s failed: %s", name, error->what());
     } else {
-        qCInfo(applicationLog, "ToolWindowsDebug: %s failed: %s", qUtf8Printable(tool),
-               std::get<EngineError>(*outcome).what());
+        qCInfo(applicationLog, "ToolWindowsDebug: %s closed without running", name);
     }
 }
 
@@ -83,10 +79,11 @@ bool presentFromLaunchArguments(const QStringList& arguments)
         return false;
     Files files;
     for (qsizetype index = flag + 2; index < arguments.size() && !arguments[index].startsWith(u'-'); ++index)
-        files.push_back(pathFromText(tildeExpanded(arguments[index])));
+        files.push_back(pathFromText(withHomeFolder(arguments[index])));
     if (files.empty())
         return false;
-    present(*tool, files, [name](const std::optional<JobOutcome>& outcome) { logOutcome(name, outcome); });
+    present(*tool, files,
+            [name = name.toUtf8()](const std::optional<JobOutcome>& outcome) { logOutcome(name, outcome); });
     return true;
 }
 

@@ -53,27 +53,21 @@ WheelController::WheelController(WheelSurface& surface, QObject* parent)
     , m_panel(std::make_unique<WheelPanel>(surface))
 {
     WheelView* const view = m_panel->wheelView();
-    view->onActivate = [this](const WheelPetal& petal, const std::vector<std::filesystem::path>& files) {
+    connect(view, &WheelView::activated, this, [this](const WheelPetal& petal, const Files& files) {
         const QPoint place = pointer();
         hide();
-        if (onActivate)
-            onActivate(petal, files, place);
-    };
-    view->onEscape = [this] {
+        Q_EMIT activated(petal, files, place);
+    });
+    connect(view, &WheelView::dismissed, this, &WheelController::hide);
+    connect(view, &WheelView::dragCancelled, this, [this] {
         hide();
-    };
-    view->onDragCancelled = [this] {
-        hide();
-        if (onDragCancelled)
-            onDragCancelled();
-    };
-    view->onModifierTap = [this](ModifierFlags pressed) {
-        modifiersTapped(pressed);
-    };
-    m_panel->onResignKey = [this] {
+        Q_EMIT dragCancelled();
+    });
+    connect(view, &WheelView::modifiersTapped, this, &WheelController::modifiersTapped);
+    connect(m_panel.get(), &WheelPanel::focusLost, this, [this] {
         if (m_panel->allowsKey())
             hide();
-    };
+    });
     FileIcons::warmUp();
     QTimer::singleShot(0, this, &WheelController::rehearse);
 }

@@ -22,6 +22,8 @@ class WheelController : public QObject {
     Q_OBJECT
 
 public:
+    using Files = std::vector<std::filesystem::path>;
+
     /// The surface outlives the controller.
     explicit WheelController(WheelSurface& surface, QObject* parent = nullptr);
 
@@ -36,16 +38,13 @@ public:
 
     bool isVisible() const { return m_panel->isShown(); }
 
+    /// Visible, and asked for without a drag.
+    bool isInteractive() const { return isVisible() && m_panel->allowsKey(); }
+
     /// The wheel shown, or none.
     std::optional<WheelKind> kind() const { return m_kind; }
 
     WheelPanel* panel() const { return m_panel.get(); }
-
-    /// A petal was chosen for these files, the pointer being there. The wheel is hidden already.
-    std::function<void(const WheelPetal&, const std::vector<std::filesystem::path>&, QPoint)> onActivate;
-
-    /// The drag was cancelled over the wheel. The wheel is hidden already.
-    std::function<void()> onDragCancelled;
 
     /// Which key selects which wheel; the standard keys until replaced.
     std::function<WheelKeys()> keys;
@@ -55,6 +54,13 @@ public:
 
     /// The words about the files in the centre. Called on any thread: it may look at the files.
     std::function<QString(const std::vector<std::filesystem::path>&)> summaryOf;
+
+Q_SIGNALS:
+    /// A petal was chosen for these files, the pointer being there. The wheel is hidden already.
+    void activated(const Pelgra::WheelPetal& petal, const std::vector<std::filesystem::path>& files, QPoint point);
+
+    /// The drag was cancelled over the wheel. The wheel is hidden already.
+    void dragCancelled();
 
 private:
     /// Paints a wheel that nobody sees: otherwise the first real one would wait for fonts, symbols and shadows.

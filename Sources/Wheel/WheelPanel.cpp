@@ -41,9 +41,7 @@ WheelPanel::WheelPanel(WheelSurface& surface, QWidget* parent)
     setWindowTitle(QStringLiteral("Pelgra"));
     setFixedSize(side, side);
     m_view->setGeometry(rect());
-    m_view->onRegionsChanged = [this] {
-        applyShape();
-    };
+    connect(m_view, &WheelView::regionsChanged, this, &WheelPanel::applyShape);
     connect(&m_fade, &QPropertyAnimation::finished, this, [this] {
         if (!m_isShown)
             hide();
@@ -135,8 +133,14 @@ void WheelPanel::changeEvent(QEvent* event)
     if (event->type() != QEvent::ActivationChange)
         return;
     const bool wasActive = std::exchange(m_wasActive, isActiveWindow());
-    if (wasActive && !m_wasActive && onResignKey)
-        onResignKey();
+    if (wasActive && !m_wasActive)
+        Q_EMIT focusLost();
+}
+
+void WheelPanel::hideEvent(QHideEvent* event)
+{
+    QWidget::hideEvent(event);
+    Q_EMIT vanished();
 }
 
 void WheelPanel::applyShape()

@@ -6,8 +6,6 @@
 #include <QPropertyAnimation>
 #include <QWidget>
 
-#include <functional>
-
 namespace Pelgra {
 
 /// The window of the wheel: without a frame, translucent, above everything, shaped like what it shows. During a drag
@@ -36,12 +34,16 @@ public:
     void fadeIn();
     void fadeOut();
 
+Q_SIGNALS:
     /// The panel had the focus and lost it.
-    std::function<void()> onResignKey;
+    void focusLost();
+    /// The panel is off the screen.
+    void vanished();
 
 protected:
     bool event(QEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private:
     void applyFlags();

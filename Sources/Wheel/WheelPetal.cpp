@@ -3,6 +3,8 @@
 #include "PelgraCore/Catalog.h"
 #include "Support/Text.h"
 
+#include <algorithm>
+
 namespace Pelgra {
 
 std::vector<WheelPetal> WheelPetal::petalsFor(WheelKind kind, std::span<const std::filesystem::path> files)
@@ -19,6 +21,12 @@ std::vector<WheelPetal> WheelPetal::petalsFor(WheelKind kind, std::span<const st
         break;
     }
     return petals;
+}
+
+bool WheelPetal::isOfferedFor(std::span<const std::filesystem::path> files) const
+{
+    const std::vector<WheelPetal> offered = petalsFor(asFormat() ? WheelKind::convert : WheelKind::tools, files);
+    return std::find(offered.begin(), offered.end(), *this) != offered.end();
 }
 
 QString WheelPetal::emptyMessage(WheelKind kind)

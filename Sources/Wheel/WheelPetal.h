@@ -37,6 +37,9 @@ public:
     /// The name of the symbol above the label; formats have none.
     std::optional<QString> symbolName() const;
 
+    /// Whether one of the wheels for these files shows this petal.
+    bool isOfferedFor(std::span<const std::filesystem::path> files) const;
+
     /// The text in the wheel's centre while the petal is highlighted.
     QString centerTitle() const { return label(); }
 
@@ -50,9 +53,6 @@ private:
 
     std::variant<FileFormat, FileTool> m_action;
 };
-
-/// A petal and the files it was chosen for.
-using PetalChosen = std::function<void(const WheelPetal&, const std::vector<std::filesystem::path>&)>;
 
 } // namespace Pelgra
 

@@ -47,8 +47,8 @@ void WheelView::setHighlightedIndex(std::optional<int> index)
     repaintHighlight();
     m_content.highlightedIndex = index;
     repaintHighlight();
-    if (onRegionsChanged && !m_content.isCompositing)
-        onRegionsChanged();
+    if (!m_content.isCompositing)
+        Q_EMIT regionsChanged();
     if (index) {
         playTick();
         WheelAccessible::highlightMoved(this, *index);
@@ -126,21 +126,26 @@ void WheelView::dragLeft()
     setHighlightedIndex(std::nullopt);
 }
 
-bool WheelView::canDrop(QPointF viewPoint) const
-{
-    return petalIndexAt(viewPoint).has_value();
-}
-
-bool WheelView::drop(const std::vector<std::filesystem::path>& files, QPointF viewPoint)
+DropTarget::Drop WheelView::dropAt(QPointF viewPoint)
 {
     const std::optional<int> index = petalIndexAt(viewPoint);
-    const std::vector<std::filesystem::path>& used = files.empty() ? fallbackURLs : files;
-    if (!index || used.empty())
+    if (!index)
+        return nullptr;
+    return [this, petal = m_content.petals[static_cast<std::size_t>(*index)],
+            without = fallbackURLs](const std::vector<std::filesystem::path>& files) {
+        return drop(petal, files.empty() ? without : files);
+    };
+}
+
+bool WheelView::drop(const WheelPetal& petal, const std::vector<std::filesystem::path>& files)
+{
+    if (!petal.isOfferedFor(files)) {
+        qCInfo(wheelLog, "Refused %zu file(s) that %s is not for", files.size(), qUtf8Printable(petal.label()));
         return false;
+    }
     m_didPerformDrop = true;
-    const WheelPetal& petal = m_content.petals[static_cast<std::size_t>(*index)];
-    qCInfo(wheelLog, "Dropped %zu file(s) on %s", used.size(), qUtf8Printable(petal.label()));
-    scheduleActivation(petal, used);
+    qCInfo(wheelLog, "Dropped %zu file(s) on %s", files.size(), qUtf8Printable(petal.label()));
+    scheduleActivation(petal, files);
     return true;
 }
 
@@ -150,8 +155,7 @@ void WheelView::dragEnded(bool buttonStillDown)
     if (std::exchange(m_didPerformDrop, false) || !buttonStillDown)
         return;
     qCInfo(wheelLog, "Drag cancelled with the button still down");
-    if (onDragCancelled)
-        onDragCancelled();
+    Q_EMIT dragCancelled();
 }
 
 void WheelView::resizeEvent(QResizeEvent*)
@@ -177,8 +181,8 @@ void WheelView::mousePressEvent(QMouseEvent* event)
     const std::optional<int> petal = petalIndexAt(event->position());
     if (petal && !fallbackURLs.empty())
         activate(*petal);
-    else if (onEscape)
-        onEscape();
+    else
+        Q_EMIT dismissed();
 }
 
 void WheelView::keyPressEvent(QKeyEvent* event)
@@ -187,8 +191,7 @@ void WheelView::keyPressEvent(QKeyEvent* event)
     switch (event->key()) {
     case Qt::Key_Escape:
     case Qt::Key_Cancel:
-        if (onEscape)
-            onEscape();
+        Q_EMIT dismissed();
         return;
     case Qt::Key_Right:
     case Qt::Key_Down:
@@ -241,26 +244,20 @@ void WheelView::modifiersChanged(const QKeyEvent& event)
 {
     const ModifierFlags flags = modifierFlagsAfter(event) & relevantModifierFlags;
     const ModifierFlags pressed = flags & ~std::exchange(m_lastFlags, flags);
-    if (isModifier(event) && pressed != 0 && onModifierTap)
-        onModifierTap(pressed);
+    if (isModifier(event) && pressed != 0)
+        Q_EMIT modifiersTapped(pressed);
 }
 
 void WheelView::scheduleActivation(const WheelPetal& petal, std::vector<std::filesystem::path> files)
 {
     QMetaObject::invokeMethod(
-        this,
-        [this, petal, chosen = std::move(files)] {
-            if (onActivate)
-                onActivate(petal, chosen);
-        },
-        Qt::QueuedConnection);
+        this, [this, petal, chosen = std::move(files)] { Q_EMIT activated(petal, chosen); }, Qt::QueuedConnection);
 }
 
 void WheelView::repaintAll()
 {
     m_canvas->update();
-    if (onRegionsChanged)
-        onRegionsChanged();
+    Q_EMIT regionsChanged();
 }
 
 void WheelView::repaintHighlight()

@@ -43,17 +43,12 @@ public:
     QPainterPath petalPath(int petal) const;
 
     /// Chooses a petal for the fallback files, as a click does; nothing happens without such files. Later, from the
-    /// event loop, onActivate is called.
+    /// event loop, activated() tells.
     void activate(int petal);
 
     /// The files used when a petal is clicked, or when a drop brings none; only a wheel without a drag has any.
     std::vector<std::filesystem::path> fallbackURLs;
 
-    PetalChosen onActivate; ///< always called from the event loop, never inside a handler
-    std::function<void()> onEscape; ///< the user dismissed the wheel
-    std::function<void(ModifierFlags)> onModifierTap; ///< modifiers that went down while the view had the focus
-    std::function<void()> onDragCancelled; ///< the drag was cancelled over the wheel, the button still down
-    std::function<void()> onRegionsChanged; ///< activeRegion() or paintedRegion() changed
     std::function<void()> playTick;
 
     /// Where the pointer and drags hit the wheel, in pixels of the screen from this widget's corner.
@@ -64,9 +59,20 @@ public:
     // DropTarget
     bool dragMoved(QPointF viewPoint) override;
     void dragLeft() override;
-    bool canDrop(QPointF viewPoint) const override;
-    bool drop(const std::vector<std::filesystem::path>& files, QPointF viewPoint) override;
+    Drop dropAt(QPointF viewPoint) override;
     void dragEnded(bool buttonStillDown) override;
+
+Q_SIGNALS:
+    /// A petal was chosen for these files. Always comes from the event loop, never inside a handler.
+    void activated(const Pelgra::WheelPetal& petal, const std::vector<std::filesystem::path>& files);
+    /// The user dismissed the wheel.
+    void dismissed();
+    /// These modifiers went down while the view had the focus.
+    void modifiersTapped(Pelgra::ModifierFlags pressed);
+    /// The drag was cancelled over the wheel, the button still down.
+    void dragCancelled();
+    /// activeRegion() or paintedRegion() changed.
+    void regionsChanged();
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -81,6 +87,7 @@ protected:
 private:
     void moveHighlight(int steps);
     void modifiersChanged(const QKeyEvent& event);
+    bool drop(const WheelPetal& petal, const std::vector<std::filesystem::path>& files);
     void scheduleActivation(const WheelPetal& petal, std::vector<std::filesystem::path> files);
     void repaintAll();
     /// Repaints what the current highlight touches.

@@ -2,6 +2,7 @@
 
 #include "../ToolWindows/SmallFiles.h"
 #include "Jobs/HUDPanel.h"
+#include "Jobs/RunningJobs.h"
 #include "Settings/Preferences.h"
 #include "Support/BackgroundTask.h"
 
@@ -62,7 +63,7 @@ private:
         const QPointer<HUDPanel> panel = HUDPanel::livePanels().last();
         texts += textOf(panel->state());
         [&] {
-            QTRY_COMPARE(m_runner->runningJobs(), 0);
+            QTRY_COMPARE(RunningJobs::shared().count(), 0);
         }();
         return texts += textOf(panel->state());
     }
@@ -83,7 +84,8 @@ private Q_SLOTS:
     void cleanup()
     {
         m_runner.reset();
-        jobPool().waitForDone();
+        RunningJobs::shared().stopAll();
+        QTRY_COMPARE(RunningJobs::shared().count(), 0);
         const QList<HUDPanel*> panels = HUDPanel::livePanels();
         qDeleteAll(panels);
         m_presented.clear();
@@ -122,12 +124,40 @@ private Q_SLOTS:
         QCOMPARE(messages.last(), "Job failed: missing.jpg: " + reason);
     }
 
+    void aWarningIsShownAndLogged()
+    {
+        m_runner->run(WheelPetal::tool(FileTool::mergePDF), {"/a.pdf"}, {200, 200});
+        std::optional<JobOutcome> outcome;
+        RunningJobs::shared().start(
+            "Merge PDFs", "/a.pdf",
+            [](const JobControl& control) {
+                control.warning("One page is damaged.");
+                return std::vector{JobResult("/folder/Merged.pdf")};
+            },
+            this, [&](const JobOutcome& end) { outcome = end; });
+        QTRY_COMPARE(RunningJobs::shared().count(), 0);
+        m_presented[0](outcome);
+        QCOMPARE(textOf(HUDPanel::livePanels().last()->state()), "Merged.pdf — just like that.\nOne page is damaged.");
+        QVERIFY(messages.contains("Job warns: Merge PDFs: One page is damaged."));
+    }
+
+    void aStoppedJobLeavesNoPanelAndNothingBehind()
+    {
+        m_runner->run(WheelPetal::tool(FileTool::splitPDF), {m_files->document("long.pdf", 400)}, {200, 200});
+        RunningJobs::shared().stopAll();
+        QTRY_COMPARE(RunningJobs::shared().count(), 0);
+        QVERIFY(HUDPanel::livePanels().isEmpty());
+        QVERIFY(!std::filesystem::exists(m_files->path("long Pages")));
+        QVERIFY2(messages.last().startsWith("Job cancelled after "), qPrintable(messages.last()));
+        QVERIFY(messages.last().endsWith(": long Pages"));
+    }
+
     void eachJobHasItsOwnPanel()
     {
         m_runner->run(WheelPetal::format(FileFormat::jpg), {m_files->picture("a.png")}, {100, 100});
         m_runner->run(WheelPetal::format(FileFormat::jpg), {m_files->path("none.png")}, {400, 100});
         QCOMPARE(HUDPanel::livePanels().size(), 2);
-        QTRY_COMPARE(m_runner->runningJobs(), 0);
+        QTRY_COMPARE(RunningJobs::shared().count(), 0);
         QVERIFY(std::holds_alternative<HUDDone>(HUDPanel::livePanels()[0]->state()));
         QVERIFY(std::holds_alternative<HUDFailed>(HUDPanel::livePanels()[1]->state()));
     }
@@ -136,7 +166,7 @@ private Q_SLOTS:
     {
         for (int i = 0; i < 3; ++i)
             QVERIFY(run(WheelPetal::tool(FileTool::mergePDF), {"/a.pdf"}).isEmpty());
-        m_presented[0](JobOutcome(JobResult("/folder/Merged.pdf")));
+        m_presented[0](JobOutcome(JobDone(JobResult("/folder/Merged.pdf"))));
         QCOMPARE(textOf(HUDPanel::livePanels().last()->state()), "Merged.pdf — just like that.");
         m_presented[1](JobOutcome(EngineError::noInputs()));
         QCOMPARE(textOf(HUDPanel::livePanels().last()->state()),

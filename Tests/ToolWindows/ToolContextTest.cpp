@@ -1,4 +1,5 @@
 #include "ToolWindows/Frame/ToolContext.h"
+#include "Jobs/RunningJobs.h"
 #include "Support/BackgroundTask.h"
 
 #include <QSemaphore>
@@ -18,18 +19,17 @@ private Q_SLOTS:
 
     void runsOneJobAtATimeOffTheMainThread()
     {
-        ToolContext context;
+        ToolContext context("Merge PDFs");
         int finishes = 0;
-        std::optional<JobOutcome> last;
-        context.setOnFinish([&](std::optional<JobOutcome> outcome) {
+        const std::optional<JobOutcome>& last = context.outcome();
+        connect(&context, &ToolContext::finished, this, [&] {
             ++finishes;
-            last = std::move(outcome);
             QVERIFY(!context.isRunning());
         });
         QSemaphore gate;
         std::atomic_int starts = 0;
         QThread* worker = nullptr;
-        const Job job = [&] {
+        const ToolContext::ToolJob job = [&](const JobControl&) {
             ++starts;
             worker = QThread::currentThread();
             gate.acquire();
@@ -44,21 +44,19 @@ private Q_SLOTS:
         QTRY_COMPARE(finishes, 1);
         QCOMPARE(starts.load(), 1);
         QVERIFY(worker != QThread::currentThread());
-        QCOMPARE(std::get<JobResult>(*last).displayName, std::string("out.pdf"));
+        QCOMPARE(std::get<JobDone>(*last).results.at(0).displayName, std::string("out.pdf"));
     }
 
     void everyFailureIsHandedOn()
     {
-        ToolContext context;
-        std::optional<JobOutcome> last;
-        context.setOnFinish([&](std::optional<JobOutcome> outcome) { last = std::move(outcome); });
-        context.run([]() -> JobResult { throw EngineError::noPages(); }, "in.pdf");
+        ToolContext context("Merge PDFs");
+        const std::optional<JobOutcome>& last = context.outcome();
+        context.run([](const JobControl&) -> JobResult { throw EngineError::noPages(); }, "in.pdf");
         QTRY_VERIFY(last.has_value());
         QVERIFY(std::get<EngineError>(*last) == EngineError::noPages());
 
-        last.reset();
-        context.run([]() -> JobResult { throw std::runtime_error("unforeseen"); }, "in.pdf");
-        QTRY_VERIFY(last.has_value());
+        context.run([](const JobControl&) -> JobResult { throw std::runtime_error("unforeseen"); }, "in.pdf");
+        QTRY_VERIFY(!context.isRunning());
         QVERIFY(std::get<EngineError>(*last) == EngineError::unreadable("in.pdf"));
     }
 
@@ -66,10 +64,10 @@ private Q_SLOTS:
     {
         QSemaphore gate;
         bool heard = false;
-        auto context = std::make_unique<ToolContext>();
-        context->setOnFinish([&](std::optional<JobOutcome>) { heard = true; });
+        auto context = std::make_unique<ToolContext>("Merge PDFs");
+        connect(context.get(), &ToolContext::finished, this, [&] { heard = true; });
         context->run(
-            [&] {
+            [&](const JobControl&) {
                 gate.acquire();
                 return JobResult("out");
             },
@@ -77,8 +75,26 @@ private Q_SLOTS:
         context.reset();
         gate.release();
         jobPool().waitForDone();
-        QCoreApplication::processEvents();
+        QTRY_COMPARE(RunningJobs::shared().count(), 0); // it is counted to its end all the same
         QVERIFY(!heard);
+    }
+
+    void aJobIsStoppedLikeEveryOther()
+    {
+        ToolContext context("Merge PDFs");
+        const std::optional<JobOutcome>& last = context.outcome();
+        context.run(
+            [](const JobControl& control) -> JobResult {
+                while (!control.stop.stop_requested())
+                    QThread::yieldCurrentThread();
+                throw JobCancelled();
+            },
+            "in.pdf");
+        QCOMPARE(RunningJobs::shared().count(), 1);
+        RunningJobs::shared().stopAll();
+        QTRY_VERIFY(last.has_value());
+        QVERIFY(std::holds_alternative<JobCancelled>(*last));
+        QVERIFY(!context.isRunning());
     }
 };
 

@@ -48,7 +48,7 @@ private:
             files = {m_files.picture("a.png"), m_files.picture("b.png")};
         else
             files = {m_files.document("a.pdf", 3), m_files.document("b.pdf", 1)};
-        ToolWindowController::present(tool, files, [](const auto&) { });
+        ToolWindowController::present(tool, files, [](const auto&) {});
         ToolWindow& window = ToolWindowController::openControllers().front()->window();
         [&] {
             QVERIFY(QTest::qWaitForWindowActive(&window));
@@ -235,7 +235,7 @@ private Q_SLOTS:
         ToolWindow& window = open(FileTool::mergePDF);
         QSemaphore gate;
         ToolWindowController::openControllers().front()->context().run(
-            [&gate]() -> JobResult {
+            [&gate](const JobControl&) -> JobResult {
                 gate.acquire();
                 return JobResult("out.pdf");
             },

@@ -100,7 +100,7 @@ private Q_SLOTS:
         ToolWindowController& controller = *ToolWindowController::openControllers().front();
         QSemaphore gate;
         controller.context().run(
-            [&] {
+            [&](const JobControl&) {
                 gate.acquire();
                 return JobResult("/a.pdf");
             },
@@ -111,7 +111,7 @@ private Q_SLOTS:
         QVERIFY(controller.window().isVisible());
         gate.release();
         QTRY_COMPARE(request->completions, 1);
-        QCOMPARE(std::get<JobResult>(*request->outcome).displayName, std::string("a.pdf"));
+        QCOMPARE(std::get<JobDone>(*request->outcome).results.at(0).displayName, std::string("a.pdf"));
         QVERIFY(ToolWindowController::openControllers().empty());
     }
 
@@ -142,7 +142,7 @@ private Q_SLOTS:
             case 2:
                 if (some)
                     some->context().run(
-                        [&gate, fails = random.bounded(2) == 0]() -> JobResult {
+                        [&gate, fails = random.bounded(2) == 0](const JobControl&) -> JobResult {
                             gate.acquire();
                             if (fails)
                                 throw EngineError::noPages();

@@ -46,7 +46,7 @@ struct Desktop {
         controller.pointer = [] {
             return QPoint(7, 9);
         };
-        controller.onActivate = [this](const WheelPetal& petal, const Files& files, QPoint place) {
+        const auto note = [this](const WheelPetal& petal, const Files& files, QPoint place) {
             activated += QString("%1 %2 %3,%4 %5")
                              .arg(petal.label())
                              .arg(files.size())
@@ -54,6 +54,7 @@ struct Desktop {
                              .arg(place.y())
                              .arg(controller.isVisible() ? "shown" : "hidden");
         };
+        QObject::connect(&controller, &WheelController::activated, &controller, note);
     }
     ~Desktop()
     {
@@ -151,7 +152,7 @@ private Q_SLOTS:
     {
         Desktop desktop;
         desktop.show({"a.pdf"});
-        QVERIFY(desktop.surface.target->drop({"a.pdf", "b.pdf"}, QPointF(150, 40)));
+        QVERIFY(desktop.surface.target->dropAt(QPointF(150, 40))({"a.pdf", "b.pdf"}));
         desktop.surface.target->dragEnded(false);
         QTRY_COMPARE(desktop.activated, QStringList("JPG 2 7,9 hidden"));
     }
@@ -161,7 +162,7 @@ private Q_SLOTS:
         Desktop desktop;
         desktop.show({"a.pdf"});
         desktop.controller.hide();
-        QVERIFY(desktop.surface.target->drop({"a.pdf"}, QPointF(150, 40)));
+        QVERIFY(desktop.surface.target->dropAt(QPointF(150, 40))({"a.pdf"}));
         QTRY_COMPARE(desktop.activated, QStringList("JPG 1 7,9 hidden"));
     }
 
@@ -169,9 +170,8 @@ private Q_SLOTS:
     {
         Desktop desktop;
         int cancelled = 0;
-        desktop.controller.onDragCancelled = [&] {
-            cancelled += desktop.controller.isVisible() ? 10 : 1;
-        };
+        connect(&desktop.controller, &WheelController::dragCancelled, this,
+                [&] { cancelled += desktop.controller.isVisible() ? 10 : 1; });
         desktop.show({"a.pdf"});
         desktop.surface.target->dragEnded(true);
         QCOMPARE(cancelled, 1);
@@ -189,7 +189,7 @@ private Q_SLOTS:
         QCOMPARE(desktop.controller.kind(), std::optional(WheelKind::convert));
         QTest::keyClick(view, Qt::Key_Alt);
         QCOMPARE(desktop.controller.kind(), std::optional(WheelKind::tools));
-        view->onModifierTap(flagOf(ModifierKey::control) | flagOf(ModifierKey::option));
+        Q_EMIT view->modifiersTapped(flagOf(ModifierKey::control) | flagOf(ModifierKey::option));
         QCOMPARE(desktop.controller.kind(), std::optional(WheelKind::convert));
         QTest::keyClick(view, Qt::Key_Escape);
         QVERIFY(!desktop.controller.isVisible());
@@ -207,7 +207,7 @@ private Q_SLOTS:
 
         desktop.show({"a.pdf"});
         QVERIFY(desktop.controller.panel()->windowFlags().testFlag(Qt::WindowDoesNotAcceptFocus));
-        desktop.controller.panel()->onResignKey();
+        Q_EMIT desktop.controller.panel()->focusLost();
         QVERIFY(desktop.controller.isVisible());
     }
 

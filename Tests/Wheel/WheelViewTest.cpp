@@ -33,18 +33,12 @@ struct Wheel {
         view.playTick = [this] {
             ++ticks;
         };
-        view.onEscape = [this] {
-            ++escapes;
-        };
-        view.onDragCancelled = [this] {
-            ++cancels;
-        };
-        view.onModifierTap = [this](ModifierFlags flags) {
-            tapped = flags;
-        };
-        view.onActivate = [this](const WheelPetal& petal, const Files& files) {
+        QObject::connect(&view, &WheelView::dismissed, &view, [this] { ++escapes; });
+        QObject::connect(&view, &WheelView::dragCancelled, &view, [this] { ++cancels; });
+        QObject::connect(&view, &WheelView::modifiersTapped, &view, [this](ModifierFlags flags) { tapped = flags; });
+        QObject::connect(&view, &WheelView::activated, &view, [this](const WheelPetal& petal, const Files& files) {
             chosen += QString("%1 %2").arg(petal.label()).arg(files.size());
-        };
+        });
         view.configure(formats, "Nothing here.");
     }
 
@@ -109,12 +103,10 @@ private Q_SLOTS:
     {
         Wheel wheel;
         const Files files{"a.pdf", "b.pdf"};
-        QVERIFY(!wheel.view.canDrop(hole));
-        QVERIFY(!wheel.view.drop(files, hole));
-        QVERIFY(!wheel.view.drop(files, outside));
-        QVERIFY(!wheel.view.drop({}, top));
-        QVERIFY(wheel.view.canDrop(bottom));
-        QVERIFY(wheel.view.drop(files, bottom));
+        QVERIFY(!wheel.view.dropAt(hole));
+        QVERIFY(!wheel.view.dropAt(outside));
+        QVERIFY(!wheel.view.dropAt(top)({}));
+        QVERIFY(wheel.view.dropAt(bottom)(files));
         wheel.view.dragEnded(true);
         QCOMPARE(wheel.chosen, QStringList());
         QTRY_COMPARE(wheel.chosen, QStringList("TXT 2"));
@@ -136,8 +128,18 @@ private Q_SLOTS:
     {
         Wheel wheel;
         wheel.view.fallbackURLs = {"a.pdf"};
-        QVERIFY(wheel.view.drop({}, top));
+        QVERIFY(wheel.view.dropAt(top)({}));
         QTRY_COMPARE(wheel.chosen, QStringList("JPG 1"));
+    }
+
+    void aDropKeepsItsPetalWhateverIsShownByThen()
+    {
+        Wheel wheel;
+        const DropTarget::Drop drop = wheel.view.dropAt(bottom);
+        wheel.view.configure({}, "Nothing here.");
+        QVERIFY(!drop({"a.png"})); // which that petal was never offered for
+        QVERIFY(drop({"a.pdf"}));
+        QTRY_COMPARE(wheel.chosen, QStringList("TXT 1"));
     }
 
     void clicksChooseAPetalOfAnInteractiveWheelAndElseDismiss()

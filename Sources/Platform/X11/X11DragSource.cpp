@@ -40,7 +40,9 @@ void X11DragSource::watchAlways()
     const XcbExtensions& extensions = m_connection.extensions();
     if (extensions.hasFixes) {
         xcb_xfixes_select_selection_input(m_connection.get(), m_connection.root(), m_connection.atoms().xdndSelection,
-                                          XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER);
+                                          XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER
+                                              | XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY
+                                              | XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
     }
     if (extensions.hasKeyboard) {
         const std::uint16_t events = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
@@ -63,6 +65,8 @@ void X11DragSource::refresh()
     m_hasNews = false;
     if (m_isDragging && !m_buttonDown)
         dragEnded();
+    else if (m_isDragging && m_isOwnerGone && !m_isCancelled)
+        cancelDrag(); // nobody is left who would end it
     m_reader.proceed();
 }
 
@@ -137,14 +141,25 @@ void X11DragSource::handle(const xcb_generic_event_t& event)
     } else {
         const bool hadFiles = !m_reader.files().empty();
         m_reader.handle(event);
-        m_hasNews = m_hasNews || (!hadFiles && !m_reader.files().empty());
+        if (!hadFiles && !m_reader.files().empty()) {
+            m_hasNews = true;
+            m_latestFiles = m_reader.files();
+        }
     }
 }
 
 void X11DragSource::dragBegan(const xcb_xfixes_selection_notify_event_t& event)
 {
-    if (event.selection != m_connection.atoms().xdndSelection || event.owner == XCB_WINDOW_NONE)
+    if (event.selection != m_connection.atoms().xdndSelection)
         return;
+    if (event.owner == XCB_WINDOW_NONE) {
+        // Some sources give the selection up at the end of every drag, so only the next sample tells what it means.
+        m_isOwnerGone = true;
+        m_hasNews = m_hasNews || m_isDragging;
+        return;
+    }
+    m_isOwnerGone = false;
+    m_latestFiles.clear();
     m_reader.stop();
     // Waiting for ourselves would be fatal, and files dragged out of our own windows are not for the wheel.
     if (XcbConnection::isWindowOf(event.owner, m_ownSetup))
@@ -166,6 +181,15 @@ void X11DragSource::dragEnded()
     m_isDragging = false;
     m_reader.stop();
     watchTheDrag(false);
+}
+
+void X11DragSource::cancelDrag()
+{
+    m_isCancelled = true;
+    if (beforeCancelled)
+        beforeCancelled();
+    if (onCancelled)
+        onCancelled();
 }
 
 void X11DragSource::watchTheDrag(bool watch)
@@ -219,11 +243,7 @@ void X11DragSource::handleInput(const xcb_generic_event_t& event)
     if (generic.event_type == XCB_INPUT_RAW_KEY_PRESS) {
         const auto& key = reinterpret_cast<const xcb_input_raw_key_press_event_t&>(event);
         if (!m_isCancelled && std::ranges::find(m_escapeKeycodes, key.detail) != m_escapeKeycodes.end()) {
-            m_isCancelled = true;
-            if (onCancelled)
-                onCancelled();
-            if (onEscape)
-                onEscape();
+            cancelDrag();
         }
     }
 }

@@ -41,8 +41,11 @@ public:
     /// cancelled.
     bool acceptsDrops() const;
 
-    /// Called before onEscape, for the surface.
-    std::function<void()> onCancelled;
+    /// The files of the drag that is under way or was the latest, as far as they were known before it ended.
+    const std::vector<std::filesystem::path>& filesOfDrop() const { return m_latestFiles; }
+
+    /// Called before onCancelled, for the surface.
+    std::function<void()> beforeCancelled;
 
     /// Called by refresh() between asking and reporting, to empty the connection's queue. Must be set.
     std::function<void()> drain;
@@ -55,6 +58,7 @@ private:
     void resolveKeyboard();
     void dragBegan(const xcb_xfixes_selection_notify_event_t& event);
     void dragEnded();
+    void cancelDrag();
     void handleKeyboard(const xcb_generic_event_t& event);
     void handleInput(const xcb_generic_event_t& event);
 
@@ -74,7 +78,9 @@ private:
 
     bool m_isDragging = false;
     bool m_isCancelled = false;
+    bool m_isOwnerGone = false;
     bool m_hasNews = false;
+    std::vector<std::filesystem::path> m_latestFiles;
     std::chrono::steady_clock::time_point m_buttonReleased;
 };
 

@@ -42,7 +42,7 @@ X11Platform::X11Platform(std::unique_ptr<XcbConnection> connection, xcb_connecti
         drain(xcb_poll_for_queued_event);
         m_wheelSurface.proceed();
     };
-    m_dragSource.onCancelled = [this] {
+    m_dragSource.beforeCancelled = [this] {
         m_wheelSurface.cancelDrag();
     };
     m_wheelSurface.drain = [this] {

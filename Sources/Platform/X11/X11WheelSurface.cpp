@@ -66,12 +66,13 @@ void X11WheelSurface::adoptWindow()
     xcb_change_property(m_shapeConnection, XCB_PROP_MODE_REPLACE, window, m_connection.atoms().xdndAware, XCB_ATOM_ATOM,
                         32, 1, &dragProtocolVersion);
     WindowOutline::refuseShadow(m_shapeConnection, window, m_connection.atoms().frameExtents);
-    m_receiver = std::make_unique<XdndReceiver>(m_connection, window, *m_target,
-                                                XdndReceiver::Surroundings{[this] { return acceptsDrops(); },
-                                                                           [this] { return m_source.changeCount(); },
-                                                                           [this](int x, int y) {
-                                                                               return viewPointAt(x, y);
-                                                                           }});
+    m_receiver = std::make_unique<XdndReceiver>(
+        m_connection, window, *m_target,
+        XdndReceiver::Surroundings{[this] { return acceptsDrops(); }, [this] { return m_source.changeCount(); },
+                                   [this](int x, int y) { return viewPointAt(x, y); },
+                                   [this] {
+                                       return m_source.filesOfDrop();
+                                   }});
     applyRegions();
 }
 
@@ -99,7 +100,6 @@ void X11WheelSurface::applyRegions()
     xcb_flush(m_shapeConnection);
 }
 
-void X11WheelSurface::handle(const xcb_generic_event_t& event)
 void X11WheelSurface::leaveOutOfLists()
 {
     // Window managers read it when a window is mapped, which comes next, and delete it when it is unmapped. The toolkit
@@ -109,6 +109,7 @@ void X11WheelSurface::leaveOutOfLists()
                         m_connection.atoms().windowState, XCB_ATOM_ATOM, 32, states.size(), states.data());
 }
 
+void X11WheelSurface::handle(const xcb_generic_event_t& event)
 {
     const unsigned type = event.response_type & eventTypeMask;
     const XcbExtensions& extensions = m_connection.extensions();
@@ -116,9 +117,9 @@ void X11WheelSurface::leaveOutOfLists()
         if (reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event).selection
             == m_connection.atoms().compositor)
             updateCompositing();
-    } else if (m_receiver) {
-        m_receiver->handle(event);
     }
+    if (m_receiver)
+        m_receiver->handle(event);
 }
 
 void X11WheelSurface::updateCompositing()

@@ -1,6 +1,7 @@
 #include "Platform/X11/XdndReceiver.h"
 
 #include "Platform/UriList.h"
+#include "Support/Logging.h"
 
 #include <utility>
 
@@ -10,8 +11,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A source that has not handed over the files by then is hung; it is told that the drop failed.
+/// A source that has not handed over the files by then is hung. Those that it named during the drag are taken then, and
+/// much sooner, since the user waits; without any it learns that the drop failed.
 constexpr auto longestWait = 10s;
+constexpr auto longestWaitWithFiles = 2s;
 
 constexpr std::uint32_t acceptFlag = 1;
 constexpr std::uint32_t wantsEveryPositionFlag = 2;
@@ -77,16 +80,21 @@ void XdndReceiver::drop(const xcb_client_message_event_t& message)
 {
     const xcb_window_t source = message.data.data32[0];
     if (m_drop)
-        finishDrop({}); // the previous drag, whose source does not answer
-    const bool accepts = std::exchange(m_isAccepted, false) && source == m_source && m_surroundings.acceptsDrops()
-        && m_target.canDrop(m_point);
+        finishDrop({}); // the drag before, whose source does not answer
+    const bool accepts = std::exchange(m_isAccepted, false) && source == m_source && m_surroundings.acceptsDrops();
+    DropTarget::Drop action = accepts ? m_target.dropAt(m_point) : nullptr;
     m_source = XCB_WINDOW_NONE;
-    if (!accepts) {
+    if (!action) {
         sendFinished(source, false);
         m_target.dragEnded(false);
         return;
     }
-    m_drop = PendingDrop{source, m_point, m_surroundings.changeCount(), false, request(message.data.data32[2])};
+    m_drop = PendingDrop{source,
+                         std::move(action),
+                         m_surroundings.files(),
+                         m_surroundings.changeCount(),
+                         false,
+                         request(message.data.data32[2])};
 }
 
 std::unique_ptr<SelectionRequest> XdndReceiver::request(xcb_timestamp_t time)
@@ -99,6 +107,12 @@ void XdndReceiver::handle(const xcb_generic_event_t& event)
 {
     if (!m_drop)
         return;
+    if (m_drop->changeCount != m_surroundings.changeCount()) {
+        // Another drag has begun, so the source has lost what it would answer from, and the wheel will show other
+        // petals.
+        finishDrop({});
+        return;
+    }
     m_drop->request->handle(event);
     switch (m_drop->request->state()) {
     case SelectionRequest::State::waiting:
@@ -118,7 +132,7 @@ void XdndReceiver::handle(const xcb_generic_event_t& event)
 
 void XdndReceiver::proceed()
 {
-    if (m_drop && m_drop->request->age() > longestWait)
+    if (m_drop && m_drop->request->age() > (m_drop->knownFiles.empty() ? longestWait : longestWaitWithFiles))
         finishDrop({});
 }
 
@@ -126,12 +140,13 @@ void XdndReceiver::finishDrop(const std::string& uriList)
 {
     const PendingDrop pending = std::move(*m_drop);
     m_drop.reset();
-    // If the next drag has begun meanwhile, the wheel may show other petals than the one dropped on.
-    const bool isCurrent = pending.changeCount == m_surroundings.changeCount();
-    const bool accepted = isCurrent && m_target.drop(filesOfUriList(uriList), pending.point);
-    sendFinished(pending.source, accepted);
-    if (isCurrent)
-        m_target.dragEnded(false);
+    std::vector<std::filesystem::path> files = filesOfUriList(uriList);
+    if (files.empty() && !pending.knownFiles.empty()) {
+        qCInfo(dragLog, "The source did not answer the drop; the files of its drag are taken");
+        files = pending.knownFiles;
+    }
+    sendFinished(pending.source, pending.drop(files));
+    m_target.dragEnded(false);
 }
 
 void XdndReceiver::cancel()

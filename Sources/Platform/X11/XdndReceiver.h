@@ -21,6 +21,7 @@ public:
         std::function<bool()> acceptsDrops; ///< false refuses everything for now
         std::function<std::int64_t()> changeCount; ///< which drag this is
         std::function<QPointF(int, int)> viewPointAt; ///< from device pixels of the root window
+        std::function<std::vector<std::filesystem::path>()> files; ///< of the drag, as far as they are known
     };
 
     XdndReceiver(XcbConnection& connection, xcb_window_t window, DropTarget& target, Surroundings surroundings);
@@ -31,7 +32,7 @@ public:
     /// An event of the connection; answers to the drop are among them.
     void handle(const xcb_generic_event_t& event);
 
-    /// Call regularly: gives up on a source that does not answer a drop.
+    /// Call regularly: stops waiting for a source that does not answer a drop.
     void proceed();
 
     /// The user cancelled the drag with the button down.
@@ -41,7 +42,8 @@ private:
     /// A drop whose files are being read.
     struct PendingDrop {
         xcb_window_t source;
-        QPointF point;
+        DropTarget::Drop drop;
+        std::vector<std::filesystem::path> knownFiles; ///< from the time of the drag
         std::int64_t changeCount;
         bool isSecondTry;
         std::unique_ptr<SelectionRequest> request;

@@ -12,16 +12,15 @@ CreatePDFView::CreatePDFView(ToolContext* context, const Files& files, QWidget* 
                      RowLeading::thumbnail},
                     context, files, parent)
 {
-    chrome().action = [this] {
-        create();
-    };
+    connect(&chrome(), &ToolChrome::actionTriggered, this, &CreatePDFView::create);
 }
 
 void CreatePDFView::create()
 {
     const Files ordered = files();
     if (!ordered.empty())
-        context().run([ordered] { return Engine::createPDF(ordered); }, ordered.front());
+        context().run([ordered](const JobControl& control) { return Engine::createPDF(ordered, control); },
+                      ordered.front());
 }
 
 } // namespace Pelgra

@@ -11,16 +11,15 @@ MergePDFView::MergePDFView(ToolContext* context, const Files& files, QWidget* pa
                      QStringLiteral("Document order"), QString(), RowLeading::documentIcon},
                     context, files, parent)
 {
-    chrome().action = [this] {
-        merge();
-    };
+    connect(&chrome(), &ToolChrome::actionTriggered, this, &MergePDFView::merge);
 }
 
 void MergePDFView::merge()
 {
     const Files ordered = files();
     if (!ordered.empty())
-        context().run([ordered] { return Engine::mergePDFs(ordered); }, ordered.front());
+        context().run([ordered](const JobControl& control) { return Engine::mergePDFs(ordered, control); },
+                      ordered.front());
 }
 
 } // namespace Pelgra

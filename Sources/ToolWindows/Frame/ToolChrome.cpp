@@ -137,10 +137,7 @@ QWidget* ToolChrome::makeFooter(const QString& actionTitle)
     m_action->setFont(fontOf(*this, 15, QFont::Normal));
     m_action->setMinimumSize(m_action->sizeHint() + QSize(16, 10));
     m_action->setDefault(true);
-    connect(m_action, &QPushButton::clicked, this, [this] {
-        if (action)
-            action();
-    });
+    connect(m_action, &QPushButton::clicked, this, &ToolChrome::actionTriggered);
     auto* const row = new QHBoxLayout(footer);
     row->setContentsMargins(sidePadding, 0, sidePadding, 0);
     row->addStretch();

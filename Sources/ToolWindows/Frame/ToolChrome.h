@@ -3,8 +3,6 @@
 #include <QString>
 #include <QWidget>
 
-#include <functional>
-
 class QLabel;
 class QPushButton;
 
@@ -33,11 +31,12 @@ public:
     /// Takes the content as its child. The context outlives the chrome.
     ToolChrome(const Texts& texts, ToolContext* context, QWidget* content, QWidget* parent = nullptr);
 
-    /// What the action button does.
-    std::function<void()> action;
-
     /// The action is also disabled while a job runs.
     void setActionEnabled(bool enabled);
+
+Q_SIGNALS:
+    /// The action button was pressed.
+    void actionTriggered();
 
 protected:
     void resizeEvent(QResizeEvent* event) override;

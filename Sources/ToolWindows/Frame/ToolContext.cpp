@@ -1,43 +1,36 @@
 #include "ToolWindows/Frame/ToolContext.h"
 
-#include "Support/BackgroundTask.h"
-#include "ToolWindows/ToolRunner.h"
+#include "Jobs/RunningJobs.h"
+
+#include <utility>
 
 namespace Pelgra {
 
-ToolContext::ToolContext(QObject* parent)
+ToolContext::ToolContext(const QString& jobName, QObject* parent)
     : QObject(parent)
+    , m_jobName(jobName)
 {
 }
 
-ToolContext::~ToolContext() = default;
-
-void ToolContext::run(Job job, const std::filesystem::path& file)
+void ToolContext::run(ToolJob job, const std::filesystem::path& file)
 {
-    if (m_isRunning)
+    if (std::exchange(m_isRunning, true))
         return;
-    m_isRunning = true;
     Q_EMIT isRunningChanged(true);
-    runInBackground(
-        this, [job = std::move(job), file] { return ToolRunner::run(job, file); },
-        [this](JobOutcome outcome) {
+    RunningJobs::shared().start(
+        m_jobName, file, [job = std::move(job)](const JobControl& control) { return std::vector{job(control)}; }, this,
+        [this](const JobOutcome& outcome) {
             m_isRunning = false;
             Q_EMIT isRunningChanged(false);
-            finish(std::move(outcome));
+            m_outcome = outcome;
+            Q_EMIT finished();
         });
 }
 
 void ToolContext::finishWithoutResult()
 {
     if (!m_isRunning)
-        finish(std::nullopt);
-}
-
-void ToolContext::finish(std::optional<JobOutcome> outcome)
-{
-    // A copy: the handler may well be replaced, or this context be deleted, while it runs.
-    if (const FinishHandler handler = m_onFinish)
-        handler(std::move(outcome));
+        Q_EMIT finished();
 }
 
 } // namespace Pelgra

@@ -3,6 +3,7 @@
 #include "Jobs/JobOutcome.h"
 
 #include <QObject>
+#include <QString>
 
 #include <filesystem>
 #include <functional>
@@ -10,37 +11,38 @@
 
 namespace Pelgra {
 
-/// What a tool's view and its window share: whether the tool's job runs, and where its outcome goes. Main thread only;
-/// the job itself runs on a pool thread.
+/// What a tool's view and its window share: whether the tool's job runs, and how it ended. Main thread only; the job
+/// itself runs on a pool thread.
 class ToolContext : public QObject {
     Q_OBJECT
 
 public:
-    /// No value: the window was closed without the job having run.
-    using FinishHandler = std::function<void(std::optional<JobOutcome>)>;
+    /// The call into the engine.
+    using ToolJob = std::function<JobResult(const JobControl& control)>;
 
-    explicit ToolContext(QObject* parent = nullptr);
-    ~ToolContext() override;
+    /// The name is the one that the log gives the tool's job.
+    explicit ToolContext(const QString& jobName, QObject* parent = nullptr);
 
     bool isRunning() const { return m_isRunning; }
 
-    /// Called once for each job that ends, right after isRunning() turned false, and by finishWithoutResult().
-    void setOnFinish(FinishHandler handler) { m_onFinish = std::move(handler); }
+    /// How the latest job ended; no value where none did.
+    const std::optional<JobOutcome>& outcome() const { return m_outcome; }
 
     /// Starts the job unless one is running already. `file` is named should the job fail in an unforeseen way.
-    void run(Job job, const std::filesystem::path& file);
+    void run(ToolJob job, const std::filesystem::path& file);
 
     /// Asks to close the window without a result; ignored while a job runs.
     void finishWithoutResult();
 
 Q_SIGNALS:
     void isRunningChanged(bool isRunning);
+    /// outcome() is known, or the window is to be closed without one. No job runs.
+    void finished();
 
 private:
-    void finish(std::optional<JobOutcome> outcome);
-
+    QString m_jobName;
     bool m_isRunning = false;
-    FinishHandler m_onFinish;
+    std::optional<JobOutcome> m_outcome;
 };
 
 } // namespace Pelgra

@@ -86,8 +86,7 @@ bool ToolWindow::event(QEvent* event)
         return true;
     }
     if (event->type() == QEvent::KeyPress && asksToClose(*static_cast<QKeyEvent*>(event))) {
-        if (onCancel)
-            onCancel();
+        Q_EMIT closeRequested();
         return true;
     }
     return QWidget::event(event);
@@ -97,9 +96,8 @@ void ToolWindow::closeEvent(QCloseEvent* event)
 {
     if (m_closesForGood)
         return;
-    event->ignore();
-    if (onCancel)
-        onCancel();
+    Q_EMIT closeRequested();
+    event->setAccepted(m_closesForGood); // a refusal would keep the whole application from ending
 }
 
 void ToolWindow::mousePressEvent(QMouseEvent* event)

@@ -5,8 +5,6 @@
 #include <QPainterPath>
 #include <QWidget>
 
-#include <functional>
-
 namespace Pelgra {
 
 /// The window of one tool: no title bar of its own, rounded, moved by its background, where its size may change resized
@@ -16,9 +14,6 @@ class ToolWindow : public QWidget {
 
 public:
     ToolWindow();
-
-    /// The user asked to close: Escape, Control+W, or the window manager.
-    std::function<void()> onCancel;
 
     /// Puts the window in the middle of the work area of the screen that holds the pointer, shrunk to it if need be.
     void centerOnPointerScreen();
@@ -34,6 +29,11 @@ public:
 
     /// Closes without asking anyone.
     void closeForGood();
+
+Q_SIGNALS:
+    /// The user asked to close: Escape, Control+W, or the window manager. The window stays unless closeForGood()
+    /// follows.
+    void closeRequested();
 
 protected:
     bool event(QEvent* event) override;

@@ -60,9 +60,7 @@ OrganizePDFView::OrganizePDFView(ToolContext* context, const std::filesystem::pa
     m_chrome = new ToolChrome(
         {QStringLiteral("Organize PDF"), QStringLiteral("Save Organized PDF"), QStringLiteral("Saving PDF…")}, context,
         content, this);
-    m_chrome->action = [this] {
-        save();
-    };
+    connect(m_chrome, &ToolChrome::actionTriggered, this, &OrganizePDFView::save);
     auto* const whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);
     whole->addWidget(m_chrome);
@@ -148,7 +146,9 @@ void OrganizePDFView::save()
     const auto url = m_model.url();
     const auto pages = m_model.pages();
     const bool uniformWidth = m_model.uniformWidth();
-    m_context->run([url, pages, uniformWidth] { return Engine::organizePDF(url, pages, uniformWidth); }, url);
+    m_context->run([url, pages, uniformWidth](
+                       const JobControl& control) { return Engine::organizePDF(url, pages, uniformWidth, control); },
+                   url);
 }
 
 } // namespace Pelgra
