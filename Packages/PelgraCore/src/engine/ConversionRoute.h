@@ -9,7 +9,7 @@
 
 namespace Pelgra {
 
-/// The ways a conversion may go.
+/// The ways a conversion may take.
 enum class ConversionRoute : std::uint8_t {
     imageToImage,
     imageToPDF,

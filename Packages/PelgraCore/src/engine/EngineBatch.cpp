@@ -12,7 +12,7 @@ namespace Pelgra {
 
 namespace {
 
-/// Finished files a worker may be ahead of the first unfinished one. They wait on the disk, without a name.
+/// How many finished files each worker may be ahead of the first unfinished one. They wait on the disk, without a name.
 constexpr std::size_t filesAheadOfEachWorker = 4;
 
 /// A batch under way.
@@ -36,7 +36,7 @@ public:
                 else
                     convertImages();
         } catch (...) {
-            // What has been published stays, so it is made to last; the first failure is the one to be told.
+            // What has been published stays, so it is made to last; the first failure is the one to report.
             try {
                 syncFolders();
             } catch (const EngineError&) {
@@ -93,7 +93,7 @@ private:
             m_control.progress(static_cast<int>(m_results.size()), static_cast<int>(m_files.size()));
     }
 
-    /// Once for each folder: a flush for each file would wait for the device as often.
+    /// Once for each folder: a flush for each file would wait for the device each time.
     void syncFolders()
     {
         const auto folders = std::exchange(m_unsynced, {});

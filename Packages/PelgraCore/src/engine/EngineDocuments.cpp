@@ -26,12 +26,12 @@ const DocumentsModule& documents()
 JobResult writeBeside(const std::filesystem::path& input, std::string_view suffix,
                       std::unique_ptr<AssembledDocument> document, const JobControl& control)
 {
-    // To take a large document apart takes as long as the device needs for the file.
+    // Taking a large document apart takes as long as the device needs for the file.
     return publishAlone(PreparedOutput(
         input, suffix, "pdf", control.stop, [&](ByteSink& sink) { document->write(sink); }, [&] { document.reset(); }));
 }
 
-/// Pages for one worker to begin with; fewer are not worth opening the file once more.
+/// The least pages for one worker; fewer are not worth opening the file once more.
 constexpr int pagesWorthAWorker = 16;
 
 } // namespace

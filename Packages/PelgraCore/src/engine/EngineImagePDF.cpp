@@ -38,7 +38,7 @@ DistinctImages distinctImages(std::span<const std::filesystem::path> images)
     return result;
 }
 
-/// Images are read on several threads and written in order, so that the memory holds few at a time.
+/// Images are read on several threads and written in order, so that few are in memory at a time.
 void writeImagePDF(std::span<const std::filesystem::path> images, ByteSink& sink, int threads,
                    const JobControl& control)
 {

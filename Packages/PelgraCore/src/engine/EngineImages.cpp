@@ -15,7 +15,7 @@ PreparedOutput prepareImage(const std::filesystem::path& file, FileFormat format
 {
     LoadedImage loaded = ImageLoader::load(file);
     SharedImage upright = loaded.upright(format == FileFormat::jpg);
-    loaded.image.reset(); // the stored pixels are needed no more
+    loaded.image.reset(); // the stored pixels are no longer needed
     if (!format.imageIOType())
         throw EngineError::unsupported(format);
 

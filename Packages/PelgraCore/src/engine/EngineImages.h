@@ -10,7 +10,7 @@
 #include <stop_token>
 
 /// The parts of image conversions that come before an output has a name, so that a batch can do them ahead of their
-/// turn. All safe to call from several threads, each keeping the given number of threads busy at most.
+/// turn. All may be called from several threads; each keeps at most the given number of threads busy.
 namespace Pelgra {
 
 /// The file encoded in another raster format. Throws EngineError and JobCancelled.

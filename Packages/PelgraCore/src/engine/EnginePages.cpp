@@ -59,7 +59,7 @@ public:
     }
 
 private:
-    /// So that several fit into the budget, and several layers of a page into what the drawing of it may take.
+    /// So that several fit into the budget, and several layers of a page into what drawing it may take.
     static constexpr std::size_t largestWholeBitmap = BitmapBudget::limit / 4;
 
     PixelSize pixelsOf(int pageIndex)

@@ -11,8 +11,8 @@ namespace Pelgra {
 
 namespace {
 
-/// Pages for each worker that may be written ahead of the first unfinished one. One that takes long must not keep the
-/// others waiting, and files cost no memory.
+/// How many pages each worker may write ahead of the first unfinished one. One that takes long must not keep the others
+/// waiting, and files cost no memory.
 constexpr int pagesAhead = 8;
 
 } // namespace

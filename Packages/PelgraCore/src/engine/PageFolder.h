@@ -10,9 +10,9 @@
 
 namespace Pelgra {
 
-/// Has a file written for each page of a document, on so many threads, into a new folder "… Pages" beside it. The first
-/// failure in the order of the pages is thrown: EngineError as it comes, EngineError::writeFailed for what is none, and
-/// JobCancelled. Then nothing is left.
+/// Has a file written for each page of a document, on that many threads, into a new folder "… Pages" beside it. The
+/// first failure in the order of the pages is thrown: EngineError and JobCancelled as they are, anything else as
+/// EngineError::writeFailed. Then nothing is left.
 JobResult writePageFolder(const std::filesystem::path& document, std::string_view pathExtension, int pageCount,
                           int workers, const JobControl& control,
                           const std::function<void(int pageIndex, ByteSink&)>& writePage);

@@ -16,7 +16,7 @@ namespace Pelgra {
 
 namespace {
 
-/// What an open document has read stays in memory; after so many pages it is closed and opened anew.
+/// What an open document has read stays in memory: after this many pages it is closed and opened anew.
 constexpr int pagesUntilClosed = 64;
 
 bool isSensible(double maxPixels)

@@ -18,7 +18,7 @@ namespace Pelgra {
 namespace {
 
 constexpr std::string_view prefix = ".pelgra-";
-/// Between the making of a file and its claim, and where claims are not seen by other machines, it is at least young.
+/// What is younger may be in use without a claim that can be seen: it has only just been made, or by another machine.
 constexpr std::time_t youngest = 600; // seconds
 
 bool isHiddenName(const std::string& name)
@@ -60,7 +60,7 @@ void removeLeftBehindOnce(const std::filesystem::path& directory) noexcept
         }
         removeLeftBehind(directory);
     } catch (const std::exception&) {
-        // No memory to remember it.
+        // There is no memory to remember it in.
     }
 }
 

@@ -10,7 +10,7 @@ namespace Pelgra {
 std::filesystem::path hiddenName(const std::filesystem::path& directory);
 
 /// Claims the file or folder behind the descriptor for as long as the descriptor is open. A hint: not every file system
-/// knows locks.
+/// has locks.
 void claimHidden(int descriptor);
 
 /// Removes what was left behind in the folder under such names: what nobody claims and nobody has changed for a while.

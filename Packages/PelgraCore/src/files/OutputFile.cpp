@@ -16,12 +16,12 @@ namespace Pelgra {
 namespace {
 
 constexpr std::size_t bufferSize = std::size_t{256} << 10;
-/// Written bytes after which the device is set to work, so that less is left to wait for at the end.
+/// Bytes after which the device is told to start writing, so that there is less to wait for at the end.
 constexpr off_t writeBackStep = off_t{4} << 20;
 constexpr mode_t fileMode = 0666; // less the user's umask
 
-/// Where neither renaming nor linking can refuse to replace (exFAT): an empty file made under the name reserves it, and
-/// is replaced by the finished one.
+/// Where neither renaming nor linking can refuse to replace (exFAT): an empty file created under the name reserves it,
+/// and is replaced by the finished one.
 int renameOntoReservedName(const std::filesystem::path& from, const std::filesystem::path& to)
 {
     const UniqueDescriptor reserved(open(to.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, fileMode));
@@ -53,7 +53,7 @@ int linkUnnamedFile(int descriptor, const std::filesystem::path& to)
     const std::string self = "/proc/self/fd/" + std::to_string(descriptor);
     if (linkat(AT_FDCWD, self.c_str(), AT_FDCWD, to.c_str(), AT_SYMLINK_FOLLOW) == 0)
         return 0;
-    // Without /proc there is this call, which not everyone may use.
+    // Without /proc there is still this call, which not everyone may use.
     if (errno == ENOENT && linkat(descriptor, "", AT_FDCWD, to.c_str(), AT_EMPTY_PATH) == 0)
         return 0;
     return errno;
@@ -67,7 +67,7 @@ OutputFile::OutputFile(const std::filesystem::path& directory)
     const std::filesystem::path folder = directoryOrHere(directory);
     m_descriptor.reset(open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, fileMode));
     if (!m_descriptor) {
-        // Not every file system knows unnamed files (EOPNOTSUPP, or EISDIR from an old kernel).
+        // Not every file system has unnamed files (EOPNOTSUPP, or EISDIR from an old kernel).
         removeLeftBehindOnce(m_directory);
         m_temporaryName = hiddenName(m_directory);
         m_descriptor.reset(open(m_temporaryName.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, fileMode));
@@ -131,7 +131,7 @@ void OutputFile::writeThrough(std::span<const std::byte> bytes)
         m_written += count;
     }
     if (m_written - m_sentToDevice >= writeBackStep) {
-        // A hint: whether the content arrived is what flush() finds out.
+        // A hint: flush() is what finds out whether the content arrived.
         sync_file_range(m_descriptor.get(), m_sentToDevice, m_written - m_sentToDevice, SYNC_FILE_RANGE_WRITE);
         m_sentToDevice = m_written;
     }
@@ -146,7 +146,7 @@ void OutputFile::drain()
 void OutputFile::flush()
 {
     drain();
-    m_buffer = {}; // many finished files may wait for their names
+    m_buffer = {}; // many finished files may be waiting for their names
     if (!flushToDevice(m_descriptor.get()))
         throw StorageError();
 }

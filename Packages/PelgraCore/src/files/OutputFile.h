@@ -13,8 +13,8 @@
 /// The one way outputs reach the disk: complete, flushed, and never in the place of anything else.
 namespace Pelgra {
 
-/// A file that has no name its users could see until it is published. Dropped unpublished, nothing of it remains, even
-/// when the process is killed (where the file system knows unnamed files; elsewhere a hidden temporary name stays until
+/// A file without a name that users could see until it is published. Dropped unpublished, nothing of it remains, even
+/// when the process is killed (where the file system has unnamed files; elsewhere a hidden temporary name stays until
 /// the next such job in the folder).
 class OutputFile final : public ByteSink {
 public:
@@ -50,7 +50,7 @@ private:
     UniqueDescriptor m_descriptor;
     std::vector<std::byte> m_buffer;
     off_t m_written = 0;
-    off_t m_sentToDevice = 0; ///< of what was written, the part whose writing to the device has been started
+    off_t m_sentToDevice = 0; ///< the part of what was written that the device has been told to write
 };
 
 } // namespace Pelgra

@@ -82,7 +82,7 @@ std::filesystem::path OutputFolder::publish()
     try {
         syncFolder(m_parent);
     } catch (const StorageError&) {
-        // Whether the name would outlast a crash is not known, so it must not be taken for done.
+        // It is not known whether the name would survive a crash, so this does not count as done.
         throw EngineError::writeFailed(m_path);
     }
     return std::exchange(m_path, {});
@@ -90,7 +90,8 @@ std::filesystem::path OutputFolder::publish()
 
 void OutputFolder::takeName()
 {
-    // One flush of the file system serves all files at once; flushing each costs a wait for the device per file.
+    // One flush of the file system serves all files at once; flushing each would mean waiting for the device once per
+    // file.
     if (!m_folder || (syncfs(m_folder.get()) != 0 && errno != ENOSYS))
         throw StorageError();
     m_path = publishUnderFreeName(m_parent, m_name, {}, [this](const std::filesystem::path& candidate) {

@@ -11,8 +11,8 @@
 
 namespace Pelgra {
 
-/// A folder of outputs beside an input, built under a hidden name and removed again unless it is published; where the
-/// process is killed before, by the next job of this kind in the parent that runs ten minutes later or more.
+/// A folder of outputs beside an input, built under a hidden name and removed again unless it is published; if the
+/// process is killed first, by the next job of this kind in the parent that runs at least ten minutes later.
 class OutputFolder {
 public:
     /// Begins a folder that will be named after the input, with the suffix. Throws EngineError::writeFailed with the

@@ -50,7 +50,7 @@ JobResult publishAlone(PreparedOutput output)
     try {
         syncFolder(file.parent_path());
     } catch (const StorageError&) {
-        // Whether the name would outlast a crash is not known, so it must not be taken for done.
+        // It is not known whether the name would survive a crash, so this does not count as done.
         unlink(file.c_str());
         throw EngineError::writeFailed(file);
     }

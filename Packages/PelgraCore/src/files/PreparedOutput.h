@@ -17,7 +17,7 @@ namespace Pelgra {
 /// An output that is complete on the device but has no name yet. Destroyed unpublished, nothing of it remains.
 class PreparedOutput {
 public:
-    /// Has the content written for a file that will stand beside the input and be named after it. Throws
+    /// Has the content written for a file that will be beside the input and named after it. Throws
     /// EngineError::writeFailed with the name it would have had when that fails in any way other than an EngineError,
     /// and JobCancelled when a stop was requested meanwhile. `whileFlushing` runs on another thread while the device is
     /// waited for, once all is written.

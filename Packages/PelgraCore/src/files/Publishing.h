@@ -10,7 +10,7 @@
 #include <stop_token>
 #include <string_view>
 
-/// What files and folders need alike to get their names. Functions that return an int give 0 or an error number.
+/// What both files and folders need to get their names. Functions that return an int give 0 or an error number.
 namespace Pelgra {
 
 /// The path itself, or "." for an empty one, which system calls do not take.
@@ -19,7 +19,7 @@ std::filesystem::path directoryOrHere(const std::filesystem::path& directory);
 /// Renames without replacing.
 int renameWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to);
 
-/// Whether the error number says that the file system does not know the call.
+/// Whether the error number says that the file system does not support the call.
 bool isUnknownCall(int error);
 
 /// Waits until the device has what the descriptor stands for; true where there is nothing to flush.

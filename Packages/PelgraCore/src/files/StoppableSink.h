@@ -6,8 +6,8 @@
 
 namespace Pelgra {
 
-/// Ends a long write soon after a stop is requested, whatever the encoder between makes of exceptions. What it passes
-/// bytes on to must outlive it, and so must the token.
+/// Ends a long write soon after a stop is requested, whatever the encoder in between makes of exceptions. What it
+/// passes bytes on to must outlive it, and so must the token.
 class StoppableSink final : public ByteSink {
 public:
     StoppableSink(ByteSink& sink, const std::stop_token& stop)

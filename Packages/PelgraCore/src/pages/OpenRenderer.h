@@ -11,7 +11,7 @@ namespace Pelgra {
 inline constexpr int mostPages = 1'000'000;
 
 /// Opens a document for drawing. No more pages than needed are looked for, from the first, and pageCount() counts no
-/// more: to find all pages of a long document takes longer than to draw one. Throws EngineError::unreadable(file), also
+/// more: finding all pages of a long document takes longer than drawing one. Throws EngineError::unreadable(file), also
 /// where the module is not installed.
 std::unique_ptr<PageRenderer> openRenderer(const std::filesystem::path& file, int pagesNeeded = mostPages);
 

@@ -14,10 +14,11 @@ namespace Pelgra {
 
 namespace {
 
-/// A page below this is drawn before a second thread has opened the document.
+/// A page smaller than this is drawn before a second thread has opened the document.
 constexpr std::int64_t pixelsWorthAThread = std::int64_t{4} << 20;
 constexpr std::size_t bandBytes = std::size_t{64} << 20;
-/// The pictures of a page are scaled anew for each band: in bands of 64 rows a scan took 35 times as long as whole.
+/// The pictures of a page are scaled anew for each band: in bands of 64 rows a scan took 35 times as long as in one
+/// piece.
 constexpr int leastBandRows = 1024;
 
 void drawOrThrow(RendererPool& pool, const RendererPool::Lease& renderer, int pageIndex, PixelSize size, int top,

@@ -15,8 +15,8 @@
 
 namespace Pelgra {
 
-/// The same document opened as often as threads draw from it at once. Leases throw EngineError::unreadable where the
-/// file cannot be opened again.
+/// The same document, opened once for each thread that draws from it at the same time. Leases throw
+/// EngineError::unreadable where the file cannot be opened again.
 class RendererPool : public IdlePool<PageRenderer> {
 public:
     /// May begin with one that is open already.
@@ -29,7 +29,7 @@ private:
 };
 
 /// Bounds the bytes of the bitmaps that all threads hold together, and lends the memory of one page to the next: the
-/// system gives new memory page by page, cleared, which takes a fifth of the time a page of text is drawn in.
+/// system gives new memory page by page, cleared, which takes a fifth of the time that drawing a page of text takes.
 class BitmapBudget {
 public:
     static constexpr std::size_t limit = std::size_t{256} << 20;
@@ -42,7 +42,7 @@ public:
         Share& operator=(const Share&) = delete;
         ~Share();
 
-        /// Memory for the bitmap, where some was used before; else empty. What is in it means nothing.
+        /// Memory for the bitmap, where some was used before; else empty. Its content means nothing.
         PixelBuffer takeMemory() { return std::exchange(m_memory, {}); }
         /// Keeps memory for a later share.
         void giveBack(PixelBuffer memory) { m_memory = std::move(memory); }
@@ -59,7 +59,7 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_freed;
     std::size_t m_used = 0;
-    std::vector<PixelBuffer> m_idle; ///< memory of no share, for which there is still room in the budget
+    std::vector<PixelBuffer> m_idle; ///< memory that belongs to no share, while the budget still has room for it
 };
 
 /// A page drawn in bands while it is encoded, for one too large to be held whole. row() throws
@@ -71,7 +71,7 @@ public:
     const RasterForm& form() const override { return m_form; }
     std::span<const std::byte> row(int y) override;
 
-    /// The rows drawn at once. Each band costs a walk through the whole page, so a band is rather tall.
+    /// The rows drawn at once. Each band costs a walk through the whole page, so bands are rather tall.
     static int bandRows(PixelSize size);
 
 private:

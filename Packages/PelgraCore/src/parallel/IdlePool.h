@@ -9,7 +9,7 @@
 namespace Pelgra {
 
 /// Helpers that take long to open and serve one thread at a time: one that is idle is lent, and where there is none
-/// another is opened. So there are as many as work at once. Safe from several threads.
+/// another is opened. So there are as many as are at work at once. Safe from several threads.
 template <typename Helper>
 class IdlePool {
 public:

@@ -8,7 +8,7 @@
 
 namespace Pelgra {
 
-/// Runs work(0) to work(count - 1) on so many threads and waits for all of it. Throws the first failure in order, and
+/// Runs work(0) to work(count - 1) on that many threads and waits for all of it. Throws the first failure in order, and
 /// JobCancelled soon after a requested stop.
 inline void inParallel(int count, int workers, const std::stop_token& stop, const std::function<void(int)>& work)
 {

@@ -63,7 +63,7 @@ private:
         bool isFilled() const { return item || failure; }
     };
 
-    /// Tells the workers that nobody waits any more.
+    /// Tells the workers that nobody is waiting any more.
     struct Ending {
         explicit Ending(OrderedPipeline& owner)
             : pipeline(owner)
@@ -145,7 +145,7 @@ private:
         m_slots[index].failure = failure;
         const bool isAwaited = index == m_taken;
         lock.unlock();
-        // To wake a thread for nothing costs as much as a small item.
+        // Waking a thread for nothing costs as much as a small item.
         if (isAwaited)
             m_filled.notify_one();
         if (failure)
