@@ -15,14 +15,14 @@ Interruption::Interruption()
     sigemptyset(&m_watched);
     for (int number : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction action{};
-        // A blocked signal is delivered to a signalfd even where it was to be ignored (nohup, a background job).
+        // A blocked signal reaches a signalfd even where it was to be ignored (nohup, a background job).
         if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
             sigaddset(&m_watched, number);
     }
     m_wakeUp = eventfd(0, EFD_CLOEXEC);
     m_signals = signalfd(-1, &m_watched, SFD_CLOEXEC);
     if (m_wakeUp < 0 || m_signals < 0)
-        return; // without it a signal ends the process as ever
+        return; // without them a signal simply ends the process
     pthread_sigmask(SIG_BLOCK, &m_watched, &m_previousMask);
     m_thread = std::thread([this] { watch(); });
 }

@@ -9,8 +9,8 @@ namespace Pelgra {
 
 namespace {
 
-/// The length of the well-formed UTF-8 sequence (Unicode 15, table 3-7) that the text begins with; 0 when it begins
-/// with none.
+/// The length of the well-formed UTF-8 sequence (Unicode 15, table 3-7) that the text begins with; 0 when it
+/// begins with none.
 std::size_t sequenceLength(std::string_view text)
 {
     const auto at = [&](std::size_t i) {

@@ -189,7 +189,7 @@ private Q_SLOTS:
                 const Outcome outcome = place.run(tried, faults + poor);
                 const QByteArray which = QString("%1, %2: ").arg(call.key()).arg(at).toUtf8();
                 QVERIFY2(outcome.status == 1, which.constData());
-                // Not at the very start: an encoder may warn first, of a machine without /sys for one.
+                // Not necessarily at the very start: an encoder may warn first, for example of a machine without /sys.
                 QVERIFY2(sentenceOf(tried).match(QString::fromUtf8(outcome.errors)).hasMatch(),
                          (which + outcome.errors).constData());
                 QVERIFY2(outcome.output.isEmpty(), (which + outcome.output).constData());

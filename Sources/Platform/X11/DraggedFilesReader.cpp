@@ -13,18 +13,18 @@ namespace {
 using std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
-/// A source that has not answered by then is hung. Requests queue up in a slow one, so a second would not be faster.
+/// A source that has not answered by then is hung. Requests queue up in a slow one, so a second one would not help.
 constexpr auto longestWait = 15s;
 
 /// Pause between rounds for a drag that holds no files, or not yet.
 constexpr auto pauseBetweenRounds = 250ms;
 
-/// The time wanted is that of the latest movement over a window that takes drops, so it is among the newest.
+/// The time wanted is that of the latest movement over a window that accepts drops, so it is among the newest.
 constexpr int mostMotionTimes = 48;
 constexpr int deepestWindow = 12;
 
-/// A busy source may take the time of something else that happened while the drag left its own window. No event tells
-/// of that, but the times since the beginning are few enough to try: a thousand in a fraction of a second.
+/// A busy source may use the time of something else that happened while the drag left its own window. No event reports
+/// that, but the times since the beginning are few enough to try: a thousand in a fraction of a second.
 constexpr xcb_timestamp_t mostTimesTried = 1000;
 
 } // namespace
@@ -93,7 +93,7 @@ void DraggedFilesReader::evaluate()
     }
     m_files = filesOfUriList(request->data());
     if (m_files.empty())
-        restWithoutFiles(); // addresses of the web, say
+        restWithoutFiles(); // web addresses, for example
     else
         m_stage = Stage::known;
 }

@@ -139,7 +139,7 @@ const std::uint8_t* rowFor(const Plane& plane, int y, int height)
     return plane.data + plane.stride * static_cast<std::size_t>(row);
 }
 
-/// Luma and colour differences of one row, each difference standing for so many columns.
+/// Luma and colour differences of one row, one difference for every `columns` pixels.
 template <typename Sample, int columns>
 void mixRow(const ColorMatrix<Sample>& matrix, const std::uint8_t* luma, const std::uint8_t* cbRow,
             const std::uint8_t* crRow, int width, std::byte* to, std::size_t step)

@@ -16,7 +16,7 @@ using PixHandle = std::unique_ptr<Pix, PixDeleter>;
 /// The picture in the library's form; null where memory is short.
 PixHandle pixFrom(const GrayImage& picture);
 
-/// Turned by so many quarters clockwise, 0 to 3.
+/// Turned clockwise by that many quarters, 0 to 3.
 PixHandle turned(const Pix& pix, int quarters);
 
 } // namespace Pelgra

@@ -21,7 +21,7 @@ fz_matrix pixelsOf(const PageGeometry& geometry, PixelSize size)
         fz_translate(static_cast<float>(-geometry.box.left), static_cast<float>(-geometry.box.bottom));
     const auto width = static_cast<float>(geometry.box.width());
     const auto height = static_cast<float>(geometry.box.height());
-    // Turns the box clockwise, still y up, and back into the quadrant it left.
+    // Turns the box clockwise, y still pointing up, and moves it back into the quadrant it left.
     fz_matrix turn = fz_identity;
     switch (geometry.rotation) {
     case 90:
@@ -53,7 +53,7 @@ float boundedStep(float step, float areaSize, float cellSize)
     return std::abs(step) < least ? std::copysign(least, step) : step;
 }
 
-/// Patterns are repeated in a loop that nothing interrupts, not even a lack of memory; a step of a thousandth of a
+/// Patterns are repeated in a loop that nothing interrupts, not even running out of memory; a step of a thousandth of a
 /// point would keep it busy for days.
 int beginBoundedTile(fz_context* context, fz_device* device, fz_rect area, fz_rect cell, float stepX, float stepY,
                      fz_matrix matrix, int id)
@@ -110,13 +110,13 @@ bool drawArea(fz_context* context, pdf_page* page, fz_matrix toPixels, fz_irect 
     }
     fz_catch(context)
     {
-        // Layers left open at the end of a faulty page; what was drawn stands.
+        // Layers were left open at the end of a faulty page; what was drawn stays.
         return isDrawn && !isOutOfMemory(context);
     }
     return isDrawn;
 }
 
-/// Lets the page pass a device that looks at the colours it is told to use, and ends at the first that is none of grey.
+/// Runs the page through a device that looks at the colours it is told to use and stops at the first that is not grey.
 bool usesColor(fz_context* context, pdf_page* page, fz_cookie* cookie) noexcept
 {
     fz_device* device = nullptr;
@@ -136,7 +136,7 @@ bool usesColor(fz_context* context, pdf_page* page, fz_cookie* cookie) noexcept
     }
     fz_catch(context)
     {
-        return true; // also the device's way to end
+        return true; // also how the device stops
     }
     return isColored != 0;
 }
@@ -169,7 +169,7 @@ PageSize Renderer::displayedSize(int pageIndex)
 
 bool Renderer::isColorless(int pageIndex, const std::stop_token& stop)
 {
-    // Drawing in colour is always right, so what takes long is not worth the answer.
+    // Drawing in colour is always right, so an answer that takes long is not worth waiting for.
     constexpr double limit = 0.5;
     const Work work(m_document->account(), stop, {}, limit);
     const PageHandle& page = pageAt(pageIndex);

@@ -11,7 +11,7 @@
 
 /// MuPDF enlarges pictures by one loop for every case there is, which takes half the time a scanned page is drawn in.
 /// This function takes its place for the most frequent case: an opaque picture of grey or RGB, upright or turned by
-/// quarters, that is not blended with anything. The pixels come out the same to the bit.
+/// quarters, that is not blended with anything. The pixels come out bit for bit the same.
 /// Made for MuPDF 1.21 and 1.25, of which it computes what they compute.
 struct fz_overprint;
 using PaintImage = void(fz_context*, fz_pixmap* target, const fz_irect* scissor, fz_pixmap* shape,
@@ -21,15 +21,15 @@ PELGRA_DECLARE_OVERRIDE(fz_paint_image, PaintImage)
 
 namespace {
 
-/// Places in the picture and weights are fixed-point numbers of so many binary digits after the point, as in MuPDF.
+/// Places in the picture and weights are fixed-point numbers with this many binary digits after the point, as in MuPDF.
 constexpr int fractionBits = 14;
 constexpr int one = 1 << fractionBits;
 constexpr int half = one / 2;
 constexpr int largestSide = 1 << (31 - fractionBits);
 constexpr int opaque = 255;
-/// Pictures enlarged by more show their pixels as squares, unless they ask for something else.
+/// Pictures enlarged by more show their pixels as squares unless they ask otherwise.
 constexpr float mostInterpolated = 2;
-/// Of a turned picture so many columns are painted at a time: one row of them meets as many rows of the picture, which
+/// A turned picture is painted this many columns at a time: one row of them meets as many rows of the picture, which
 /// have to stay in the processor's cache for the next.
 constexpr int columnsAtOnce = 128;
 
@@ -131,7 +131,7 @@ void stretchRow(const Painting& painting, int imageRow, unsigned char* stretched
     }
 }
 
-/// False without memory for two rows.
+/// False where there is no memory for two rows.
 template <int components, int targetComponents>
 bool paintUpright(const Painting& painting)
 {
@@ -221,7 +221,7 @@ bool isSimple(const fz_pixmap& target, const fz_pixmap& image, fz_matrix matrix)
     return isEnlarged && !isBlocky;
 }
 
-/// False where the case is another, or memory ran out: then nothing was painted.
+/// False in any other case, or where memory ran out: then nothing was painted.
 bool paintSimpleImage(fz_context* context, fz_pixmap& target, const fz_irect& scissor, const fz_pixmap& image,
                       fz_matrix matrix)
 {
@@ -230,7 +230,7 @@ bool paintSimpleImage(fz_context* context, fz_pixmap& target, const fz_irect& sc
     const fz_irect area = fz_intersect_irect(fz_irect_from_rect(fz_transform_rect(fz_unit_rect, matrix)), scissor);
     if (fz_is_empty_irect(area))
         return true;
-    // From pixels of the target to those of the picture, the last step in floating point as long as possible.
+    // From pixels of the target to those of the picture, in floating point for as long as possible.
     fz_matrix back =
         fz_invert_matrix(fz_pre_scale(matrix, 1.0F / static_cast<float>(image.w), 1.0F / static_cast<float>(image.h)));
     for (float* const part : {&back.a, &back.b, &back.c, &back.d, &back.e, &back.f})

@@ -11,8 +11,8 @@
 
 #include <mupdf/fitz.h>
 
-/// Debian builds MuPDF without colour management: amounts of ink become colours by subtraction, which no print looks
-/// like. These functions stand between the part that decides what is converted and the conversion.
+/// Debian builds MuPDF without colour management: amounts of ink become colours by subtraction, which looks like no
+/// print. These functions stand between the part that decides what is converted and the conversion.
 /// Made for MuPDF 1.21 and 1.25, whose converters begin as Pelgra::Rendering::ConverterStart.
 struct fz_color_converter;
 using InkConversion = void(fz_context*, fz_color_converter*, const float*, float*);
@@ -27,7 +27,7 @@ using Color = std::array<float, 3>;
 constexpr std::size_t inkCount = 4;
 constexpr float full = 255;
 
-/// What inks printed over each other in full look like on coated paper of offset printing in the American standard
+/// What full inks printed over each other look like in offset printing on coated paper, by the American standard
 /// (SWOP), in 8-bit sRGB. The bits of the index stand for cyan, magenta, yellow and black from the lowest. Between
 /// them, colours are mixed by the share of the paper that each overprint covers (Neugebauer's equations).
 constexpr std::array<Color, 1U << inkCount> overprints = {{
@@ -73,7 +73,7 @@ void convertInks(fz_context*, fz_color_converter*, const float* from, float* to)
     std::transform(color.begin(), color.end(), to, [](float part) { return part / full; });
 }
 
-/// Converts pixels of four inks, in the same way premultiplied by their alpha where they have one.
+/// Converts pixels of four inks; with alpha, both sides are premultiplied.
 class PixelConversion {
 public:
     std::array<unsigned char, 3> operator()(const unsigned char* inks, unsigned alpha)

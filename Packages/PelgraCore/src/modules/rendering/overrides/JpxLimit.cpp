@@ -5,9 +5,9 @@
 
 #include <openjpeg.h>
 
-/// The decoder of JPEG 2000 takes its memory from the system, past the account: four bytes for each sample the header
+/// The JPEG 2000 decoder takes its memory from the system, bypassing the account: four bytes for each sample the header
 /// claims, however short the data. This function stands between MuPDF and the decoder, the only place where the header
-/// is known and nothing is allocated yet. Made for MuPDF 1.21 and 1.25, which call the function once before they
+/// is known and nothing has been allocated yet. Made for MuPDF 1.21 and 1.25, which call the function once before they
 /// decode.
 PELGRA_DECLARE_OVERRIDE(opj_read_header, decltype(opj_read_header))
 
@@ -33,7 +33,7 @@ OPJ_BOOL PELGRA_OVERRIDE(opj_read_header)(opj_stream_t* stream, opj_codec_t* cod
         return OPJ_TRUE;
     if (auto* const account = Pelgra::Rendering::WorkAccount::current())
         account->noteRefusal();
-    // The caller frees an image only when it was told of success.
+    // The caller frees an image only when told of success.
     opj_image_destroy(*image);
     *image = nullptr;
     return OPJ_FALSE;

@@ -5,7 +5,7 @@
 
 #include <mupdf/fitz.h>
 
-/// MuPDF takes the name of a ligature such as "f_f_i" for that of its first letter, and the others are lost to the
+/// MuPDF takes the name of a ligature such as "f_f_i" for that of its first letter, and the others are missing from the
 /// text. This function stands before its own.
 /// Made for MuPDF 1.21, and for 1.25, which knows those of f but still loses the t of "s_t".
 PELGRA_DECLARE_OVERRIDE(fz_unicode_from_glyph_name, decltype(fz_unicode_from_glyph_name))

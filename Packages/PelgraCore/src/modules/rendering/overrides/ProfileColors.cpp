@@ -27,7 +27,7 @@ namespace {
 constexpr char namePrefix[] = "profile ";
 constexpr std::size_t digestSize = 16;
 using SpaceName = std::array<char, sizeof namePrefix + 2 * digestSize + 1>;
-/// A space made of others of others is followed no further.
+/// Spaces that are based on others are followed only this deep.
 constexpr int depthLimit = 4;
 constexpr int storedSize = 1000; // as the library counts a space
 
@@ -53,7 +53,7 @@ public:
         return m_plain.count(name) != 0;
     }
 
-    /// Null notes a profile that needs none. Whoever keeps the conversion owns it.
+    /// Null notes a profile that needs no conversion. Whoever keeps the conversion owns it.
     void add(const std::string& name, const std::shared_ptr<const ProfileConversion>& conversion)
     {
         constexpr std::size_t mostPlain = 1000;
@@ -73,7 +73,7 @@ private:
     std::set<std::string> m_plain;
 };
 
-/// Whether colours of the profile get a space of the name, which the document under way then can convert.
+/// Whether colours of the profile get a space of this name, which the current document can then convert.
 bool takeProfile(std::span<const unsigned char> profile, int components, const char* name) noexcept
 {
     WorkAccount* const account = WorkAccount::current();
@@ -149,7 +149,7 @@ fz_colorspace* tryProfileSpace(fz_context* context, pdf_obj* object) noexcept
     return space;
 }
 
-/// The space with a profile that the space is or is based on, else null.
+/// The space with a profile: this one, or the one it is based on; else null.
 pdf_obj* profiledBase(fz_context* context, pdf_obj* object)
 {
     for (int depth = 0; depth < depthLimit && pdf_is_array(context, object); ++depth) {
@@ -169,7 +169,7 @@ pdf_obj* profiledBase(fz_context* context, pdf_obj* object)
     return nullptr;
 }
 
-/// One row of pixels at a time, without what lies between their colours.
+/// One row of pixels at a time, packed: without whatever lies between their colours.
 class RowConversion {
 public:
     RowConversion(const ProfileConversion& conversion, const fz_pixmap& from, fz_pixmap& to)
