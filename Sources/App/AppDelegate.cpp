@@ -24,7 +24,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// The drop of a drag may come this much later than its end was seen.
+/// A drop may come this much later than the end of its drag was seen.
 constexpr auto longestWaitForDrop = 500ms;
 
 } // namespace

@@ -38,8 +38,8 @@ public:
     /// Starts everything. As a host of automated tests (the environment says so) nothing is started.
     void applicationDidFinishLaunching();
 
-    /// Instead of that: shows one wheel for these files at the pointer, and ends the application when it was left and
-    /// its work is done.
+    /// Instead: shows one wheel for these files at the pointer, and ends the application once it has been left and its
+    /// work is done.
     void showWheelAlone(WheelKind kind, const Files& files);
 
     /// Another start of the program asked for this: a wheel for files, or without any the settings.
@@ -72,8 +72,8 @@ private:
     std::unique_ptr<UpdaterManaging> m_updater;
     std::unique_ptr<StatusMenu> m_statusMenu;
     QPointer<QMessageBox> m_updatesAlert;
-    QTimer m_isDropAwaited; ///< a drag has ended just now
-    std::function<void()> m_postponed; ///< what was asked for in mid-drag
+    QTimer m_isDropAwaited; ///< a drag has only just ended
+    std::function<void()> m_postponed; ///< what was asked for during a drag
 };
 
 } // namespace Pelgra

@@ -26,7 +26,7 @@ Quitting::Quitting(std::chrono::milliseconds farewell, QObject* parent)
     : QObject(parent)
     , m_farewell(farewell)
 {
-    // The session's wish to end comes as an event to the application, which would ask every window first.
+    // The session's request to end comes as an event to the application, which would ask every window first.
     QCoreApplication::instance()->installEventFilter(this);
     connect(&RunningJobs::shared(), &RunningJobs::countChanged, this, &Quitting::proceed);
     m_lastMoment.setSingleShot(true);
@@ -69,7 +69,7 @@ void Quitting::requestQuit()
 void Quitting::terminate()
 {
     // Files have no name before they are complete, so ending leaves none unfinished. Jobs that build a folder are given
-    // the time to stop and clear it away; no session waits for ever.
+    // the time to stop and clear it away; no session waits forever.
     RunningJobs::shared().stopAll();
     m_lastMoment.start(m_farewell);
     waitFor(Wait::stopped);

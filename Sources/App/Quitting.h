@@ -10,7 +10,7 @@
 
 namespace Pelgra {
 
-/// How the application ends: asked by the user, told by the session or the system, or by itself when a wheel that was
+/// How the application ends: asked to by the user, the session or the system, or by itself when a wheel that was
 /// shown alone has nothing left to do. Idle windows never keep it from ending. Main thread.
 class Quitting : public QObject {
     Q_OBJECT

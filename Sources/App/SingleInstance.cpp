@@ -14,14 +14,14 @@ namespace {
 const QString serviceName = QStringLiteral("org.pelgra.Pelgra");
 const QString objectPath = QStringLiteral("/org/pelgra/Pelgra");
 const QString toolsKind = QStringLiteral("tools");
-constexpr int answerMilliseconds = 15000; // it may be starting itself
+constexpr int answerMilliseconds = 15000; // it may still be starting
 
 } // namespace
 
 SingleInstance::SingleInstance(QObject* parent)
     : QObject(parent)
 {
-    qDBusRegisterMetaType<QByteArrayList>(); // else neither side can send or read the files
+    qDBusRegisterMetaType<QByteArrayList>(); // without it neither side can send or read the files
 }
 
 bool SingleInstance::isAnotherRunning() const

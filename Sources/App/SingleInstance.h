@@ -10,8 +10,8 @@
 
 namespace Pelgra {
 
-/// Keeps one process of Pelgra in a session, by a name on the session bus. A second start hands its wish to the first.
-/// Without a session bus every process is the first. Main thread.
+/// Keeps one process of Pelgra in a session, by a name on the session bus. A second start passes its request to the
+/// first. Without a session bus every process is the first. Main thread.
 class SingleInstance : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.pelgra.Pelgra")
@@ -24,7 +24,7 @@ public:
     /// Whether another process is there already.
     bool isAnotherRunning() const;
 
-    /// Becomes the one. False when another was faster.
+    /// Becomes that process. False when another was faster.
     bool claim();
 
     /// Asks the other process for a wheel, or without files for the settings. False when it didn’t answer.

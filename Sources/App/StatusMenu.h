@@ -15,7 +15,7 @@ namespace Pelgra {
 class Platform;
 class Preferences;
 
-/// The icon in the tray and its menu, there as soon as there is a tray. What its lines do is for the owner. Main
+/// The icon in the tray and its menu, there as soon as there is a tray. What its lines do is up to the owner. Main
 /// thread.
 class StatusMenu : public QObject {
     Q_OBJECT
@@ -25,7 +25,7 @@ public:
     StatusMenu(const Preferences& preferences, Platform& platform, QObject* parent = nullptr);
     ~StatusMenu() override;
 
-    /// Whether a tray shows the icon at the moment. Asks the session bus and waits for its answer.
+    /// Whether a tray shows the icon at the moment. Asks the session bus and waits for the answer.
     bool isShown() const { return m_trayHost.isThere(); }
 
 Q_SIGNALS:

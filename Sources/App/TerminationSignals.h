@@ -7,8 +7,8 @@ class QObject;
 namespace Pelgra {
 
 /// From here on a request to end the process (SIGTERM, SIGINT, SIGHUP) is kept for the event loop, so that one that
-/// comes while the process starts is neither lost nor the end of a half-started one. A second one before the event loop
-/// is there ends the process at once: the start itself may hang. To be called first of all.
+/// comes during the start is neither lost nor the end of a half-started process. A second one before the event loop is
+/// there ends the process at once: the start itself may hang. To be called before anything else.
 void catchTerminationSignals();
 
 /// Calls the handler on the main thread when the process was or is asked to end. Once per process; the context outlives

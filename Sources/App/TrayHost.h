@@ -17,7 +17,7 @@ public:
     explicit TrayHost(Platform& platform, QObject* parent = nullptr);
     ~TrayHost() override;
 
-    /// Whether there is one at the moment. Asks the session bus and waits for its answer.
+    /// Whether there is one at the moment. Asks the session bus and waits for the answer.
     bool isThere() const;
 
 Q_SIGNALS:

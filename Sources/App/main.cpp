@@ -23,7 +23,7 @@ constexpr int exitUsage = 2; ///< also where there is no display
 
 void nameApplication()
 {
-    // The display name as well; given apart it would stand behind every window’s title.
+    // The display name as well; set separately, it would be appended to every window’s title.
     QApplication::setApplicationName(QStringLiteral("Pelgra"));
     QApplication::setDesktopFileName(QStringLiteral("org.pelgra.Pelgra"));
     QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("org.pelgra.Pelgra")));
@@ -36,7 +36,7 @@ int main(int argumentCount, char** argumentVector)
 {
     using namespace Pelgra;
     catchTerminationSignals();
-    // The toolkit's own copy of the words has lost what is no text.
+    // The toolkit's own copy of the words has lost whatever is not text.
     const std::vector<std::string> words(argumentVector + (argumentCount > 0 ? 1 : 0), argumentVector + argumentCount);
     LaunchArguments arguments;
     try {
@@ -53,9 +53,9 @@ int main(int argumentCount, char** argumentVector)
     nameApplication();
     const bool isTestHost = qEnvironmentVariableIsSet("XCTestConfigurationFilePath");
     SingleInstance instance;
-    // A wheel of files alone is no instance. Of several starts at once the bus lets one have the name.
+    // A wheel for files alone is not an instance. Of several starts at once the bus lets one have the name.
     const bool isFirst = isTestHost || (arguments.files.empty() ? instance.claim() : !instance.isAnotherRunning());
-    // Started with the session while it is running already: nobody asked to see anything.
+    // Started with the session while already running: nobody asked to see anything.
     if (!isFirst && (arguments.background || instance.forward(arguments.kind, arguments.files)))
         return 0;
     const std::unique_ptr<Platform> platform = Platform::forThisSession();
@@ -71,6 +71,6 @@ int main(int argumentCount, char** argumentVector)
     }
     const int status = QApplication::exec();
     if (RunningJobs::shared().count() > 0)
-        std::_Exit(status); // their threads must not meet what is taken down behind main()
+        std::_Exit(status); // their threads must not meet what is taken down after main()
     return status;
 }

@@ -90,7 +90,7 @@ void follow(const QString& group, const QString& key, QObject* context, std::fun
     const QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
-    // The bus looks up a slot's types by their names, and connects nothing where nobody has told one yet (Qt 6.4).
+    // The bus looks up a slot's types by name, and does not connect it while one is not registered (Qt 6.4).
     qRegisterMetaType<QDBusVariant>();
     auto* const follower = new Follower(group, key, context, std::move(tell));
     follower->begin(bus);

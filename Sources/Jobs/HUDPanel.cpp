@@ -34,7 +34,7 @@ QList<HUDPanel*>& panels()
 QPainterPath capsule(const QRectF& rect)
 {
     QPainterPath path;
-    // Two lines of text make a rounded rectangle of what would be a capsule with one.
+    // With one line of text it is a capsule, with two a rounded rectangle.
     const double radius = qMin(rect.height() / 2, 22.0);
     path.addRoundedRect(rect, radius, radius);
     return path;
@@ -103,7 +103,8 @@ void HUDPanel::applyState()
     reposition();
     QWidget::update();
     if (isVisible()) {
-        // It never has the focus; a notification is read aloud when it is shown, and so again with another text.
+        // It never has the focus; a notification is read aloud when it is shown, so it is shown again with every new
+        // text.
         QAccessibleEvent event(this, QAccessible::ObjectShow);
         QAccessible::updateAccessibility(&event);
     }

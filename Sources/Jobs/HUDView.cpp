@@ -31,7 +31,7 @@ QLabel* makeLabel(int pixels, QFont::Weight weight, const QColor& color, QWidget
     font.setPixelSize(pixels);
     font.setWeight(weight);
     label->setFont(font);
-    label->setTextFormat(Qt::PlainText); // file names are no markup
+    label->setTextFormat(Qt::PlainText); // file names are not markup
     label->setWordWrap(false);
     QPalette colors = label->palette();
     colors.setColor(QPalette::WindowText, color);
@@ -40,8 +40,8 @@ QLabel* makeLabel(int pixels, QFont::Weight weight, const QColor& color, QWidget
     return label;
 }
 
-/// A text as it can be shown in the column: what is wider than that and has no space to be wrapped at is cut in its
-/// middle, and the sentence runs from left to right whatever the script of a file's name in it.
+/// A text that fits the column: what is wider and has no space to wrap at is cut in the middle, and the sentence runs
+/// from left to right whatever the script of a file name in it.
 QString fittedText(QString text, const QFontMetrics& metrics)
 {
     text.replace(u'\n', u' ');
@@ -53,7 +53,7 @@ QString fittedText(QString text, const QFontMetrics& metrics)
     return fitted.isRightToLeft() ? leftToRightMark + fitted : fitted;
 }
 
-/// Sets a text that is wrapped where it is wider than the column, and takes its true size otherwise.
+/// Sets a text that is wrapped where it is wider than the column and has its natural size otherwise.
 void setText(QLabel* label, const QString& text)
 {
     const QString fitted = fittedText(text, label->fontMetrics());

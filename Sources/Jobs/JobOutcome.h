@@ -12,7 +12,7 @@
 
 namespace Pelgra {
 
-/// What a job that succeeded has to tell.
+/// What a job that succeeded has to say.
 struct JobDone {
     std::vector<JobResult> results; ///< at least one unless there was nothing to do
     QStringList warnings; ///< what the user should know all the same, as sentences

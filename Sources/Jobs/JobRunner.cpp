@@ -83,7 +83,7 @@ void JobRunner::toolFinished(FileTool tool, const std::optional<JobOutcome>& out
         qCInfo(jobsLog, "%s window closed without a result", qUtf8Printable(textOf(tool.rawValue())));
         return;
     }
-    // The drop is long past: the panel goes where the user looks now.
+    // The drop was long ago: the panel goes where the user is looking now.
     if (const std::optional<HUDState> state = finalState(*outcome, textOf(tool.title())))
         HUDPanel::show(*state, QCursor::pos());
 }

@@ -16,7 +16,7 @@ namespace Pelgra {
 
 namespace {
 
-/// How far a job has come, in units of its own; told by its thread.
+/// How far a job has come, in units of its own; reported by its thread.
 struct Progress {
     std::atomic_int done = 0;
     std::atomic_int total = 0;

@@ -19,12 +19,12 @@ class RunningJobs : public QObject {
 public:
     static RunningJobs& shared();
 
-    /// Starts a job under the name that the log gives it; `file` is named should it fail in an unforeseen way. `ended`
+    /// Starts a job under the name that the log gives it; `file` is named if it fails in an unforeseen way. `ended`
     /// is called once, on the main thread, unless the receiver is gone by then.
     void start(const QString& name, const std::filesystem::path& file, Job job, QObject* receiver,
                std::function<void(const JobOutcome& outcome)> ended);
 
-    /// Jobs whose end has not been told yet.
+    /// Jobs whose end has not been reported yet.
     int count() const { return m_count; }
 
     /// Asks every job to stop soon and leave nothing unfinished behind. Those that start later run.

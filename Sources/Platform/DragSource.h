@@ -48,7 +48,7 @@ public:
     std::function<void()> onNews;
 
     /// A drag was cancelled with the button still down: by Escape, or because its source has gone. Drops of this drag
-    /// are refused from here on.
+    /// are refused from now on.
     std::function<void()> onCancelled;
 };
 

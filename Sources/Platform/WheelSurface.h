@@ -11,10 +11,10 @@ class QWidget;
 
 namespace Pelgra {
 
-/// What a surface delivers a foreign drag to; the wheel's view implements it. Main thread. Points are logical pixels
-/// from the top-left corner of the attached widget, y down. Calls may come up to half a second after the widget was
-/// hidden: the drop of a drag often arrives after the release of the button was seen, so what dropAt() answers from
-/// must outlast hiding.
+/// Where a surface delivers drags from other applications; the wheel's view implements it. Main thread. Points are
+/// logical pixels from the top-left corner of the attached widget, y down. Calls may come up to half a second after the
+/// widget was hidden: the drop of a drag often arrives after the release of the button was seen, so what dropAt()
+/// answers from must outlast hiding.
 class DropTarget {
 public:
     DropTarget() = default;

@@ -22,7 +22,7 @@ public:
     /// An invalid variant when there is none.
     virtual QVariant value(const QString& key) const = 0;
 
-    /// Is kept at once. False where it could not be; it counts until the end of the process all the same.
+    /// Stored at once. False where it could not be; it counts until the end of the process all the same.
     virtual bool setValue(const QString& key, const QVariant& value) = 0;
 };
 

@@ -42,7 +42,7 @@ private:
     }
 };
 
-/// The items of a list as they stand there, not as they were made.
+/// The items of a list in the order they are shown, not in the order they were made.
 class ListInterface final : public QAccessibleWidget {
 public:
     ListInterface(QWidget* content, const ReorderView* view)

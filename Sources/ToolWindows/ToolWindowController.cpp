@@ -62,7 +62,7 @@ ToolWindowController::ViewFactory& viewFactory()
     return factory;
 }
 
-/// The same paths in the one form that tells whether two requests are for the same files.
+/// The same paths in a form by which two requests for the same files can be recognised.
 ToolWindowController::Files normalized(const ToolWindowController::Files& files)
 {
     ToolWindowController::Files result;

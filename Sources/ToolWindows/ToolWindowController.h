@@ -23,7 +23,7 @@ public:
     using Files = std::vector<std::filesystem::path>;
     using Completion = std::function<void(std::optional<JobOutcome>)>;
 
-    /// What finds an open window again: the tool and its files in their order.
+    /// What identifies an open window: the tool and its files in their order.
     struct Key {
         FileTool tool;
         Files files; ///< absolute, without "." and ".."
@@ -34,7 +34,7 @@ public:
     /// for that one is then told that nothing ran.
     static void present(FileTool tool, const Files& files, Completion completion);
 
-    /// The open requests, in no order.
+    /// The open requests, in no particular order.
     static std::vector<ToolWindowController*> openControllers();
 
     /// Makes the content of a tool's window; replaced by tests.

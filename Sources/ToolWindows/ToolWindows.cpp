@@ -25,7 +25,7 @@ void split(const Files& files, Completion completion)
     RunningJobs::shared().start(
         textOf(FileTool(FileTool::splitPDF).title()), files.front(),
         [files](const JobControl& control) {
-            // The outcome is that of the last file alone; the others are on disk all the same.
+            // The outcome is that of the last file only; the others are on disk all the same.
             return std::vector{splitAll(files, control).back()};
         },
         qApp, [completion = std::move(completion)](const JobOutcome& outcome) { completion(outcome); });

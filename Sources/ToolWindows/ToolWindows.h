@@ -5,7 +5,7 @@
 
 #include <QStringList>
 
-/// The one way to a document tool. Main thread.
+/// The only way to a document tool. Main thread.
 namespace Pelgra::ToolWindows {
 
 /// Opens a tool's window, or for Split runs the job at once. The completion is called exactly once, on the main thread.

@@ -8,7 +8,7 @@ namespace Pelgra::Ed25519 {
 inline constexpr qsizetype publicKeySize = 32;
 inline constexpr qsizetype signatureSize = 64;
 
-/// Whether the signature is that of exactly these bytes under the raw public key. False for sizes that are wrong.
+/// Whether the signature is that of exactly these bytes under the raw public key. False where a size is wrong.
 bool verify(const QByteArray& message, const QByteArray& signature, const QByteArray& publicKey);
 
 } // namespace Pelgra::Ed25519

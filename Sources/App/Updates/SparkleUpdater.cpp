@@ -30,7 +30,7 @@ QString ownVersion()
     return textOf(Pelgra::version());
 }
 
-/// The raw key, or nothing where the text is no Base64.
+/// The raw key, or nothing where the text is not Base64.
 QByteArray keyFrom(const QString& text)
 {
     const auto key = QByteArray::fromBase64Encoding(text.toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
@@ -105,7 +105,7 @@ void SparkleUpdater::checkForUpdates()
 {
     if (!m_client)
         return;
-    m_userAsked = true; // also when a scheduled check is under way: its answer is told then
+    m_userAsked = true; // also when a scheduled check is under way: its answer is then shown
     m_client->check();
 }
 

@@ -14,7 +14,7 @@
 namespace Pelgra {
 
 /// Checks for new versions over a signed appcast. In a build without a real signing key it exists but never starts. It
-/// only tells: where a newer version is, or that the system's package manager brings it.
+/// only tells where a newer version is, or that the system's package manager brings it.
 class SparkleUpdater final : public UpdaterManaging {
     Q_OBJECT
 
@@ -26,7 +26,7 @@ public:
     /// Whether this build carries a usable signing key.
     static bool isConfigured();
 
-    /// The rule behind it, for a value of the build's key SUPublicEDKey: the Base64 of a raw key, and no placeholder.
+    /// The rule behind it, for a value of the build's key SUPublicEDKey: the Base64 of a raw key, not a placeholder.
     static bool isConfigured(const QVariant& publicKey);
 
     bool automaticallyChecksForUpdates() const override { return m_automaticallyChecksForUpdates; }
@@ -39,7 +39,7 @@ private:
     void tellFound(const UpdateFeed::Release& release);
     void tell(const QString& message, const QString& details);
 
-    /// The one box that tells of a check.
+    /// The one box that reports a check.
     QMessageBox* newBox(const QString& message);
 
     std::unique_ptr<UpdateClient> m_client; ///< null: not configured

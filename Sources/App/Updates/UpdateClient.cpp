@@ -69,7 +69,7 @@ void UpdateClient::fetch(const QUrl& url, void (UpdateClient::*received)(const Q
     connect(reply, &QNetworkReply::finished, this, [this, reply, received] {
         reply->deleteLater();
         if (reply != m_reply)
-            return; // given up meanwhile
+            return; // given up in the meantime
         if (reply->error() != QNetworkReply::NoError)
             fail(QStringLiteral("The update server couldn’t be reached."));
         else if (take(*reply))
@@ -81,7 +81,7 @@ bool UpdateClient::take(QNetworkReply& reply)
 {
     // Piece by piece, so that an endless answer is cut off as soon as it is too long.
     if (&reply != m_reply)
-        return false; // given up meanwhile
+        return false; // given up in the meantime
     m_received += reply.read(m_configuration.sizeLimit + 1 - m_received.size());
     if (m_received.size() <= m_configuration.sizeLimit)
         return true;

@@ -41,7 +41,7 @@ Q_SIGNALS:
 
 private:
     void fetch(const QUrl& url, void (UpdateClient::*received)(const QByteArray&));
-    /// Takes what has arrived; false where that is none of ours any more, or too long.
+    /// Takes what has arrived; false where it is no longer ours, or too long.
     bool take(QNetworkReply& reply);
     void receivedFeed(const QByteArray& feed);
     void receivedSignature(const QByteArray& signature);

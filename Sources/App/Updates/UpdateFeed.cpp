@@ -15,7 +15,7 @@ struct Channel {
     std::optional<Release> newest;
 };
 
-/// A time without a zone is one of UTC, on every machine.
+/// A time without a zone is in UTC, on every machine.
 QDateTime timeFrom(const QString& text)
 {
     const QDateTime time = QDateTime::fromString(text, Qt::ISODate);

@@ -28,7 +28,7 @@ enum class Refusal : std::uint8_t { badSignature, malformed, expired };
 /// The newest release that is newer than `current`; none when there is nothing newer.
 using Answer = std::variant<std::optional<Release>, Refusal>;
 
-/// Reads a feed. Nothing of it is parsed before its signature is found right.
+/// Reads a feed. Nothing in it is parsed before its signature has proved right.
 Answer read(const QByteArray& feed, const QByteArray& signatureText, const QByteArray& publicKey,
             const QVersionNumber& current, const QDateTime& now);
 

@@ -8,7 +8,7 @@ namespace Pelgra {
 
 class Preferences;
 
-/// What the rest of the application knows of the update checker. Main thread.
+/// What the rest of the application knows about the update checker. Main thread.
 class UpdaterManaging : public QObject {
     Q_OBJECT
 
@@ -35,7 +35,7 @@ namespace Updater {
 UpdaterManaging* current();
 void setCurrent(UpdaterManaging* updater);
 
-/// Has the installed updater, whichever it is by then, told of every change of the setting.
+/// Has the installed updater, whichever it is by then, told about every change of the setting.
 void follow(const Preferences& preferences);
 
 } // namespace Updater

@@ -80,7 +80,7 @@ void XdndReceiver::drop(const xcb_client_message_event_t& message)
 {
     const xcb_window_t source = message.data.data32[0];
     if (m_drop)
-        finishDrop({}); // the drag before, whose source does not answer
+        finishDrop({}); // the previous drag, whose source does not answer
     const bool accepts = std::exchange(m_isAccepted, false) && source == m_source && m_surroundings.acceptsDrops();
     DropTarget::Drop action = accepts ? m_target.dropAt(m_point) : nullptr;
     m_source = XCB_WINDOW_NONE;

@@ -4,7 +4,7 @@
 
 namespace Pelgra {
 
-/// Makes one PDF of images, a page for each.
+/// Makes one PDF of images, with a page for each.
 class CreatePDFView : public FileOrderView {
     Q_OBJECT
 

@@ -7,7 +7,7 @@
 
 namespace Pelgra {
 
-/// A small picture of a file, drawn once it is there; a symbol of a photo until then.
+/// A small picture of a file, shown once it is there; the symbol of a photo until then.
 class FileThumbnail : public QWidget {
     Q_OBJECT
 

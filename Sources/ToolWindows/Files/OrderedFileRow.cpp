@@ -77,10 +77,10 @@ OrderedFileRow::OrderedFileRow(const OrderedFile& file, RowLeading leading, QWid
     , m_down(new ChevronButton(QStringLiteral("chevron.down"), this))
 {
     setFocusPolicy(Qt::StrongFocus);
-    setToolTip(textFromPath(file.url)); // tells two files of the same name apart
+    setToolTip(textFromPath(file.url)); // distinguishes files of the same name
     m_number->setFixedWidth(numberWidth);
     m_name->setMinimumWidth(0);
-    // Beside its picture in whatever script it is written.
+    // Next to the picture, whatever script it is written in.
     m_name->setAlignment((isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignAbsolute | Qt::AlignVCenter);
     m_up->setAccessibleName(QStringLiteral("Move %1 up").arg(m_fileName));
     m_down->setAccessibleName(QStringLiteral("Move %1 down").arg(m_fileName));
@@ -108,7 +108,7 @@ void OrderedFileRow::setPosition(std::size_t index, std::size_t count)
     makeRoomForNumbers(count);
     const bool canMoveUp = index > 0;
     const bool canMoveDown = index + 1 < count;
-    // At the end of the list the keyboard stays in the row; else it would go on to whatever comes next, and the key
+    // At the end of the list the focus stays in the row; otherwise it would move on to whatever comes next, and the key
     // that moved the row would press that.
     if ((m_up->hasFocus() && !canMoveUp) || (m_down->hasFocus() && !canMoveDown))
         setFocus();
@@ -167,7 +167,7 @@ void OrderedFileRow::elideName()
     const int used =
         leadingPadding + m_number->minimumWidth() + spacing + 36 + spacing + spacing + m_up->width() + trailingPadding;
     QString name = m_fileName;
-    name.replace(u'\n', u' '); // there is one line
+    name.replace(u'\n', u' '); // there is only one line
     m_name->setText(m_name->fontMetrics().elidedText(name, Qt::ElideMiddle, qMax(0, width() - used)));
 }
 

@@ -111,7 +111,7 @@ QWidget* ToolChrome::makeTopBar(const QString& title)
     auto* const bar = new QWidget(this);
     bar->setFixedHeight(barHeight);
     m_title = new QLabel(bar);
-    m_title->setObjectName(titleName()); // before the text, which assistive programs are told of
+    m_title->setObjectName(titleName()); // before the text, a change of which is reported to assistive programs
     m_title->setText(title);
     m_title->setAlignment(Qt::AlignCenter);
     m_title->setFont(fontOf(*this, 22, QFont::Bold));
@@ -160,7 +160,7 @@ void ToolChrome::updateControls()
 
 void ToolChrome::takeFocusToAction()
 {
-    // The keyboard begins there, and comes back from the overlay and from what only held its place.
+    // The keyboard focus begins there, and comes back from the overlay and from whatever only held it meanwhile.
     const QWidget* const focused = window()->focusWidget();
     if (m_action->isEnabled() && (!focused || focused == m_close || focused->focusPolicy() == Qt::NoFocus))
         m_action->setFocus();
@@ -207,7 +207,7 @@ void ProgressOverlay::setShown(bool shown)
     if (shown) {
         raise();
         show();
-        setFocus(); // keys must not reach what lies behind
+        setFocus(); // keys must not reach what is behind
         QAccessibleEvent event(this, QAccessible::Alert);
         QAccessible::updateAccessibility(&event);
     }

@@ -25,7 +25,7 @@ constexpr double cornerRadius = 12; // logical pixels
 
 bool asksToClose(const QKeyEvent& event)
 {
-    // Caps Lock is no modifier here, and the keypad's bit says nothing about what was meant.
+    // Caps Lock does not count as a modifier here, and the keypad's bit says nothing about what was meant.
     const Qt::KeyboardModifiers held = event.modifiers() & ~(Qt::KeypadModifier | Qt::GroupSwitchModifier);
     return (event.key() == Qt::Key_Escape && held == Qt::NoModifier)
         || (event.key() == Qt::Key_W && held == Qt::ControlModifier);
@@ -36,7 +36,7 @@ bool asksToClose(const QKeyEvent& event)
 ToolWindow::ToolWindow()
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint)
 {
-    setAttribute(Qt::WA_TranslucentBackground); // for the corners alone
+    setAttribute(Qt::WA_TranslucentBackground); // only for the corners
 }
 
 void ToolWindow::setSizeLimits(QSize smallest, QSize largest)
@@ -102,7 +102,7 @@ void ToolWindow::closeEvent(QCloseEvent* event)
 
 void ToolWindow::mousePressEvent(QMouseEvent* event)
 {
-    // Whatever no control has taken is the window's own background.
+    // Whatever no control has taken belongs to the window's background.
     m_dragStart.press(*event);
 }
 
@@ -126,7 +126,7 @@ void ToolWindow::paintEvent(QPaintEvent*)
         painter.fillPath(shape, palette().color(QPalette::Window));
     else
         painter.fillRect(rect(), palette().color(QPalette::Window)); // cut to its outline, without soft edges
-    // Nobody draws a frame around the window, and the one below may have its colour.
+    // Nobody else draws a frame around the window, and the one below may have the same colour.
     painter.setClipPath(shape);
     painter.strokePath(shape, QPen(primaryColor(*this, 0.2), 2));
 }

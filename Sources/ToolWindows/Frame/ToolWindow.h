@@ -7,8 +7,8 @@
 
 namespace Pelgra {
 
-/// The window of one tool: no title bar of its own, rounded, moved by its background, where its size may change resized
-/// at its edges, closed by Escape and Control+W. Whether it may close is not its own decision.
+/// The window of one tool: no title bar of its own, rounded, moved by its background, resized at its edges where its
+/// size may change, closed by Escape and Control+W. Whether it may close is not its own decision.
 class ToolWindow : public QWidget {
     Q_OBJECT
 

@@ -7,7 +7,7 @@
 namespace Pelgra {
 
 /// An invisible strip along one edge or over one corner of a window without a frame: a drag resizes the window the way
-/// the desktop does it, with its snapping and its limits.
+/// the desktop does, with its snapping and its limits.
 class WindowEdge : public QWidget {
     Q_OBJECT
 

@@ -137,7 +137,7 @@ void OrganizePDFView::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
     if (m_model.isLoading())
-        m_pages->setFocus(); // else the keyboard would begin at the close button
+        m_pages->setFocus(); // otherwise the keyboard focus would begin at the close button
     m_model.load();
 }
 

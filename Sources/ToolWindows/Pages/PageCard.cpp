@@ -120,7 +120,7 @@ void PageCard::nameForReaders()
     setSpokenName(*m_rotate, QStringLiteral("Rotate page %1 clockwise").arg(m_number));
     setSpokenName(*m_duplicate, QStringLiteral("Duplicate page %1").arg(m_number));
     setSpokenName(*m_remove, QStringLiteral("Remove page %1").arg(m_number));
-    // What a press has changed, read aloud on the button.
+    // What a press has changed; read aloud on the button.
     setSpokenDescription(*m_rotate, turned.isEmpty() ? QStringLiteral("not turned") : turned);
     setSpokenDescription(*m_duplicate, place);
 }
@@ -129,7 +129,7 @@ void PageCard::turnTo(std::int64_t rotation)
 {
     if (rotation == m_lastRotation)
         return;
-    // Always clockwise, by what is missing to the new rotation: from 270 to 0 is a quarter turn on, not three back.
+    // Always clockwise, by what is missing from the new rotation: from 270 to 0 is a quarter turn on, not three back.
     const std::int64_t turn = ((rotation - m_lastRotation) % 360 + 360) % 360;
     m_lastRotation = rotation;
     m_drawn = {};

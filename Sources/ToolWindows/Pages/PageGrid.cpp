@@ -163,7 +163,7 @@ void PageGrid::removePage(const Identifier& id)
         return;
     }
     m_model->remove(id);
-    focusItem(std::min(*index, count() - 1)); // the keyboard goes on where it was
+    focusItem(std::min(*index, count() - 1)); // the focus stays where it was
 }
 
 void PageGrid::movePage(const Identifier& id, PageCard::Direction direction)

@@ -36,7 +36,7 @@ void PageImages::load(std::int64_t page)
             if (image && !image->isNull())
                 keep(page, *image);
             else if (!image && !*cancelled)
-                load(page); // it came back into view after it had been left out
+                load(page); // it came back into view after having been left out
             else if (image && !*cancelled)
                 m_failed.insert(page);
         },

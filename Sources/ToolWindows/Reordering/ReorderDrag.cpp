@@ -41,7 +41,7 @@ void ReorderDrag::press(QPoint viewportPoint)
 void ReorderDrag::move(QPoint viewportPoint, bool buttonDown)
 {
     if (!buttonDown) {
-        release(); // the release was never told, so the drag is stale
+        release(); // the release was never reported, so the drag is stale
         return;
     }
     m_point = viewportPoint;

@@ -23,14 +23,14 @@ constexpr double liftedRadius = 13; // between those of rows and cards
 constexpr int liftedMargin = 20; // for the shadow
 const SoftShadow liftedShadow{QColor(0, 0, 0, 80), {0, 4}, 16};
 constexpr int margin =
-    200; // logical pixels kept ready above and below the visible part, so that Tab finds its neighbours
+    200; // logical pixels kept ready above and below the visible part, so that Tab finds the neighbours
 
 bool hasKeyboard(const QWidget& item)
 {
     return item.hasFocus() || item.isAncestorOf(QApplication::focusWidget());
 }
 
-/// An item as it looks lifted from its place: no longer translucent, above its shadow.
+/// An item as it looks when lifted from its place: no longer translucent, above its shadow.
 QPixmap liftedPicture(QWidget& item)
 {
     const double scale = item.devicePixelRatioF();
@@ -44,7 +44,7 @@ QPixmap liftedPicture(QWidget& item)
     painter.setPen(Qt::NoPen);
     painter.setBrush(item.palette().color(QPalette::Window));
     painter.drawRoundedRect(frame, liftedRadius, liftedRadius);
-    painter.setBrush(Qt::NoBrush); // the item's own painters begin with what this one has
+    painter.setBrush(Qt::NoBrush); // the item's own painters start from the state of this one
     item.render(&painter, frame.topLeft().toPoint(), QRegion(), QWidget::DrawChildren);
     painter.setPen(QPen(primaryColor(item, 0.12), 1));
     painter.drawRoundedRect(frame.adjusted(0.5, 0.5, -0.5, -0.5), liftedRadius, liftedRadius);
@@ -75,7 +75,8 @@ ReorderView::ReorderView(QWidget* parent)
         return count() > 1;
     };
     m_drag->itemAt = [this](QPoint point) {
-        // By where items will rest, not by where they are while they slide: else two would swap back and forth.
+        // By where items will come to rest, not by where they are while they slide: otherwise two would swap back and
+        // forth.
         const auto index = indexAt(point);
         return index ? std::optional(idAt(*index)) : std::nullopt;
     };
@@ -187,7 +188,7 @@ void ReorderView::refresh(bool animated, int milliseconds)
 
 bool ReorderView::isKept(const Identifier& id, const QWidget* item) const
 {
-    // The mouse holds it, or the keyboard is in it and its item still exists.
+    // The mouse holds it, or the focus is in it and its item still exists.
     if (m_drag->dragging() == id)
         return true;
     return hasKeyboard(*item) && indexOf(id);
@@ -309,7 +310,7 @@ bool ReorderView::eventFilter(QObject* watched, QEvent* event)
         if (static_cast<QMouseEvent*>(event)->button() != Qt::LeftButton)
             return false;
         m_drag->press(viewportPoint());
-        // Taken only over an item that can be dragged; elsewhere the window moves by its background.
+        // Accepted only over an item that can be dragged; elsewhere the window moves by its background.
         return count() > 1 && indexAt(m_content->mapFrom(viewport(), viewportPoint())).has_value();
     case QEvent::MouseMove:
         m_drag->move(viewportPoint(), static_cast<QMouseEvent*>(event)->buttons().testFlag(Qt::LeftButton));

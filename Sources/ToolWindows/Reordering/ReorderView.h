@@ -14,15 +14,15 @@ namespace Pelgra {
 
 class ReorderDrag;
 
-/// A scrolled view of items that the user reorders by dragging. What the items are and where they stand is for the
-/// subclass to say. A widget exists for an item only while it is in view, so thousands of items cost no more than a
+/// A scrolled view of items that the user reorders by dragging. What the items are and where they are placed is up to
+/// the subclass. A widget exists for an item only while it is in view, so thousands of items cost no more than a
 /// screenful; changes of place are animated. The keyboard moves between items with the arrow, Home, End and Page keys;
 /// Tab goes through the controls of one item and on. Points and frames are in logical pixels of the content, y down.
 class ReorderView : public QScrollArea, public TabOrder::Group {
     Q_OBJECT
 
 public:
-    /// Room at the right for the scroll bar, which lies outside the items' width, logical pixels.
+    /// Room on the right for the scroll bar, which is outside the items' width, logical pixels.
     static constexpr int trailingRoom = 18;
 
     ~ReorderView() override;
@@ -53,7 +53,7 @@ protected:
     virtual int columnCount() const { return 1; }
 
     virtual QWidget* makeItem(std::size_t index, QWidget* content) = 0;
-    /// Shows in the widget where its item stands now.
+    /// Shows in the widget where its item is now.
     virtual void updateItem(QWidget* item, std::size_t index, bool isDragged) = 0;
     /// The widget's item went out of view; it is deleted next.
     virtual void itemLeaves(QWidget* item);

@@ -33,8 +33,8 @@ std::optional<std::size_t> indexOf(const std::vector<Item>& items, const Identif
 /// Whether a step from an index stays within a list of that many items.
 bool canMove(std::size_t count, std::ptrdiff_t index, std::ptrdiff_t delta);
 
-/// Swaps the item at index with the one `delta` places on; nothing where either is outside the list. Returns whether
-/// anything changed.
+/// Swaps the item at index with the one `delta` places on; does nothing where either is outside the list. Returns
+/// whether anything changed.
 template <typename Item>
 bool move(std::vector<Item>& items, std::ptrdiff_t index, std::ptrdiff_t delta)
 {
