@@ -23,7 +23,7 @@ QPainterPath leaf()
     return path;
 }
 
-/// Draws the icon at any size, and names the one of the icon theme that trays colour by themselves.
+/// Draws the icon at any size, and names the icon of the theme that trays colour by themselves.
 class TintedEngine final : public QIconEngine {
 public:
     explicit TintedEngine(const QColor& tint)
@@ -60,7 +60,7 @@ private:
     QColor m_tint;
 };
 
-/// An icon in the tray belongs to no window that would hear of a new palette.
+/// An icon in the tray does not belong to a window that would hear of a new palette.
 class PaletteFollower final : public QObject {
 public:
     explicit PaletteFollower(QSystemTrayIcon& item)

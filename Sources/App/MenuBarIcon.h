@@ -27,8 +27,8 @@ QPixmap pixmap(int size, const QColor& color, double devicePixelRatio = 1);
 /// The icon of the theme that looks the same, in whatever colour the tray gives to symbols.
 QString symbolicName();
 
-/// A template image (QIcon::isMask) of any size. Where the theme has the symbolic icon it bears that one's name; the
-/// tint is for trays that show it as it is.
+/// A template image (QIcon::isMask) of any size. Where the theme has the symbolic icon, it carries that icon's name;
+/// the tint is for trays that show it unchanged.
 QIcon image(const QColor& tint);
 
 /// The tint that stands out on the tray: the text colour of a panel.

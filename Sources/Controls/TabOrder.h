@@ -8,8 +8,8 @@ class QWidget;
 /// created. Items of lists come and go and change places, so the toolkit's own order would soon make no sense.
 namespace Pelgra::TabOrder {
 
-/// A widget of which Tab visits one child and the controls inside that; other keys lead to its siblings. Else many
-/// items would stand between the controls before and after them.
+/// A widget of which Tab visits one child and the controls inside it; other keys lead to its siblings. Otherwise many
+/// items would come between the controls before and after them.
 class Group {
 public:
     virtual ~Group() = default;

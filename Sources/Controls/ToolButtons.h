@@ -12,7 +12,7 @@ QColor primaryColor(const QWidget& widget, double opacity);
 /// A quieter text colour of the palette.
 QColor secondaryColor(const QWidget& widget);
 
-/// A button that leaves the arrow keys to what it stands in.
+/// A button that leaves the arrow keys to its container.
 class ToolButton : public QAbstractButton {
     Q_OBJECT
 

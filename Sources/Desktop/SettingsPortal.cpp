@@ -25,7 +25,7 @@ QDBusMessage question(const QString& group, const QString& key)
     return message;
 }
 
-/// The answer is wrapped in variants, by the portal's older question even twice.
+/// The answer is wrapped in variants, that of the portal's older method even twice.
 QVariant unwrapped(QVariant value)
 {
     while (value.canConvert<QDBusVariant>())
@@ -33,7 +33,7 @@ QVariant unwrapped(QVariant value)
     return value;
 }
 
-/// One setting and who wants to know of it.
+/// One setting and who wants to know about it.
 class Follower : public QObject {
     Q_OBJECT
 

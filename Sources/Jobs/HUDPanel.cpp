@@ -18,7 +18,7 @@ namespace {
 constexpr int appearMilliseconds = 150;
 constexpr int vanishMilliseconds = 350;
 constexpr int doneMilliseconds = 1600;
-constexpr int failedMilliseconds = 4000; // longer, so that the message can be read; a warning beside a success too
+constexpr int failedMilliseconds = 4000; // longer, so that the message can be read; also for a success with a warning
 constexpr int gapBelowAnchor = 28;
 constexpr int screenMargin = 8;
 

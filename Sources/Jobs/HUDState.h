@@ -37,7 +37,7 @@ namespace HUDCopy {
 /// The single-file text for one file, else the count: "3 files".
 QString batchName(std::size_t count, const QString& single);
 
-/// What a job that is done is called: its one result, or what the job was called.
+/// The name of a job that is done: its one result, or the name of the job.
 QString shownName(const JobDone& done, const QString& jobName);
 
 QString working(const QString& jobName); ///< "Making photo.png…"

@@ -29,9 +29,10 @@ public:
     /// Whether the window system itself offers a tray for icons (trays on the session bus are found there).
     virtual bool hasTray() const = 0;
 
-    /// Tells the window system the outline of a window that draws its own, in logical pixels of the window: what lies
-    /// outside is cut off where nothing composites, and where something does it is asked for no shadow of a rectangle.
-    /// To be told again when the window is shown, changes its size or its scale, or compositing comes or goes.
+    /// Tells the window system the outline of a window that draws its own, in logical pixels of the window: what is
+    /// outside is cut off where nothing composites; where something does, it is asked not to draw the shadow of a
+    /// rectangle. To be told again when the window is shown, changes its size or its scale, or compositing comes or
+    /// goes.
     virtual void setOutline(QWidget& window, const QPainterPath& outline) = 0;
 
     /// hasTray() may have changed.

@@ -17,7 +17,7 @@ QRegion pixelsOf(const QPainterPath& shape, QSize size, double pixelRatio)
     const QRect area = scaled.boundingRect().toAlignedRect() & QRect(QPoint(), window);
     if (area.isEmpty())
         return {};
-    // Drawn, since a region made of the path's polygon has its corners on whole numbers and so an uneven edge.
+    // Drawn, since a region made from the path's polygon has its corners on whole numbers and so an uneven edge.
     QBitmap pixels(area.size());
     pixels.clear();
     QPainter painter(&pixels);

@@ -52,7 +52,7 @@ public:
     virtual void detach() = 0;
 
     /// Points outside the region belong to the windows below: drags, clicks and movements pass through. In pixels of
-    /// the screen, of which the widget's device pixel ratio tells how many it has, from its top-left corner, y down.
+    /// the screen (the widget's device pixel ratio says how many it has) from its top-left corner, y down.
     virtual void setInputRegion(const QRegion& pixels) = 0;
 
     /// Everything the wheel paints, in the same coordinates. It is more than the input region: the cards and the

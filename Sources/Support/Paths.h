@@ -17,8 +17,8 @@ QString textFromPath(const std::filesystem::path& path);
 
 std::filesystem::path pathFromText(const QString& text);
 
-/// The path from the root on. A relative one stays as it is where the folder it counts from has been deleted: there is
-/// no such file then, whatever it is called.
+/// The path from the root on. A relative one stays as it is if the folder it starts from has been deleted: there is no
+/// such file then, whatever its name.
 std::filesystem::path absolutePath(const std::filesystem::path& path);
 
 /// A file address that keeps every byte.

@@ -19,8 +19,8 @@ QString FilePreferencesStore::standardFile()
 
 bool FilePreferencesStore::setValue(const QString& key, const QVariant& value)
 {
-    // By an object of its own, which shares the values of all others for the file: an object keeps its first error for
-    // good, whatever becomes of later changes.
+    // By a new object, which shares its values with all others for the file: an object keeps its first error for good,
+    // whatever becomes of later changes.
     QSettings writer(m_settings.fileName(), QSettings::IniFormat);
     writer.setValue(key, value);
     writer.sync();

@@ -70,7 +70,7 @@ void paintRing(QPainter& painter, const WheelLayout& layout, bool isCompositing)
 {
     painter.fillPath(layout.ringPath(), white(0.14));
     if (!isCompositing)
-        return; // the backdrop's line is the edge; a soft one upon it would make dots where the shape cuts both
+        return; // the backdrop's line is the edge; a soft one on top of it would make dots where the shape cuts both
     const double radius = layout.outerRadius + layout.ringPadding - 0.5;
     painter.setPen(QPen(white(0.45), 1));
     painter.setBrush(Qt::NoBrush);

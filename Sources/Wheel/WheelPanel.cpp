@@ -67,7 +67,7 @@ void WheelPanel::centerOn(QPoint point)
     if (screen == nullptr)
         screen = QGuiApplication::primaryScreen();
     move(screen != nullptr ? panelOriginFor(point, size(), screen->geometry()) : point - rect().center());
-    // Also where that changes nothing, as in the first corner of the desktop: a window that nobody has placed is placed
+    // Even where that changes nothing, as in the first corner of the desktop: a window that nobody has placed is placed
     // by the window manager.
     windowHandle()->setPosition(pos());
 }

@@ -21,7 +21,7 @@ namespace {
 
 constexpr int didNotEnd = 77;
 
-/// Runs the event loop from this beginning to its end; didNotEnd where that does not come.
+/// Runs the event loop from this beginning to its end; didNotEnd where that never comes.
 template <typename Begin>
 int exitStatusAfter(Begin begin, std::chrono::milliseconds patience = 20s)
 {
@@ -179,7 +179,7 @@ private Q_SLOTS:
         quitting.requestQuit();
         QCOMPARE(questions().size(), 1);
         answer("Stop and Quit");
-        QCOMPARE(exitStatusAfter([] {}), 0);
+        QCOMPARE(exitStatusAfter([] { }), 0);
         gate.release();
     }
 

@@ -140,7 +140,7 @@ class UpdateClientTest : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        qputenv("TZ", "America/Los_Angeles"); // hours behind, so that a time of UTC has not come there yet
+        qputenv("TZ", "America/Los_Angeles"); // hours behind, so that a time in UTC has not come there yet
         tzset();
     }
 

@@ -163,7 +163,7 @@ private Q_SLOTS:
         m_grid->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(m_grid.get()));
         card(1)->setFocus();
-        QTest::keyClick(card(1), Qt::Key_PageDown); // what is below is no whole row
+        QTest::keyClick(card(1), Qt::Key_PageDown); // what is below is not a whole row
         QVERIFY(card(4)->hasFocus());
         QTest::keyClick(card(4), Qt::Key_Delete, Qt::KeypadModifier);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

@@ -75,7 +75,7 @@ private Q_SLOTS:
         context.reset();
         gate.release();
         jobPool().waitForDone();
-        QTRY_COMPARE(RunningJobs::shared().count(), 0); // it is counted to its end all the same
+        QTRY_COMPARE(RunningJobs::shared().count(), 0); // it counts until its end all the same
         QVERIFY(!heard);
     }
 

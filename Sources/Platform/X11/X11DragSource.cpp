@@ -153,7 +153,7 @@ void X11DragSource::dragBegan(const xcb_xfixes_selection_notify_event_t& event)
     if (event.selection != m_connection.atoms().xdndSelection)
         return;
     if (event.owner == XCB_WINDOW_NONE) {
-        // Some sources give the selection up at the end of every drag, so only the next sample tells what it means.
+        // Some sources give up the selection at the end of every drag, so only the next sample tells what that means.
         m_isOwnerGone = true;
         m_hasNews = m_hasNews || m_isDragging;
         return;

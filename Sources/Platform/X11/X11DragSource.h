@@ -41,7 +41,7 @@ public:
     /// cancelled.
     bool acceptsDrops() const;
 
-    /// The files of the drag that is under way or was the latest, as far as they were known before it ended.
+    /// The files of the current or the latest drag, as far as they were known before it ended.
     const std::vector<std::filesystem::path>& filesOfDrop() const { return m_latestFiles; }
 
     /// Called before onCancelled, for the surface.

@@ -35,7 +35,7 @@ struct XcbAtoms {
     xcb_atom_t transfer = XCB_ATOM_NONE; ///< the property of our own windows that receives data
     xcb_atom_t frameExtents = XCB_ATOM_NONE; ///< how far a window's own shadow reaches beyond its edges
     xcb_atom_t compositor = XCB_ATOM_NONE; ///< the selection that a compositing manager of our screen owns
-    xcb_atom_t windowState = XCB_ATOM_NONE; ///< the property that window managers are told of a window's state by
+    xcb_atom_t windowState = XCB_ATOM_NONE; ///< the property that tells window managers the state of a window
     xcb_atom_t skipTaskbar = XCB_ATOM_NONE;
     xcb_atom_t skipPager = XCB_ATOM_NONE;
     xcb_atom_t trayManager = XCB_ATOM_NONE; ///< the selection that a tray of our screen owns

@@ -11,8 +11,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A source that has not handed over the files by then is hung. Those that it named during the drag are taken then, and
-/// much sooner, since the user waits; without any it learns that the drop failed.
+/// A source that has not handed over the files by then is hung. If it named files during the drag those are used, and
+/// much sooner, since the user is waiting; otherwise it is told that the drop failed.
 constexpr auto longestWait = 10s;
 constexpr auto longestWaitWithFiles = 2s;
 
@@ -108,7 +108,7 @@ void XdndReceiver::handle(const xcb_generic_event_t& event)
     if (!m_drop)
         return;
     if (m_drop->changeCount != m_surroundings.changeCount()) {
-        // Another drag has begun, so the source has lost what it would answer from, and the wheel will show other
+        // Another drag has begun, so the source no longer has what it would answer with, and the wheel will show other
         // petals.
         finishDrop({});
         return;

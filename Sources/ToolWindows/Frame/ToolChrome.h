@@ -13,7 +13,7 @@ class ProgressOverlay;
 class ToolContext;
 
 /// The frame of every tool window: a title with a close button, the tool's own content, a footer with one action, and
-/// over all of it a progress overlay while the tool's job runs. Return presses the button that has the keyboard, and
+/// over all of it a progress overlay while the tool's job runs. Return presses the button that has the focus, and
 /// anywhere else the action; Control with Return or S is the action everywhere.
 class ToolChrome : public QWidget {
     Q_OBJECT

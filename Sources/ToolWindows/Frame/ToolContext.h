@@ -25,7 +25,7 @@ public:
 
     bool isRunning() const { return m_isRunning; }
 
-    /// How the latest job ended; no value where none did.
+    /// How the latest job ended; no value while none has.
     const std::optional<JobOutcome>& outcome() const { return m_outcome; }
 
     /// Starts the job unless one is running already. `file` is named should the job fail in an unforeseen way.

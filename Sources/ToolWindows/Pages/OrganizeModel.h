@@ -12,8 +12,8 @@
 
 namespace Pelgra {
 
-/// One document that is being organised: the edits of its pages, their pictures, and the news of both. Main thread; the
-/// pages are counted and drawn on pool threads.
+/// One document that is being organised: the edits of its pages, their pictures, and signals about both. Main thread;
+/// the pages are counted and drawn on pool threads.
 class OrganizeModel : public QObject {
     Q_OBJECT
 

@@ -30,7 +30,7 @@ public:
     void setImage(const QImage& image);
     bool hasImage() const { return !m_image.isNull(); }
     void setDimmed(bool dimmed);
-    /// Whether any of the button that removes the page can be seen.
+    /// Whether any part of the button that removes the page can be seen.
     bool showsRemoveButton() const;
 
     /// The angle the page is shown at, degrees clockwise; grows with every turn.

@@ -159,7 +159,7 @@ void PageGrid::removePage(const Identifier& id)
     const auto card = items().find(id);
     const bool canBeClicked = card != items().end() && static_cast<PageCard*>(card->second)->showsRemoveButton();
     if (!isInSight(*index) && !canBeClicked) {
-        focusItem(*index); // the view was scrolled away from the keyboard: nobody sees what would go
+        focusItem(*index); // the view was scrolled away from the focus: nobody sees what would be removed
         return;
     }
     m_model->remove(id);

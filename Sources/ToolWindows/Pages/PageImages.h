@@ -23,7 +23,7 @@ class PageImages : public QObject {
 public:
     /// Longest side of a picture, pixels.
     static constexpr double longestSide = 400;
-    /// Pictures kept at most; the oldest go first.
+    /// The most pictures kept; the oldest go first.
     static constexpr int mostKept = 160;
 
     explicit PageImages(const std::filesystem::path& document, QObject* parent = nullptr);

@@ -105,7 +105,7 @@ bool ReorderDrag::eventFilter(QObject* watched, QEvent* event)
 {
     switch (event->type()) {
     case QEvent::ShortcutOverride:
-        event->accept(); // else the key would be looked up among the shortcuts
+        event->accept(); // otherwise the key would be looked up among the shortcuts
         return true;
     case QEvent::KeyPress:
         if (static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape && putDown())

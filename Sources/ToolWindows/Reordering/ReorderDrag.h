@@ -18,7 +18,7 @@ namespace Pelgra {
 /// Moves items of a scrolled list or grid by the mouse: the item is lifted, follows the pointer as a picture, takes the
 /// place of every item it enters, and the view scrolls by itself near its edges. The drag stays inside the process and
 /// ends with the button wherever it is released, so none can be left hanging. Escape takes it back; until it is over
-/// all other keys go nowhere, since what they act on is in the user's hand. Points are those of the content.
+/// all other keys do nothing, since what they would act on is in the user's hand. Points are those of the content.
 class ReorderDrag : public QObject {
     Q_OBJECT
 
@@ -49,7 +49,7 @@ Q_SIGNALS:
     void entered(const Pelgra::Identifier& dragging, const Pelgra::Identifier& target);
     /// The drag is over, and the order is as the user left it.
     void ended();
-    /// The drag is over and the order is to be as before it.
+    /// The drag is over, and the order must be as it was before.
     void cancelled();
 
 protected:

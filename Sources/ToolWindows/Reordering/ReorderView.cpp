@@ -109,7 +109,7 @@ ReorderView::ReorderView(QWidget* parent)
 
 ReorderView::~ReorderView()
 {
-    disconnect(qApp, nullptr, this, nullptr); // the focus goes from it while it is no longer whole
+    disconnect(qApp, nullptr, this, nullptr); // the focus leaves it while it is being destroyed
 }
 
 const std::optional<Identifier>& ReorderView::dragging() const

@@ -33,8 +33,8 @@ public:
     /// The widgets that exist, first to last.
     QList<QWidget*> itemsInOrder() const;
 
-    /// The item that the keyboard is in, else the last one it was in, else the first one; always one in sight if the
-    /// keyboard is elsewhere.
+    /// The item that the focus is in, else the last one it was in, else the first one; always one in sight if the focus
+    /// is elsewhere.
     QWidget* tabStop() const override;
 
 protected:
@@ -49,7 +49,7 @@ protected:
     /// First and last index whose frames may meet these heights; first > last for none.
     virtual std::pair<std::ptrdiff_t, std::ptrdiff_t> indexesBetween(int top, int bottom) const = 0;
 
-    /// How many items there are beside one another.
+    /// How many items there are side by side.
     virtual int columnCount() const { return 1; }
 
     virtual QWidget* makeItem(std::size_t index, QWidget* content) = 0;
@@ -77,7 +77,7 @@ protected:
     /// Scrolls until the item is in view and gives its widget the keyboard focus.
     void focusItem(std::size_t index);
     void reveal(std::size_t index);
-    /// Whether enough of an item is seen to know it.
+    /// Whether enough of an item is visible to recognise it.
     bool isInSight(std::size_t index) const;
 
     void keyPressEvent(QKeyEvent* event) override;
