@@ -39,8 +39,7 @@ public Q_SLOTS:
         const bool autostart = grants && options["autostart"].toBool();
         answer << response << QVariantMap{{"background", true}, {"autostart", autostart}};
         const QDBusConnection bus = connection();
-        QMetaObject::invokeMethod(
-            this, [bus, answer] { bus.send(answer); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, [bus, answer] { bus.send(answer); }, Qt::QueuedConnection);
         return QDBusObjectPath(request);
     }
 };
