@@ -48,7 +48,7 @@ private:
             files = {m_files.picture("a.png"), m_files.picture("b.png")};
         else
             files = {m_files.document("a.pdf", 3), m_files.document("b.pdf", 1)};
-        ToolWindowController::present(tool, files, [](const auto&) {});
+        ToolWindowController::present(tool, files, [](const auto&) { });
         ToolWindow& window = ToolWindowController::openControllers().front()->window();
         [&] {
             QVERIFY(QTest::qWaitForWindowActive(&window));
