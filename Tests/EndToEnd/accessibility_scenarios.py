@@ -16,6 +16,7 @@ from scenarios import scenario
 scenarios.SCENARIOS.clear()
 READER = "screen_reader"
 MOST_CONTROLS = 40
+MOST_JOBS = 3
 
 
 def start_reader(desktop):
@@ -42,6 +43,14 @@ class Reader:
     def hears(self, event, test, what):
         """Waits for an event of this kind whose source passes the test; the source."""
         return self.wait_for(lambda line: line.get("event", "").endswith(event) and test(line["source"]), what)["source"]
+
+    def notifications(self):
+        """The words of all that were shown so far, once the reader has come to what happened last."""
+        since = self.since
+        self.windows()
+        self.since = since
+        return {line["source"]["name"] for line in self.lines()
+                if line.get("event", "").endswith("showing") and line["source"]["role"] == "notification"}
 
     def windows(self):
         self.restart()
@@ -270,14 +279,22 @@ def moved_page_is_told(scene):
 @scenario
 def job_is_told(scene):
     reader = Reader(scene)
-    photo = scene.folder / "photo.png"
-    photo.write_bytes(pictures.png(6000, 4500))  # some work, so that its beginning can be read
-    open_wheel(scene, reader, str(photo))
-    focus(scene, reader, "Pelgra", "HEIC")
-    reader.restart()
-    press(scene, "Return")
-    for text in ("Making photo.heic…", "photo.heic — just like that."):
-        reader.hears("showing", lambda source: source["role"] == "notification" and source["name"] == text, f"“{text}”")
+    for attempt in range(MOST_JOBS):
+        photo = scene.folder / f"photo{attempt}.png"
+        photo.write_bytes(pictures.png(6000, 4500))  # some work, so that its beginning can be read
+        open_wheel(scene, reader, str(photo))
+        focus(scene, reader, "Pelgra", "HEIC")
+        reader.restart()
+        press(scene, "Return")
+        told = {f"Making photo{attempt}.heic…", f"photo{attempt}.heic — just like that."}
+        wait_for(lambda: photo.with_suffix(".heic").exists(), "the picture")
+        wait_for(lambda: not scenarios.panels(scene), "the panel to vanish")
+        if told <= reader.notifications():
+            return
+        # A reader asks for the words after it has heard of them. One that comes to that when the panel has gone, or has
+        # other words, is a matter of the machine's load.
+        print(f"another job: the reader heard {reader.notifications()} of {told}", file=sys.stderr)
+    raise Failure("the reader does not hear of jobs")
 
 
 @scenario
