@@ -139,7 +139,7 @@ int runJob(const Invocation& invocation, Console& console)
         console.showProgress(units, total);
     };
     control.warning = [&](std::string_view sentence) {
-        console.printMessage(sentence);
+        console.printWarning(sentence);
     };
     control.published = [&](const JobResult& result) {
         console.printResult(result);

@@ -98,6 +98,13 @@ void Console::printError(const EngineError& error, const std::optional<std::file
     printMessage(sentence);
 }
 
+void Console::printWarning(std::string_view sentence)
+{
+    if (m_json)
+        print("{\"warning\":{\"message\":" + jsonString(sentence) + "}}\n");
+    printMessage(sentence);
+}
+
 void Console::printMessage(std::string_view sentence)
 {
     clearProgress();

@@ -28,6 +28,9 @@ public:
     /// standard output.
     void printError(const EngineError& error, const std::optional<std::filesystem::path>& file);
 
+    /// A sentence about a job that succeeds all the same; in JSON an object on standard output as well.
+    void printWarning(std::string_view sentence);
+
     /// A sentence of the program itself, on standard error.
     void printMessage(std::string_view sentence);
 

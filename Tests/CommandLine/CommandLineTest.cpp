@@ -1,5 +1,6 @@
 #include "PelgraCore/PDFRendering.h"
 #include "Support/ImageSamples.h"
+#include "Support/PDFSamples.h"
 #include "Support/TemporaryFolder.h"
 
 #include <QJsonArray>
@@ -170,6 +171,30 @@ private Q_SLOTS:
         QCOMPARE(error["file"].toString(), QString("2.png"));
         QCOMPARE(outcome.errors, std::string("pelgra: “2.png” couldn’t be read.\n"));
         QCOMPARE(folder.names(), (std::vector<std::string>{"1.jpg", "1.png", "2.png", "3.png", "4.png", "5.png"}));
+    }
+
+    void warningsAreToldBesideTheResult()
+    {
+        const TemporaryFolder folder;
+        PDFBuilder builder;
+        builder.addPage({});
+        builder.set(2, "<< /Type /Pages /Count 2 /Kids [5 0 R 99 0 R] >>");
+        folder.write("a.pdf", builder.build());
+        const std::string sentence = "“a.pdf” is damaged: 1 of its 2 pages is missing.";
+        const std::vector<std::vector<std::string>> jobs{
+            {"convert", "--to", "txt", "a.pdf"}, {"split", "a.pdf"}, {"organize", "--pages", "1", "a.pdf"}};
+        for (std::vector<std::string> words : jobs) {
+            const Outcome plain = pelgra(folder, words);
+            QCOMPARE(plain.errors, "pelgra: " + sentence + "\n");
+            QCOMPARE(plain.status, 0);
+            words.insert(words.begin() + 1, "--json");
+            const Outcome outcome = pelgra(folder, words);
+            const QStringList lines = QString::fromStdString(outcome.output).split('\n', Qt::SkipEmptyParts);
+            QCOMPARE(lines.size(), 2);
+            QCOMPARE(json(lines[0].toStdString())["warning"].toObject()["message"].toString().toStdString(), sentence);
+            QCOMPARE(json(lines[1].toStdString())["outputs"].toArray().size(), 1);
+            QCOMPARE(outcome.errors, plain.errors);
+        }
     }
 
     void errorsSayWhichFileTheyAreAbout()

@@ -2,6 +2,7 @@
 
 #include "pages/OpenRenderer.h"
 #include "PelgraCore/EngineError.h"
+#include "PelgraCore/TextExtraction.h"
 #include "Support/DrawnPages.h"
 #include "Support/PDFSamples.h"
 #include "Support/TemporaryFolder.h"
@@ -238,8 +239,19 @@ void PDFFaultsTest::refusesAJpxThatClaimsTooMuch()
                                       "/Type /XObject /Subtype /Image /Width 10000 /Height 10000 "
                                       "/ColorSpace /DeviceRGB /BitsPerComponent 8 /Filter /JPXDecode"))
         + " >>";
+    builder.addPage({textAt(72, 700, 24, "A page of text"), "[0 0 612 792]", "", ""});
     builder.addPage(page);
-    QVERIFY(!open(builder.build())->render(0, 1));
+    const auto document = open(builder.build());
+    QVERIFY(document->render(0, 0.1));
+    QVERIFY(!document->render(1, 1));
+    // Nor can it be read, which must not look like a page without text.
+    std::vector<std::string> warnings;
+    JobControl control;
+    control.warning = [&](std::string_view sentence) {
+        warnings.emplace_back(sentence);
+    };
+    QCOMPARE(TextExtraction::plainTextOf(m_folder / "document.pdf", control), std::string("A page of text\n\f\n\n"));
+    QCOMPARE(warnings, std::vector<std::string>{"“document.pdf”: nothing could be read on page 2."});
 }
 
 void PDFFaultsTest::endsOnNestedInput_data()

@@ -50,6 +50,7 @@ using Block = std::variant<Heading, Paragraph, Bullet>;
 struct RecognizedLine {
     std::string text;
     double minX = 0, minY = 0, maxX = 0, maxY = 0;
+    double firstWordConfidence = 100; ///< how sure the recogniser is of the first word, from 0 to 100
 };
 
 /// The lines of one paragraph of a scan.
@@ -78,8 +79,8 @@ std::string render(std::span<const Block> blocks);
 /// Without blanks at the ends of lines and without line breaks at either end of the whole.
 std::string trimTrailingWhitespace(std::string_view text);
 
-/// Recognisers do not know bullets and take them for the nearest sign: "¢ First item". Where that is clear, the bullet
-/// is put back.
+/// Recognisers do not know bullets and take them for the nearest sign: "¢ First item". Where the recogniser was unsure
+/// of it, the bullet is put back; whatever else it read stands as it was read.
 std::vector<RecognizedLine> withBulletsRestored(std::vector<RecognizedLine> lines);
 
 /// Puts recognised lines together by their distance; a line above its predecessor begins a new column and paragraph.

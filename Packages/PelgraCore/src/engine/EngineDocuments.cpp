@@ -60,6 +60,7 @@ JobResult splitPDF(const std::filesystem::path& file, const JobControl& control)
     const int pageCount = first->pageCount();
     if (pageCount < 1)
         throw EngineError::noPages();
+    warnOf(first->losses(), file, pageCount, control);
     IdlePool<PageSplitter> splitters(open, std::move(first));
     const int workers = std::clamp(pageCount / pagesWorthAWorker, 1, workerCount());
     return writePageFolder(file, "pdf", pageCount, workers, control, [&](int page, ByteSink& sink) {

@@ -99,6 +99,7 @@ JobResult Engine::pdfToImages(const std::filesystem::path& file, FileFormat form
         throw EngineError::noPages();
     if (!format.imageIOType())
         throw EngineError::unsupported(format);
+    warnOf(renderer->losses(), file, pageCount, control);
     PageImages pictures(file, std::move(renderer), format, options, control.stop);
     const int workers = workerCount();
     if (pageCount > 1) {

@@ -5,6 +5,9 @@
 #include "PelgraCore/TextExtraction.h"
 #include "text/DocumentText.h"
 
+#include <memory>
+#include <utility>
+
 namespace Pelgra {
 
 namespace {
@@ -12,7 +15,8 @@ namespace {
 std::string textOf(const std::filesystem::path& document, TextForm form, const JobControl& control)
 {
     std::string text;
-    readDocumentText(document, form, control, [&text](std::string_view piece) { text += piece; });
+    readDocumentText(document, openForReading(document), form, control,
+                     [&text](std::string_view piece) { text += piece; });
     return text;
 }
 
@@ -31,8 +35,9 @@ std::string TextExtraction::markdownOf(const std::filesystem::path& document, co
 JobResult Engine::pdfToText(const std::filesystem::path& file, bool markdown, const JobControl& control)
 {
     const FileFormat target = markdown ? FileFormat::md : FileFormat::txt;
+    std::unique_ptr<PageRenderer> opened = openForReading(file);
     const auto write = [&](ByteSink& sink) {
-        readDocumentText(file, markdown ? TextForm::markdown : TextForm::plain, control,
+        readDocumentText(file, std::move(opened), markdown ? TextForm::markdown : TextForm::plain, control,
                          [&sink](std::string_view text) { sink.write(std::as_bytes(std::span(text))); });
     };
     return publishAlone(PreparedOutput(file, {}, target.pathExtension(), control.stop, write));

@@ -7,6 +7,7 @@
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/TextExtraction.h"
 #include "text/PageReader.h"
+#include "values/Sentences.h"
 
 #include <algorithm>
 #include <string>
@@ -29,6 +30,7 @@ constexpr std::size_t pagesAhead = 16;
 /// A page in the form it is written in.
 struct PageOutput {
     std::string text;
+    bool isGivenUp = false;
     bool beginsWithBullet = false;
     bool endsWithBullet = false;
 };
@@ -47,8 +49,10 @@ PageOutput markdownOutput(const PageContent& content)
                                                             : TextExtraction::blocksFrom(content.lines);
     if (blocks.empty())
         return {};
-    PageOutput output{TextExtraction::render(blocks), std::holds_alternative<Bullet>(blocks.front()),
-                      std::holds_alternative<Bullet>(blocks.back())};
+    PageOutput output;
+    output.text = TextExtraction::render(blocks);
+    output.beginsWithBullet = std::holds_alternative<Bullet>(blocks.front());
+    output.endsWithBullet = std::holds_alternative<Bullet>(blocks.back());
     output.text.pop_back(); // the line feed at the end belongs to the document
     return output;
 }
@@ -99,29 +103,45 @@ std::string languageWarning(const std::filesystem::path& document)
           "tesseract-ocr-eng.";
 }
 
+std::string givenUpWarning(const std::filesystem::path& document, const std::vector<int>& pages)
+{
+    return "“" + document.filename().string() + "”: nothing could be read on " + pageList(pages) + '.';
+}
+
 } // namespace
 
-void readDocumentText(const std::filesystem::path& document, TextForm form, const JobControl& control,
-                      const std::function<void(std::string_view)>& put)
+std::unique_ptr<PageRenderer> openForReading(const std::filesystem::path& document)
 {
+    std::unique_ptr<PageRenderer> opened = openRenderer(document);
+    if (opened->pageCount() < 1)
+        throw EngineError::noPages();
+    return opened;
+}
+
+void readDocumentText(const std::filesystem::path& document, std::unique_ptr<PageRenderer> opened, TextForm form,
+                      const JobControl& control, const std::function<void(std::string_view)>& put)
+{
+    const int pageCount = opened->pageCount();
+    warnOf(opened->losses(), document, pageCount, control);
     DocumentRecognition recognition;
     const auto open = [&] {
         return std::make_unique<PageReader>(openRenderer(document), recognition);
     };
-    std::unique_ptr<PageReader> first = open();
-    const int pageCount = first->pageCount();
-    if (pageCount < 1)
-        throw EngineError::noPages();
-    IdlePool<PageReader> readers(open, std::move(first));
+    IdlePool<PageReader> readers(open, std::make_unique<PageReader>(std::move(opened), recognition));
 
     DocumentWriter writer(form, put);
+    std::vector<int> givenUp;
     const auto prepare = [&](std::size_t index) {
         const IdlePool<PageReader>::Lease reader(readers);
         const PageContent content = reader->read(static_cast<int>(index), control.stop);
-        return form == TextForm::plain ? plainOutput(content) : markdownOutput(content);
+        PageOutput output = form == TextForm::plain ? plainOutput(content) : markdownOutput(content);
+        output.isGivenUp = content.isGivenUp;
+        return output;
     };
     const auto take = [&](std::size_t index, const PageOutput& page) {
         writer.add(page);
+        if (page.isGivenUp)
+            givenUp.push_back(static_cast<int>(index));
         if (control.progress)
             control.progress(static_cast<int>(index) + 1, pageCount);
     };
@@ -131,6 +151,8 @@ void readDocumentText(const std::filesystem::path& document, TextForm form, cons
     OrderedPipeline<PageOutput> pipeline(total, workerCount(), pagesAhead * workers, control.stop, runLength);
     pipeline.run(prepare, take);
     writer.finish();
+    if (!givenUp.empty() && control.warning)
+        control.warning(givenUpWarning(document, givenUp));
     if (recognition.lacksLanguages() && control.warning)
         control.warning(languageWarning(document));
 }

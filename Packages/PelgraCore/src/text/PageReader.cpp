@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <stdexcept>
 #include <utility>
 
 #include <unistd.h>
@@ -125,6 +126,7 @@ PageContent PageReader::read(int pageIndex, const std::stop_token& stop)
         throw;
     } catch (const std::exception&) {
         content = {};
+        content.isGivenUp = true;
     }
     return content;
 }
@@ -132,14 +134,14 @@ PageContent PageReader::read(int pageIndex, const std::stop_token& stop)
 std::vector<RecognizedParagraph> PageReader::recognize(int pageIndex, const std::stop_token& stop)
 {
     const Permit permit(m_recognition.pagesAtOnce());
-    const std::optional<GrayImage> picture = pictureOf(pageIndex, stop);
-    if (!picture || isBlank(*picture))
+    const GrayImage picture = pictureOf(pageIndex, stop);
+    if (isBlank(picture))
         return {};
     return TextExtraction::paragraphsFrom(
-        TextExtraction::withBulletsRestored(m_recognition.read(m_recognizer, *picture, stop)));
+        TextExtraction::withBulletsRestored(m_recognition.read(m_recognizer, picture, stop)));
 }
 
-std::optional<GrayImage> PageReader::pictureOf(int pageIndex, const std::stop_token& stop)
+GrayImage PageReader::pictureOf(int pageIndex, const std::stop_token& stop)
 {
     const PageSize page = m_document->displayedSize(pageIndex);
     double scale = pixelsPerInch / pointsPerInch;
@@ -148,12 +150,12 @@ std::optional<GrayImage> PageReader::pictureOf(int pageIndex, const std::stop_to
         scale *= std::sqrt(mostPixels / pixels);
     std::optional<PixelSize> size = pixelSizeFor(page, scale);
     if (!size)
-        return std::nullopt;
+        throw std::runtime_error("the page has no size");
     if (m_document->isColorless(pageIndex, stop))
         size->model = ColorModel::gray;
     std::vector<std::byte> drawn(size->byteCount());
     if (!m_document->drawRows(pageIndex, *size, 0, drawn, stop))
-        return std::nullopt;
+        throw std::runtime_error("the page cannot be drawn");
     GrayImage picture;
     picture.width = size->width;
     picture.height = size->height;

@@ -43,6 +43,7 @@ private:
 struct PageContent {
     std::vector<TextExtraction::Line> lines;
     std::vector<TextExtraction::RecognizedParagraph> paragraphs;
+    bool isGivenUp = false; ///< the page is none without text, but could not be read
 };
 
 /// Reads pages of a document, one at a time.
@@ -51,13 +52,12 @@ public:
     /// The recognition must outlive the reader.
     PageReader(std::unique_ptr<PageRenderer> document, DocumentRecognition& recognition);
 
-    int pageCount() const { return m_document->pageCount(); }
-
-    /// Empty where the page cannot be read. Throws JobCancelled.
+    /// Empty and given up where the page cannot be read. Throws JobCancelled.
     PageContent read(int pageIndex, const std::stop_token& stop);
 
 private:
-    std::optional<GrayImage> pictureOf(int pageIndex, const std::stop_token& stop);
+    /// Throws std::runtime_error where the page cannot be drawn.
+    GrayImage pictureOf(int pageIndex, const std::stop_token& stop);
     std::vector<TextExtraction::RecognizedParagraph> recognize(int pageIndex, const std::stop_token& stop);
 
     std::unique_ptr<PageRenderer> m_document;

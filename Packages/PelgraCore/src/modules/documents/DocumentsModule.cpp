@@ -57,16 +57,18 @@ public:
     {
     }
 
-    /// The source for a file, opened once however often the file is named.
-    SourceDocument& open(const std::filesystem::path& file)
+    /// The source for a file, opened once however often the file is named. Tells what it has lost.
+    SourceDocument& open(const std::filesystem::path& file, const JobControl& control)
     {
         std::error_code error;
         std::filesystem::path path = std::filesystem::canonical(file, error);
         if (error)
             throw EngineError::unreadable(file);
         std::unique_ptr<SourceDocument>& source = m_sources[path];
-        if (!source)
+        if (!source) {
             source = std::make_unique<SourceDocument>(file);
+            warnOf(source->losses(), file, static_cast<int>(source->pages().size()), control);
+        }
         return *source;
     }
 
@@ -96,7 +98,7 @@ std::unique_ptr<AssembledDocument> merge(std::span<const std::filesystem::path> 
     for (const std::filesystem::path& file : files) {
         if (control.stop.stop_requested())
             throw JobCancelled();
-        sources.push_back(&document->open(file));
+        sources.push_back(&document->open(file, control));
         total += sources.back()->pages().size();
     }
     if (total == 0)
@@ -136,7 +138,7 @@ std::unique_ptr<AssembledDocument> organize(const std::filesystem::path& file, s
                                             bool uniformWidth, const JobControl& control)
 {
     auto document = std::make_unique<Document>(control.stop);
-    SourceDocument& source = document->open(file);
+    SourceDocument& source = document->open(file, control);
     std::vector<PageRequest> requests;
     for (const PageEdit& edit : pages) {
         if (edit.sourceIndex < 0 || static_cast<std::uint64_t>(edit.sourceIndex) >= source.pages().size())
@@ -170,6 +172,7 @@ public:
     }
 
     int pageCount() const override { return static_cast<int>(m_source.pages().size()); }
+    PageLosses losses() const override { return m_source.losses(); }
 
     void writePage(int pageIndex, ByteSink& sink) override
     {

@@ -1,5 +1,6 @@
 #include "PageTree.h"
 
+#include <algorithm>
 #include <set>
 
 namespace Pelgra::Documents {
@@ -36,6 +37,66 @@ std::vector<SourcePage> pagesWithoutTree(QPDF& document)
     return pages;
 }
 
+std::vector<SourcePage> pagesBelow(Object root, std::size_t& emptyEntries)
+{
+    std::vector<SourcePage> pages;
+    std::set<QPDFObjGen> visited;
+    std::vector<SourcePage> pending{inheriting(root, nothingInherited)};
+    while (!pending.empty()) {
+        SourcePage node = pending.back();
+        pending.pop_back();
+        const bool isNode = !isNamed(node.object, "/Type", "/Page") && valueOf(node.object, "/Kids").isArray();
+        if (!isNode) {
+            const bool isRoot = node.object.isSameObjectAs(root);
+            if (isNamed(node.object, "/Type", "/Page") || !(isRoot || isNamed(node.object, "/Type", "/Pages")))
+                pages.push_back(node);
+            continue;
+        }
+        if (node.object.isIndirect() && !visited.insert(node.object.getObjGen()).second)
+            continue;
+        std::vector<Object> kids = itemsOf(valueOf(node.object, "/Kids"));
+        for (auto kid = kids.rbegin(); kid != kids.rend(); ++kid) {
+            if (kid->isDictionary())
+                pending.push_back(inheriting(*kid, node));
+            else
+                ++emptyEntries;
+        }
+    }
+    return pages;
+}
+
+/// A reference to an object that is not there, or to a stream cut off by the end of the file, which has no data left.
+bool isLost(Object value)
+{
+    if (!value.isIndirect())
+        return false;
+    if (!value.isStream())
+        return value.isNull();
+    try {
+        return integerOf(valueOf(value, "/Length")) != 0 && value.getRawStreamData()->getSize() == 0;
+    } catch (const std::exception&) {
+        return true;
+    }
+}
+
+bool hasLostSomething(const SourcePage& page)
+{
+    Object contents = valueOf(page.object, "/Contents");
+    std::vector<Object> parts = itemsOf(contents);
+    parts.push_back(contents);
+    parts.push_back(page.resources);
+    parts.push_back(valueOf(page.object, "/Resources"));
+    for (const char* const category : {"/XObject", "/Font"}) {
+        Object entries = valueOf(page.resources, category);
+        parts.push_back(entries);
+        if (!entries.isDictionary())
+            continue;
+        for (const auto& [name, value] : entries.getDictAsMap())
+            parts.push_back(value);
+    }
+    return std::any_of(parts.begin(), parts.end(), isLost);
+}
+
 } // namespace
 
 long long SourcePage::rotation() const
@@ -48,32 +109,26 @@ PageBox SourcePage::box() const
     return visibleBox(boxFrom(mediaBox), boxFrom(cropBox));
 }
 
-std::vector<SourcePage> walkPageTree(QPDF& document)
+PageTree walkPageTree(QPDF& document)
 {
+    PageTree tree;
     Object root = dictionaryOf(document.getRoot(), "/Pages");
-    if (root.isNull())
-        return pagesWithoutTree(document);
-    std::vector<SourcePage> pages;
-    std::set<QPDFObjGen> visited;
-    std::vector<SourcePage> pending{inheriting(root, nothingInherited)};
-    while (!pending.empty()) {
-        SourcePage node = pending.back();
-        pending.pop_back();
-        std::vector<Object> kids = itemsOf(valueOf(node.object, "/Kids"));
-        const bool isNode = !isNamed(node.object, "/Type", "/Page") && valueOf(node.object, "/Kids").isArray();
-        if (!isNode) {
-            if (!isNamed(node.object, "/Type", "/Pages"))
-                pages.push_back(node);
-            continue;
-        }
-        if (node.object.isIndirect() && !visited.insert(node.object.getObjGen()).second)
-            continue;
-        for (auto kid = kids.rbegin(); kid != kids.rend(); ++kid) {
-            if (kid->isDictionary())
-                pending.push_back(inheriting(*kid, node));
+    if (root.isNull()) {
+        tree.pages = pagesWithoutTree(document);
+        tree.losses.isListLost = true;
+    } else {
+        std::size_t emptyEntries = 0;
+        tree.pages = pagesBelow(root, emptyEntries);
+        const long long claimed = integerOf(valueOf(root, "/Count")).value_or(0);
+        tree.losses.missing = missingPages(claimed, tree.pages.size(), emptyEntries);
+    }
+    if (document.anyWarnings()) {
+        for (std::size_t index = 0; index < tree.pages.size(); ++index) {
+            if (hasLostSomething(tree.pages[index]))
+                tree.losses.incomplete.push_back(static_cast<int>(index));
         }
     }
-    return pages;
+    return tree;
 }
 
 } // namespace Pelgra::Documents

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "modules/PageGeometry.h"
+#include "modules/PageLosses.h"
 #include "Objects.h"
 
 namespace Pelgra::Documents {
@@ -19,8 +20,15 @@ struct SourcePage {
     PageBox box() const;
 };
 
-/// The pages in reading order. Each node of the tree is entered once, so cyclic and deep trees end; counts are ignored.
-/// Where there is no page tree at all, the page objects of the file in their order.
-std::vector<SourcePage> walkPageTree(QPDF& document);
+/// The pages of a document and what it has lost of them.
+struct PageTree {
+    std::vector<SourcePage> pages; ///< in reading order
+    PageLosses losses;
+};
+
+/// Each node of the tree is entered once, so cyclic and deep trees end; a count counts only where it tells of pages
+/// that are not there. Where there is no page tree at all, the page objects of the file in their order. In a document
+/// whose cross references had to be rebuilt, each page is looked at for what is gone from it.
+PageTree walkPageTree(QPDF& document);
 
 } // namespace Pelgra::Documents

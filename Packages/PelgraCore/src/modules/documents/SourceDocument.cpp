@@ -8,6 +8,7 @@
 #include <qpdf/QPDFExc.hh>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <span>
 #include <string_view>
@@ -51,6 +52,45 @@ void append(Bytes& bytes, std::string_view text)
     bytes.insert(bytes.end(), added.begin(), added.end());
 }
 
+/// Whether the file says anywhere that it is encrypted.
+bool mentionsLock(std::string_view bytes)
+{
+    constexpr std::string_view key = "/Encrypt";
+    for (std::size_t at = bytes.find(key); at != std::string_view::npos; at = bytes.find(key, at + 1)) {
+        const std::size_t next = at + key.size();
+        if (next < bytes.size() && !std::isalpha(static_cast<unsigned char>(bytes[next]))) // not /EncryptMetadata
+            return true;
+    }
+    return false;
+}
+
+/// Whether an encrypted document is decrypted by methods that are known; with others the library goes on with a guess.
+/// Before version 5 the renderer does not open one of which only the owner's password is empty.
+bool isUnlocked(QPDF& document)
+{
+    Object lock = dictionaryOf(document.getTrailer(), "/Encrypt");
+    if (lock.isNull())
+        return true;
+    const long long version = integerOf(valueOf(lock, "/V")).value_or(0);
+    const auto isKnown = [&](const char* key) {
+        const std::string filter = nameOf(lock, key);
+        const std::string method = nameOf(dictionaryOf(dictionaryOf(lock, "/CF"), filter), "/CFM");
+        return filter.empty() || filter == "/Identity" || method == "/None" || method == "/V2" || method == "/AESV2"
+            || method == "/AESV3";
+    };
+    const bool areMethodsKnown = version < 4 || (isKnown("/StmF") && isKnown("/StrF"));
+    return areMethodsKnown && (version > 4 || document.getTrimmedUserPassword().empty());
+}
+
+/// The bytes must outlive the document.
+std::unique_ptr<QPDF> openedFrom(const std::filesystem::path& file, const Bytes& bytes)
+{
+    auto document = std::make_unique<QPDF>();
+    document->setSuppressWarnings(true);
+    document->processMemoryFile(file.c_str(), reinterpret_cast<const char*>(bytes.data()), bytes.size(), "");
+    return document;
+}
+
 } // namespace
 
 SourceDocument::SourceDocument(const std::filesystem::path& file)
@@ -59,58 +99,66 @@ SourceDocument::SourceDocument(const std::filesystem::path& file)
     try {
         open(file);
     } catch (const QPDFExc& error) {
-        if (error.getErrorCode() == qpdf_e_password)
+        // What is locked in an unknown way must not be opened as if it were not locked.
+        if (error.getErrorCode() == qpdf_e_password || error.getErrorCode() == qpdf_e_unsupported)
             throw EngineError::unreadable(file);
-        openWithoutTrailer();
+        openWithoutTables();
     } catch (const std::exception&) {
         throw EngineError::unreadable(file);
     }
-    for (std::size_t index = 0; index < m_pages.size(); ++index) {
-        if (m_pages[index].object.isIndirect())
-            m_pageIndexes.emplace(m_pages[index].object.getObjGen(), index);
+    if (m_document && m_tree.losses.missing > 0)
+        openWithoutTables();
+    if (!m_document || !isUnlocked(*m_document) || (pages().empty() && losses().any()))
+        throw EngineError::unreadable(file);
+    for (std::size_t index = 0; index < pages().size(); ++index) {
+        if (pages()[index].object.isIndirect())
+            m_pageIndexes.emplace(pages()[index].object.getObjGen(), index);
     }
 }
 
 void SourceDocument::open(const std::filesystem::path& file)
 {
+    std::unique_ptr<QPDF> document;
     std::error_code error;
     if (std::filesystem::file_size(file, error) <= memoryLimit && !error) {
         // qpdf seeks and reads a few bytes at a time, each of which is a system call on an open file.
         m_bytes = readFile(file);
         append(m_bytes, "\n%%EOF\n"); // qpdf 12 does not see the last object of a file cut off right behind it
-        openBytes();
-        return;
+        document = openedFrom(file, m_bytes);
+    } else {
+        UniqueDescriptor descriptor(openRegularFile(file));
+        FILE* const stream = descriptor ? fdopen(descriptor.get(), "rb") : nullptr;
+        if (!stream)
+            throw EngineError::unreadable(file);
+        descriptor.release();
+        document = std::make_unique<QPDF>();
+        document->setSuppressWarnings(true);
+        document->processFile(file.c_str(), stream, true, ""); // closes the stream, also on failure
     }
-    UniqueDescriptor descriptor(openRegularFile(file));
-    FILE* const stream = descriptor ? fdopen(descriptor.get(), "rb") : nullptr;
-    if (!stream)
-        throw EngineError::unreadable(file);
-    descriptor.release();
-    m_document = std::make_unique<QPDF>();
-    m_document->setSuppressWarnings(true);
-    m_document->processFile(file.c_str(), stream, true, ""); // closes the stream, also on failure
-    m_pages = walkPageTree(*m_document);
+    m_tree = walkPageTree(*document);
+    m_document = std::move(document);
 }
 
-void SourceDocument::openBytes()
+void SourceDocument::openWithoutTables()
 {
-    m_document = std::make_unique<QPDF>();
-    m_document->setSuppressWarnings(true);
-    m_document->processMemoryFile(m_file.c_str(), reinterpret_cast<const char*>(m_bytes.data()), m_bytes.size(), "");
-    m_pages = walkPageTree(*m_document);
-}
-
-void SourceDocument::openWithoutTrailer()
-{
-    const std::string catalog = catalogNumberIn({reinterpret_cast<const char*>(m_bytes.data()), m_bytes.size()});
+    const std::string_view text(reinterpret_cast<const char*>(m_bytes.data()), m_bytes.size());
+    const std::string catalog = catalogNumberIn(text);
     if (catalog.empty())
-        throw EngineError::unreadable(m_file);
+        return;
     const std::string trailer = "\ntrailer\n<< /Root " + catalog + " R >>\nstartxref\n0\n%%EOF\n";
-    append(m_bytes, trailer);
+    Bytes bytes = m_bytes;
+    append(bytes, trailer);
     try {
-        openBytes();
+        std::unique_ptr<QPDF> document = openedFrom(m_file, bytes);
+        PageTree tree = walkPageTree(*document);
+        const bool hasLostItsLock = !document->isEncrypted() && mentionsLock(text);
+        if (hasLostItsLock || (m_document && tree.pages.size() <= pages().size()))
+            return;
+        m_tree = std::move(tree);
+        m_document = std::move(document);
+        m_bytes = std::move(bytes);
     } catch (const std::exception&) {
-        throw EngineError::unreadable(m_file);
+        // What was found by the tables, if anything, is all there is.
     }
 }
 
@@ -131,14 +179,14 @@ bool SourceDocument::mayListUnusedResources(std::size_t pageIndex)
 {
     if (!m_resourceUsers) {
         m_resourceUsers.emplace();
-        for (const SourcePage& page : m_pages) {
+        for (const SourcePage& page : pages()) {
             for (const Object& dictionary : resourceDictionaries(page.resources)) {
                 if (dictionary.isIndirect())
                     ++(*m_resourceUsers)[dictionary.getObjGen()];
             }
         }
     }
-    const SourcePage& page = m_pages[pageIndex];
+    const SourcePage& page = pages()[pageIndex];
     if (valueOf(page.object, "/Resources").isNull())
         return true; // inherited
     const std::vector<Object> dictionaries = resourceDictionaries(page.resources);

@@ -2,6 +2,7 @@
 
 #include "PelgraCore/TextExtraction.h"
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <stop_token>
@@ -23,8 +24,11 @@ public:
     virtual ~PageRecognizer() = default;
 
     /// The lines in reading order, column by column. A page on its side or upside down is turned first; the boxes are
-    /// those of the upright page. Empty where nothing can be read. Throws JobCancelled.
-    virtual std::vector<TextExtraction::RecognizedLine> recognize(const GrayImage& page, std::stop_token stop) = 0;
+    /// those of the upright page. Empty where nothing can be read. Throws JobCancelled, and std::runtime_error for a
+    /// page that takes longer than the caller has patience: there is more to find in it than on a page of text.
+    virtual std::vector<TextExtraction::RecognizedLine>
+    recognize(const GrayImage& page, std::stop_token stop,
+              std::chrono::milliseconds patience = std::chrono::minutes(2)) = 0;
 };
 
 /// The recognisers of one document share what was found out about its language. Safe from several threads.

@@ -7,6 +7,7 @@
 #include <array>
 #include <cmath>
 #include <optional>
+#include <stdexcept>
 
 #include <tesseract/ocrclass.h>
 #include <tesseract/resultiterator.h>
@@ -22,8 +23,6 @@ constexpr float sureOrientation = 10;
 /// Pages that stand upright came out at 85 and more, upside-down ones at 30.
 constexpr int poorConfidence = 50;
 constexpr int goodConfidence = 75;
-/// A page that takes longer than this is not a page of text.
-constexpr int longestRecognition = 120'000; // milliseconds
 /// Smaller pictures cannot hold a line of text.
 constexpr int smallestSide = 16;
 constexpr std::size_t mostTrials = 3;
@@ -89,7 +88,7 @@ std::vector<RecognizedLine> linesOf(tesseract::TessBaseAPI& engine, double width
             continue;
         std::string text = withoutLineEnd(takeText(results->GetUTF8Text(tesseract::RIL_TEXTLINE)));
         lines.push_back({std::move(text), extent->left / width, 1 - extent->bottom / height, extent->right / width,
-                         1 - extent->top / height});
+                         1 - extent->top / height, static_cast<double>(results->Confidence(tesseract::RIL_WORD))});
     } while (results->Next(tesseract::RIL_TEXTLINE));
     return lines;
 }
@@ -132,9 +131,11 @@ std::vector<std::array<int, 4>> sampleLines(tesseract::TessBaseAPI& engine, int 
 
 } // namespace
 
-std::vector<RecognizedLine> Recognizer::recognize(const GrayImage& page, std::stop_token stop)
+std::vector<RecognizedLine> Recognizer::recognize(const GrayImage& page, std::stop_token stop,
+                                                  std::chrono::milliseconds patience)
 {
     keepToOneThread();
+    m_patience = patience;
     if (page.width < smallestSide || page.height < smallestSide)
         return {};
     PixHandle pix = pixFrom(page);
@@ -157,6 +158,8 @@ std::vector<RecognizedLine> Recognizer::recognize(const GrayImage& page, std::st
     if (!pix || !useLanguage(languageFor(*pix, orientation.script)))
         return {};
     Reading reading = asItIs ? std::move(*asItIs) : read(*pix, stop);
+    if (!reading.isFinished)
+        throw std::runtime_error("the page takes too long");
     return orientation.isSure ? reading.lines : readAnyWayUp(pix, std::move(reading), stop).lines;
 }
 
@@ -258,11 +261,12 @@ Recognizer::Reading Recognizer::read(Pix& page, std::stop_token stop)
     tesseract::ETEXT_DESC monitor;
     monitor.cancel = &isStopRequested;
     monitor.cancel_this = &stop;
-    monitor.set_deadline_msecs(longestRecognition);
+    monitor.set_deadline_msecs(static_cast<std::int32_t>(m_patience.count()));
     const bool hasFinished = m_engine->Recognize(&monitor) == 0;
     if (stop.stop_requested())
         throw JobCancelled();
     Reading reading;
+    reading.isFinished = hasFinished;
     if (hasFinished) {
         reading.confidence = m_engine->MeanTextConf();
         reading.lines = linesOf(*m_engine, pixGetWidth(&page), pixGetHeight(&page));

@@ -19,7 +19,8 @@ public:
     {
     }
 
-    std::vector<TextExtraction::RecognizedLine> recognize(const GrayImage& page, std::stop_token stop) override;
+    std::vector<TextExtraction::RecognizedLine> recognize(const GrayImage& page, std::stop_token stop,
+                                                          std::chrono::milliseconds patience) override;
 
 private:
     struct Orientation {
@@ -31,6 +32,7 @@ private:
         std::vector<TextExtraction::RecognizedLine> lines;
         int confidence = 0; ///< mean of the words, 0 to 100
         bool isTurned = false; ///< the lines run up or down
+        bool isFinished = true; ///< else the time was over
     };
 
     Orientation orientationOf(Pix& page);
@@ -44,6 +46,7 @@ private:
     EngineHandle m_orientationEngine;
     EngineHandle m_engine;
     std::string m_language; ///< of m_engine
+    std::chrono::milliseconds m_patience{}; ///< for one reading of a page
 };
 
 } // namespace Pelgra

@@ -10,6 +10,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <optional>
 
 #include <sys/stat.h>
@@ -144,9 +145,33 @@ PageGeometry tryGeometry(fz_context* context, pdf_obj* page) noexcept
     return geometry;
 }
 
+/// Whether the key that the library last worked out decrypts what the owner of a document may withhold, as it does when
+/// it is the right one.
+bool isKeyRight(fz_context* context, pdf_document* document)
+{
+    constexpr int keyBits = 256;
+    constexpr std::size_t blockSize = 16;
+    pdf_obj* const lock = pdf_dict_get(context, pdf_trailer(context, document), PDF_NAME(Encrypt));
+    std::size_t size = 0;
+    const char* const permissions = pdf_to_string(context, pdf_dict_gets(context, lock, "Perms"), &size);
+    const unsigned char* const key = pdf_crypt_key(context, document->crypt);
+    fz_aes aes;
+    if (size != blockSize || pdf_crypt_length(context, document->crypt) != keyBits
+        || fz_aes_setkey_dec(&aes, key, keyBits) != 0)
+        return false;
+    unsigned char start[blockSize] = {};
+    unsigned char plain[blockSize] = {};
+    fz_aes_crypt_cbc(&aes, FZ_AES_DECRYPT, blockSize, start, reinterpret_cast<const unsigned char*>(permissions),
+                     plain);
+    return std::memcmp(plain + 9, "adb", 3) == 0;
+}
+
+/// The library refuses an empty password for owners unless anyone else's is empty as well. With AES-256 it has worked
+/// out the key all the same.
 bool isLocked(fz_context* context, pdf_document* document)
 {
-    return pdf_needs_password(context, document) && !pdf_authenticate_password(context, document, "");
+    return pdf_needs_password(context, document) && !pdf_authenticate_password(context, document, "")
+        && !isKeyRight(context, document);
 }
 
 } // namespace
@@ -163,8 +188,28 @@ std::unique_ptr<MuPDFDocument> MuPDFDocument::open(const std::filesystem::path& 
     const Work work(document->m_account);
     if (!document->readDocument())
         return nullptr;
-    document->m_pageCount = settlePageTree(document->context(), document->m_document, pagesNeeded);
-    return document->m_pageCount >= 0 ? std::move(document) : nullptr;
+    const FoundPages found = settlePageTree(document->context(), document->m_document, pagesNeeded);
+    if (found.count < 0)
+        return nullptr;
+    document->m_pageCount = found.count;
+    document->m_losses.isListLost = found.isListLost;
+    document->m_losses.missing = missingPages(found.claimed, static_cast<std::size_t>(found.count),
+                                              static_cast<std::size_t>(found.emptyEntries));
+    return found.count > 0 || !document->m_losses.any() ? std::move(document) : nullptr;
+}
+
+PageLosses MuPDFDocument::losses()
+{
+    const Work work(m_account);
+    PageLosses losses = m_losses;
+    struct stat status{};
+    if (!pdf_was_repaired(context(), m_document) || fstat(m_file.get(), &status) != 0)
+        return losses;
+    for (int index = 0; index < m_pageCount; ++index) {
+        if (hasLostSomething(context(), m_document, index, status.st_size))
+            losses.incomplete.push_back(index);
+    }
+    return losses;
 }
 
 MuPDFDocument::~MuPDFDocument()

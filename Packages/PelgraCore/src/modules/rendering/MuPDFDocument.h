@@ -2,6 +2,7 @@
 
 #include "files/UniqueDescriptor.h"
 #include "modules/PageGeometry.h"
+#include "modules/PageLosses.h"
 #include "WorkAccount.h"
 
 #include <filesystem>
@@ -37,7 +38,8 @@ struct PageGeometry {
 /// One document with a context of its own. Used by one thread at a time; several threads open one each.
 class MuPDFDocument {
 public:
-    /// Null for what cannot be read or needs a password. Broken cross references are repaired.
+    /// Null for what cannot be read, needs a password, or has none of the pages it says it has. Broken cross references
+    /// are repaired.
     static std::unique_ptr<MuPDFDocument> open(const std::filesystem::path& file, int pagesNeeded);
     ~MuPDFDocument();
     MuPDFDocument(const MuPDFDocument&) = delete;
@@ -49,6 +51,9 @@ public:
     /// The leaves of the page tree that were really found, no more than needed; what the tree claims to hold does not
     /// count.
     int pageCount() const { return m_pageCount; }
+
+    /// What the document has lost of its pages, if all of them were looked for.
+    PageLosses losses();
 
     /// Null where there is no such page or it cannot be loaded. The boxes of the page (in memory) are replaced by
     /// the valid ones of geometryOf().
@@ -73,6 +78,7 @@ private:
     ContextHandle m_context;
     pdf_document* m_document = nullptr;
     int m_pageCount = 0;
+    PageLosses m_losses; ///< without the incomplete pages
 };
 
 } // namespace Pelgra::Rendering

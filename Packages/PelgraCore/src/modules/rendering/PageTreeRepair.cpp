@@ -25,6 +25,7 @@ struct Walk {
     pdf_mark_bits* visited;
     pdf_obj* pages; ///< an array
     int pagesNeeded;
+    int emptyEntries;
     bool isAsClaimed;
 };
 
@@ -72,6 +73,7 @@ void visit(Walk* walk, pdf_obj* kid)
 {
     fz_context* const context = walk->context;
     if (!pdf_is_dict(context, kid)) {
+        ++walk->emptyEntries;
         walk->isAsClaimed = false;
         return;
     }
@@ -79,6 +81,10 @@ void visit(Walk* walk, pdf_obj* kid)
         walk->isAsClaimed = false;
     if (isBranch(context, kid)) {
         enter(walk, kid);
+        return;
+    }
+    if (pdf_name_eq(context, pdf_dict_get(context, kid, PDF_NAME(Type)), PDF_NAME(Pages))) { // without kids
+        walk->isAsClaimed = false;
         return;
     }
     pdf_array_push(context, walk->pages, kid);
@@ -132,28 +138,61 @@ void flatten(Walk* walk, pdf_obj* catalog)
     pdf_dict_put(context, root, PDF_NAME(Kids), walk->pages);
 }
 
-/// The number of pages found, or -1.
-int settleOnce(fz_context* context, pdf_document* document, int pagesNeeded) noexcept
+/// Takes whatever says it is a page, by its number in the file.
+void collectPages(Walk* walk)
 {
-    Walk walk = {context, document, nullptr, 0, 0, nullptr, nullptr, pagesNeeded, true};
-    int count = -1;
+    fz_context* const context = walk->context;
+    pdf_obj* object = nullptr;
+    fz_var(object);
+    fz_try(context)
+    {
+        const int end = pdf_xref_len(context, walk->document);
+        for (int number = 1; number < end; ++number) {
+            object = pdf_new_indirect(context, walk->document, number, 0);
+            if (pdf_name_eq(context, pdf_dict_get(context, object, PDF_NAME(Type)), PDF_NAME(Page)))
+                pdf_array_push(context, walk->pages, object);
+            pdf_drop_obj(context, object);
+            object = nullptr;
+        }
+    }
+    fz_always(context)
+    {
+        pdf_drop_obj(context, object);
+    }
+    fz_catch(context)
+    {
+        // An object that cannot be read; those before it count.
+    }
+    walk->isAsClaimed = false;
+}
+
+FoundPages settleOnce(fz_context* context, pdf_document* document, int pagesNeeded) noexcept
+{
+    Walk walk = {context, document, nullptr, 0, 0, nullptr, nullptr, pagesNeeded, 0, true};
+    FoundPages found;
     fz_var(walk);
-    fz_var(count);
+    fz_var(found);
     fz_try(context)
     {
         pdf_obj* const catalog = pdf_dict_get(context, pdf_trailer(context, document), PDF_NAME(Root));
         pdf_obj* const root = pdf_dict_get(context, catalog, PDF_NAME(Pages));
         walk.visited = pdf_new_mark_bits(context, document);
         walk.pages = pdf_new_array(context, document, 64);
-        if (isBranch(context, root)) {
+        found.isListLost = !pdf_is_dict(context, root);
+        if (found.isListLost) {
+            collectPages(&walk);
+        } else if (isBranch(context, root)) {
             walkFrom(&walk, root);
         } else if (pdf_name_eq(context, pdf_dict_get(context, root, PDF_NAME(Type)), PDF_NAME(Page))) {
             pdf_array_push(context, walk.pages, root);
             walk.isAsClaimed = false;
         }
-        if (!walk.isAsClaimed)
+        found.count = pdf_array_len(context, walk.pages);
+        found.emptyEntries = walk.emptyEntries;
+        if (found.count < pagesNeeded)
+            found.claimed = pdf_to_int64(context, pdf_dict_get(context, root, PDF_NAME(Count)));
+        if (!walk.isAsClaimed && found.count > 0)
             flatten(&walk, catalog);
-        count = pdf_array_len(context, walk.pages);
     }
     fz_always(context)
     {
@@ -163,9 +202,9 @@ int settleOnce(fz_context* context, pdf_document* document, int pagesNeeded) noe
     }
     fz_catch(context)
     {
-        count = -1;
+        found.count = -1;
     }
-    return count;
+    return found;
 }
 
 /// Rebuilds the cross references of a document whose pages cannot be found with those it has, and looks for a catalogue
@@ -199,19 +238,61 @@ void rebuild(fz_context* context, pdf_document* document) noexcept
     }
 }
 
+/// A reference to nothing, or to a stream that reaches the end of the file: what is whole ends with words of its own.
+bool isGone(fz_context* context, pdf_document* document, pdf_obj* object, std::int64_t fileSize)
+{
+    if (!pdf_is_indirect(context, object))
+        return false;
+    if (pdf_is_null(context, object))
+        return true;
+    if (!pdf_is_stream(context, object))
+        return false;
+    constexpr std::int64_t ending = sizeof "endstream" - 1;
+    const pdf_xref_entry* const entry = pdf_get_xref_entry(context, document, pdf_to_num(context, object));
+    return entry->stm_ofs + pdf_to_int64(context, pdf_dict_get(context, object, PDF_NAME(Length))) + ending >= fileSize;
+}
+
 } // namespace
 
-int settlePageTree(fz_context* context, pdf_document* document, int pagesNeeded) noexcept
+FoundPages settlePageTree(fz_context* context, pdf_document* document, int pagesNeeded) noexcept
 {
-    int count = settleOnce(context, document, pagesNeeded);
+    FoundPages found = settleOnce(context, document, pagesNeeded);
     // A fault met on the way makes the library rebuild the cross references by itself; the walk then starts again.
-    if (count < 0)
-        count = settleOnce(context, document, pagesNeeded);
-    if (count <= 0) {
+    if (found.count < 0)
+        found = settleOnce(context, document, pagesNeeded);
+    if (found.count <= 0 || (found.emptyEntries > 0 && !pdf_was_repaired(context, document))) {
         rebuild(context, document);
-        count = settleOnce(context, document, pagesNeeded);
+        found = settleOnce(context, document, pagesNeeded);
     }
-    return count;
+    return found;
+}
+
+bool hasLostSomething(fz_context* context, pdf_document* document, int pageIndex, std::int64_t fileSize) noexcept
+{
+    bool isLost = false;
+    fz_var(isLost);
+    fz_try(context)
+    {
+        pdf_obj* const page = pdf_lookup_page_obj(context, document, pageIndex);
+        pdf_obj* const contents = pdf_dict_get(context, page, PDF_NAME(Contents));
+        pdf_obj* const resources = pdf_dict_get_inheritable(context, page, PDF_NAME(Resources));
+        isLost = isGone(context, document, contents, fileSize) || isGone(context, document, resources, fileSize)
+            || isGone(context, document, pdf_dict_get(context, page, PDF_NAME(Resources)), fileSize);
+        for (int index = 0; !isLost && index < pdf_array_len(context, contents); ++index)
+            isLost = isGone(context, document, pdf_array_get(context, contents, index), fileSize);
+        pdf_obj* const categories[] = {PDF_NAME(XObject), PDF_NAME(Font)};
+        for (pdf_obj* const category : categories) {
+            pdf_obj* const entries = pdf_dict_get(context, resources, category);
+            isLost = isLost || isGone(context, document, entries, fileSize);
+            for (int index = 0; !isLost && index < pdf_dict_len(context, entries); ++index)
+                isLost = isGone(context, document, pdf_dict_get_val(context, entries, index), fileSize);
+        }
+    }
+    fz_catch(context)
+    {
+        return true;
+    }
+    return isLost;
 }
 
 } // namespace Pelgra::Rendering

@@ -11,6 +11,7 @@ public:
     explicit Renderer(std::unique_ptr<MuPDFDocument> document);
 
     int pageCount() const override { return m_document->pageCount(); }
+    PageLosses losses() override { return m_document->losses(); }
     PageSize displayedSize(int pageIndex) override;
     std::optional<RasterImage> render(int pageIndex, double scale) override;
     bool isColorless(int pageIndex, const std::stop_token& stop) override;

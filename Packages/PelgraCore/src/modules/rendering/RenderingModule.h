@@ -1,6 +1,7 @@
 #pragma once
 
 #include "modules/PageGeometry.h"
+#include "modules/PageLosses.h"
 #include "PelgraCore/PDFRendering.h"
 #include "TextPiece.h"
 
@@ -17,6 +18,9 @@ namespace Pelgra {
 /// A document that can also be drawn in parts and read.
 class PageRenderer : public PDFDocument {
 public:
+    /// What the document has lost of its pages, if all of them were looked for.
+    virtual PageLosses losses() = 0;
+
     /// Whether nothing on the page has a colour, as far as can be told without drawing it; else false.
     virtual bool isColorless(int pageIndex, const std::stop_token& stop) = 0;
 
@@ -35,7 +39,7 @@ public:
 struct RenderingModule {
     static constexpr const char* name = "rendering";
 
-    /// Null for what is not a document or needs a password.
+    /// Null for what is not a document, needs a password, or has none of the pages it says it has.
     std::unique_ptr<PageRenderer> (*open)(const std::filesystem::path& file, int pagesNeeded);
 };
 
