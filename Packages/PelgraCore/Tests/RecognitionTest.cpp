@@ -198,6 +198,30 @@ private Q_SLOTS:
         QCOMPARE(pages, 1);
     }
 
+    void bulletsAndWordsStandAsTheyWere()
+    {
+        if (!hasLanguages())
+            QSKIP(needsLanguages);
+        const TemporaryFolder folder;
+        const std::string contents = textAt(20, 150, 12, "\x95 First item of the list")
+            + textAt(20, 132, 12, "O Captain! my Captain! our trip") + textAt(20, 114, 12, "0 pears and 3 apples");
+        const auto file = folder.write("scan.pdf", scanOf(pictureOf(folder, contents)));
+        QCOMPARE(QByteArray::fromStdString(TextExtraction::plainTextOf(file)),
+                 QByteArray("• First item of the list\nO Captain! my Captain! our trip\n0 pears and 3 apples\n"));
+    }
+
+    void losesPatience()
+    {
+        if (!hasLanguages())
+            QSKIP(needsLanguages);
+        const TemporaryFolder folder;
+        const auto session = module<RecognitionModule>("recognition").openSession();
+        const auto recognizer = session->makeRecognizer();
+        const GrayImage picture = pictureOf(folder, columns());
+        QVERIFY_EXCEPTION_THROWN(recognizer->recognize(picture, {}, std::chrono::milliseconds(1)), std::runtime_error);
+        QCOMPARE(recognizer->recognize(picture, {}).size(), leftColumn.size() + rightColumn.size());
+    }
+
     /// Last: the library looks for its data once per engine, and the variable stays set.
     void tellsWhatToInstallWhereNoLanguageIs()
     {

@@ -108,7 +108,11 @@ private Q_SLOTS:
                                     << QByteArray("[P] 2024 ") + longText().c_str() + '\n';
         QTest::newRow("foreign letters") << Lines{lineFrom("日本", std::vector<FontRun>{{30, 2}}), body}
                                          << "[H1] 日本\n" + bodyShown;
-        const std::string tooLong(230, 'y');
+        const std::string longest(200, 'z');
+        QTest::newRow("as long as can be")
+            << Lines{line(longest, 20), line(longest + longest)}
+            << QByteArray("[H1] ") + longest.c_str() + "\n[P] " + (longest + longest).c_str() + '\n';
+        const std::string tooLong(201, 'y');
         QTest::newRow("too long") << Lines{line(tooLong, 20), line(longText() + longText() + longText()),
                                            line(longText() + longText())}
                                   << QByteArray("[P] ") + tooLong.c_str() + ' '
@@ -154,7 +158,14 @@ private Q_SLOTS:
             << Lines{text("a"), line("end."), text("b")} << "[P] " + full("a") + " end.\n[P] " + full("b") + '\n';
         QTest::newRow("short line within a sentence")
             << Lines{text("a"), line("goes on"), text("b")} << "[P] " + full("a") + " goes on " + full("b") + '\n';
-        QTest::newRow("quotation mark") << Lines{line("said.”"), text("b")} << "[P] said.”\n[P] " + full("b") + '\n';
+        for (const char* const end : {".", "!", "?", ":", "\"", "”", "’", ")"})
+            QTest::newRow(end) << Lines{line(std::string("said") + end), text("b")}
+                               << QByteArray("[P] said") + end + "\n[P] " + full("b") + '\n';
+        // Of fifty characters to a line, forty are not short.
+        QTest::newRow("nearly short") << Lines{line(std::string(39, 'x') + "."), text("b")}
+                                      << "[P] " + QByteArray(39, 'x') + ". " + full("b") + '\n';
+        QTest::newRow("barely short") << Lines{line(std::string(38, 'x') + "."), text("b")}
+                                      << "[P] " + QByteArray(38, 'x') + ".\n[P] " + full("b") + '\n';
         QTest::newRow("long line with a full stop")
             << Lines{line(longText() + "."), text("b")} << "[P] " + full("") + ". " + full("b") + '\n';
         QTest::newRow("empty line") << Lines{text("a"), line(" \t"), text("b")}
@@ -193,12 +204,14 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("body");
         QTest::newRow("glyph") << QByteArray("• one") << QByteArray("one");
         QTest::newRow("glyph without blank") << QByteArray("▪one") << QByteArray("one");
-        QTest::newRow("every glyph") << QByteArray("◦●‣·■□○ x") << QByteArray("●‣·■□○ x");
+        for (const char* const glyph : {"•", "◦", "▪", "●", "‣", "·", "■", "□", "○"})
+            QTest::newRow(glyph) << QByteArray(glyph) + "x" << QByteArray("x");
         QTest::newRow("glyph alone") << QByteArray("• \t ") << QByteArray();
         QTest::newRow("hyphen") << QByteArray("- one ") << QByteArray("one");
         QTest::newRow("tab") << QByteArray("*\tone") << QByteArray("one");
         QTest::newRow("en dash") << QByteArray("– one") << QByteArray("one");
         QTest::newRow("minus") << QByteArray("-5 degrees") << QByteArray();
+        QTest::newRow("em dash") << QByteArray("— one") << QByteArray("one");
         QTest::newRow("em dash before a word") << QByteArray("—and") << QByteArray();
         QTest::newRow("dash alone") << QByteArray("-") << QByteArray();
         QTest::newRow("dash and blanks") << QByteArray("-  ") << QByteArray();
@@ -287,6 +300,11 @@ private Q_SLOTS:
         QTest::newRow("one paragraph") << Lines{scanLine("a", 0.9), scanLine("b", 0.87)} << QByteArray("a\nb");
         QTest::newRow("gap") << Lines{scanLine("a", 0.9), scanLine("b", 0.863), scanLine("c", 0.84)}
                              << QByteArray("a\n\nb\nc");
+        // A tall line does not change what is a gap between the others.
+        RecognizedLine tall = scanLine("A", 0.95);
+        tall.minY = 0.88;
+        QTest::newRow("gap below a tall line")
+            << Lines{tall, scanLine("a", 0.88), scanLine("b", 0.84), scanLine("c", 0.82)} << QByteArray("A\na\n\nb\nc");
         QTest::newRow("overlapping boxes") << Lines{scanLine("a", 0.9), scanLine("b", 0.89)} << QByteArray("a\nb");
         QTest::newRow("new column") << Lines{scanLine("a", 0.9), scanLine("b", 0.88), scanLine("c", 0.95)}
                                     << QByteArray("a\nb\n\nc");
@@ -303,28 +321,25 @@ private Q_SLOTS:
 
     void putsBulletsOfScansBack_data()
     {
-        QTest::addColumn<Texts>("lines");
+        QTest::addColumn<QByteArray>("line");
+        QTest::addColumn<double>("confidence");
         QTest::addColumn<QByteArray>("expected");
-        QTest::newRow("cent sign") << Texts{"¢ One"} << QByteArray("• One");
-        QTest::newRow("price") << Texts{"¢50 each", "5 ¢ each"} << QByteArray("¢50 each\n5 ¢ each");
-        QTest::newRow("others below it") << Texts{"¢ One", "e Two", "© Three"} << QByteArray("• One\n• Two\n• Three");
-        QTest::newRow("below a true one") << Texts{"• One", "e Two"} << QByteArray("• One\n• Two");
-        QTest::newRow("without it") << Texts{"e un altro", "© 2024 Somebody"}
-                                    << QByteArray("e un altro\n© 2024 Somebody");
-        QTest::newRow("words") << Texts{"¢ One", "each", "on"} << QByteArray("• One\neach\non");
+        QTest::newRow("cent sign") << QByteArray("¢ One") << 70.0 << QByteArray("• One");
+        QTest::newRow("sure cent sign") << QByteArray("¢ is the sign") << 86.0 << QByteArray("¢ is the sign");
+        QTest::newRow("price") << QByteArray("¢50 each") << 30.0 << QByteArray("¢50 each");
+        // Below a bullet, too, what was read as a word stands.
+        for (const char* const line :
+             {"O Captain! my Captain!", "e lei rispose", "0 pears", "o tu", "@ home", "© 2024 Somebody", "« Bonjour »"})
+            QTest::newRow(line) << QByteArray(line) << 45.0 << QByteArray(line);
     }
     void putsBulletsOfScansBack()
     {
-        QFETCH(Texts, lines);
+        QFETCH(QByteArray, line);
+        QFETCH(double, confidence);
         QFETCH(QByteArray, expected);
-        std::vector<RecognizedLine> recognized;
-        for (const std::string& text : lines)
-            recognized.push_back(scanLine(text.c_str(), 0.9));
-        const std::vector<RecognizedParagraph> paragraphs = paragraphsFrom(withBulletsRestored(recognized));
-        QCOMPARE(QByteArray::fromStdString(pageTextFrom(paragraphs)), expected);
-        RecognizedLine indented = scanLine("e Two", 0.88);
-        indented.minX = 0.2;
-        QCOMPARE(withBulletsRestored({scanLine("¢ One", 0.9), indented}).back().text, std::string("e Two"));
+        std::vector<RecognizedLine> recognized{scanLine("• First", 0.9), scanLine(line.constData(), 0.9)};
+        recognized.back().firstWordConfidence = confidence;
+        QCOMPARE(QByteArray::fromStdString(withBulletsRestored(recognized).back().text), expected);
     }
 
     void makesBlocksOfScans()

@@ -2,7 +2,6 @@
 #include "unicode/Unicode.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace Pelgra::TextExtraction {
 
@@ -21,23 +20,17 @@ double medianHeightOf(std::span<const RecognizedLine> lines)
     return *middle;
 }
 
-/// What stands for a bullet at the start of a line. A real cent sign is never followed by a blank there; the others may
-/// be words or signs in their own right and need a sure bullet above or below, as far from the left.
-constexpr char32_t sureBullet = U'\u00A2';
-constexpr std::u32string_view likelyBullets = U"\u00A9\u00AE\u00AB\u00BBeoO0@";
-constexpr double sameMargin = 0.01;
+/// What bullets are taken for most often, and is hardly ever meant at the start of a line. Bullets came out with a
+/// confidence of 26 to 71, true cent signs of 86 and more. Those taken for words such as "e" or "O" came out as surely
+/// as these words themselves, so nothing tells them apart.
+constexpr char32_t takenForBullet = U'\u00A2';
+constexpr double sureSign = 78;
 
 /// The sign before the first blank, if it is a single one; else 0.
 char32_t loneSignOf(std::string_view text)
 {
     const char32_t sign = text.empty() ? U'\0' : Unicode::takeFirst(text);
     return Unicode::isBlank(Unicode::firstOf(text)) ? sign : U'\0';
-}
-
-bool isSureBullet(const RecognizedLine& line)
-{
-    const char32_t sign = loneSignOf(line.text);
-    return sign == sureBullet || (sign != 0 && bulletBody(line.text));
 }
 
 /// Collects the lines of one item or paragraph.
@@ -79,16 +72,8 @@ private:
 
 std::vector<RecognizedLine> withBulletsRestored(std::vector<RecognizedLine> lines)
 {
-    std::vector<double> margins;
-    for (const RecognizedLine& line : lines) {
-        if (isSureBullet(line))
-            margins.push_back(line.minX);
-    }
     for (RecognizedLine& line : lines) {
-        const char32_t sign = loneSignOf(line.text);
-        const bool standsBelowOne =
-            std::ranges::any_of(margins, [&line](double margin) { return std::abs(margin - line.minX) < sameMargin; });
-        if (sign == sureBullet || (standsBelowOne && likelyBullets.find(sign) != std::u32string_view::npos)) {
+        if (loneSignOf(line.text) == takenForBullet && line.firstWordConfidence < sureSign) {
             std::string_view rest = line.text;
             Unicode::takeFirst(rest);
             line.text = "\u2022" + std::string(rest);
