@@ -1,6 +1,7 @@
 #include "metadata/ExifStructure.h"
 
 #include "metadata/ByteWriter.h"
+#include "metadata/MakerNote.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,13 +18,6 @@ constexpr std::uint16_t typeLong = 4;
 constexpr std::uint16_t typeRational = 5;
 constexpr std::size_t headerSize = 8;
 constexpr std::size_t fieldSize = 12;
-
-/// Bytes of one value of a field type (TIFF 6.0, section 2); 0 for a type that does not exist.
-std::size_t sizeOfType(std::uint16_t type)
-{
-    constexpr std::array<std::uint8_t, 14> sizes{0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4};
-    return type < sizes.size() ? sizes[type] : 0;
-}
 
 std::optional<std::endian> byteOrderOf(std::span<const std::byte> exif)
 {
@@ -138,6 +132,16 @@ std::pair<Directory*, std::size_t> largestValueOf(Directory& directory, std::siz
     return largest;
 }
 
+void removeMakerNote(Directory& directory)
+{
+    constexpr std::uint16_t makerNoteTag = 0x927C;
+    std::erase_if(directory.values, [](const Directory::Value& value) { return value.tag == makerNoteTag; });
+    for (Directory::Value& value : directory.values) {
+        for (Directory& child : value.child)
+            removeMakerNote(child);
+    }
+}
+
 /// The directory as it is written at the offset `start`: its fields, then their values and the directories they point
 /// to.
 Bytes written(const Directory& directory, std::size_t start, std::endian order)
@@ -181,6 +185,33 @@ bool hasResolution(std::span<const std::byte> exif, const MainDirectory& directo
 }
 
 } // namespace
+
+std::size_t sizeOfType(std::uint16_t type)
+{
+    constexpr std::array<std::uint8_t, 14> sizes{0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4};
+    return type < sizes.size() ? sizes[type] : 0;
+}
+
+std::optional<Field> fieldBehind(std::span<const std::uint16_t> pointers, std::uint16_t tag,
+                                 std::span<const std::byte> exif)
+{
+    const std::optional<MainDirectory> main = mainDirectory(exif);
+    if (!main)
+        return std::nullopt;
+    const auto fieldOf = [](const std::vector<Field>& fields, std::uint16_t wanted) {
+        const auto found =
+            std::find_if(fields.begin(), fields.end(), [&](const Field& field) { return field.tag == wanted; });
+        return found != fields.end() ? std::optional(*found) : std::nullopt;
+    };
+    std::vector<Field> fields = main->fields;
+    for (const std::uint16_t pointer : pointers) {
+        const std::optional<Field> field = fieldOf(fields, pointer);
+        if (!field || field->type != typeLong)
+            return std::nullopt;
+        fields = fieldsAt(exif, read32(field->value, 0, main->order), main->order);
+    }
+    return fieldOf(fields, tag);
+}
 
 std::span<const std::byte> valueOf(const Field& field, std::span<const std::byte> exif, std::endian order)
 {
@@ -245,10 +276,17 @@ Bytes reducedTo(std::span<const std::byte> exif, std::size_t limit)
             return {};
         holder->values.erase(holder->values.begin() + static_cast<std::ptrdiff_t>(index));
     }
-    ByteWriter out(*order);
-    out.put(*order == std::endian::little ? "II" : "MM").put16(42).put32(headerSize);
-    out.put(written(directory, headerSize, *order));
-    return std::move(out.bytes());
+    const auto assembled = [&] {
+        ByteWriter out(*order);
+        out.put(*order == std::endian::little ? "II" : "MM").put16(42).put32(headerSize);
+        out.put(written(directory, headerSize, *order));
+        return MakerNote::withOffsetsRestored(out.bytes());
+    };
+    Bytes reduced = assembled();
+    if (MakerNote::kindIn(reduced) != MakerNote::Kind::broken)
+        return reduced;
+    removeMakerNote(directory); // it was moved away from what it counts from
+    return assembled();
 }
 
 std::array<std::uint32_t, 2> resolutionFraction(double dpi)

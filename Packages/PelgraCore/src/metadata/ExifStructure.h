@@ -33,6 +33,14 @@ std::optional<MainDirectory> mainDirectory(std::span<const std::byte> exif);
 /// The bytes of a field of mainDirectory(exif).
 std::span<const std::byte> valueOf(const Field& field, std::span<const std::byte> exif, std::endian order);
 
+/// The first field of this tag in the directory that the pointers lead to from the first one; none where it is not
+/// there.
+std::optional<Field> fieldBehind(std::span<const std::uint16_t> pointers, std::uint16_t tag,
+                                 std::span<const std::byte> exif);
+
+/// Bytes of one value of a field type (TIFF 6.0, section 2); 0 for a type that does not exist.
+std::size_t sizeOfType(std::uint16_t type);
+
 /// The structure with this resolution, in dots per inch, in its first directory; a new one where there was none.
 Bytes withResolution(std::span<const std::byte> exif, double dpiWidth, double dpiHeight);
 

@@ -1,6 +1,7 @@
 #include "ExifFilter.h"
 
 #include "metadata/ExifStructure.h"
+#include "metadata/MakerNote.h"
 
 #include <algorithm>
 #include <array>
@@ -44,6 +45,20 @@ bool isPictureDirectory(const std::string& group)
                        [&](std::string_view prefix) { return std::string_view(group).starts_with(prefix); });
 }
 
+/// Whether the maker's note would come out with offsets that lead nowhere: they did before, or they count from the
+/// start of the data and the library does not know the maker.
+bool isNoteLost(MakerNote::Kind kind, const Exiv2::ExifData& data)
+{
+    const bool isUnderstood = data.findKey(Exiv2::ExifKey("Exif.MakerNote.ByteOrder")) != data.end();
+    return kind == MakerNote::Kind::broken || (kind == MakerNote::Kind::open && !isUnderstood);
+}
+
+bool isOfNote(const Exiv2::Exifdatum& datum)
+{
+    const std::string group = datum.groupName();
+    return group == "MakerNote" || datum.key() == "Exif.Photo.MakerNote" || Exiv2::ExifTags::isMakerGroup(group);
+}
+
 bool travels(const Exiv2::Exifdatum& datum)
 {
     const std::string group = datum.groupName();
@@ -84,11 +99,13 @@ void describeUprightCopy(const MetadataSource& source, Exiv2::ExifData& data)
 
 Bytes filteredExif(const MetadataSource& source)
 {
+    const Bytes exif = MakerNote::withOffsetsRestored(source.exif);
     Exiv2::ExifData data;
-    const Exiv2::ByteOrder order = Exiv2::ExifParser::decode(
-        data, reinterpret_cast<const Exiv2::byte*>(source.exif.data()), static_cast<std::uint32_t>(source.exif.size()));
+    const Exiv2::ByteOrder order = Exiv2::ExifParser::decode(data, reinterpret_cast<const Exiv2::byte*>(exif.data()),
+                                                             static_cast<std::uint32_t>(exif.size()));
+    const bool losesNote = isNoteLost(MakerNote::kindIn(exif), data);
     for (auto datum = data.begin(); datum != data.end();)
-        datum = travels(*datum) ? std::next(datum) : data.erase(datum);
+        datum = travels(*datum) && !(losesNote && isOfNote(*datum)) ? std::next(datum) : data.erase(datum);
     if (data.empty())
         return {};
     describeUprightCopy(source, data);
