@@ -85,8 +85,8 @@ private Q_SLOTS:
         const std::vector<unsigned> pixels{1, 2, 3, 4, 5, 6, 0, 0, 7, 8, 9, 10, 11, 12, 0, 0};
         const LoadedImage bottomUp = load({.pixels = pixels});
         QCOMPARE(componentsAt(*bottomUp.image, 1, 0), (Components{12, 11, 10}));
-        QCOMPARE(bottomUp.dpiWidth, 11811 * 0.0254);
-        QCOMPARE(bottomUp.dpiHeight, 5906 * 0.0254);
+        QCOMPARE(bottomUp.dpiWidth, 300.0);
+        QCOMPARE(bottomUp.dpiHeight, 150.0);
         QCOMPARE(componentsAt(*load({.height = -2, .pixels = pixels}).image, 1, 0), (Components{6, 5, 4}));
     }
 

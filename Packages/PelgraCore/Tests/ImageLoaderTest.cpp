@@ -127,9 +127,13 @@ private Q_SLOTS:
         const auto load = [](std::array<std::uint32_t, 3> density) {
             return loadSample("a.png", pngSample(testPicture(8, 8), {.density = density}));
         };
-        QCOMPARE(load({11811, 9449, 1}).dpiWidth, 11811 * 0.0254);
-        QCOMPARE(load({11811, 9449, 1}).dpiHeight, 9449 * 0.0254);
-        QCOMPARE(load({11811, 0, 1}).dpiHeight, 11811 * 0.0254);
+        // Whole numbers are meant, whether the writer rounded to whole dots per metre or cut off what was over.
+        QCOMPARE(load({11811, 9449, 1}).dpiWidth, 300.0);
+        QCOMPARE(load({11811, 9449, 1}).dpiHeight, 240.0);
+        QCOMPARE(load({5669, 2834, 1}).dpiWidth, 144.0);
+        QCOMPARE(load({5669, 2834, 1}).dpiHeight, 72.0);
+        QCOMPARE(load({5667, 2837, 1}).dpiWidth, 5667 * 0.0254);
+        QCOMPARE(load({11811, 0, 1}).dpiHeight, 300.0);
         QCOMPARE(load({4, 3, 0}).dpiWidth, 72.0);
     }
 

@@ -1,5 +1,7 @@
 #include "metadata/ExifFields.h"
 
+#include "metadata/MetadataBlocks.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -8,7 +10,7 @@ namespace Pelgra {
 
 namespace {
 
-constexpr double centimetersPerInch = 2.54;
+constexpr double centimetresPerMetre = 100;
 
 /// Bounds-checked numbers of a TIFF structure (TIFF 6.0, section 2).
 class TiffReader {
@@ -64,7 +66,7 @@ std::optional<double> dotsPerInch(double resolution, unsigned unit)
 {
     if (unit != 2 && unit != 3)
         return std::nullopt; // without a unit it is only the shape of a pixel
-    const double value = unit == 3 ? resolution * centimetersPerInch : resolution;
+    const double value = unit == 3 ? dotsPerInchFrom(resolution * centimetresPerMetre) : resolution;
     return isUsableResolution(value) ? std::optional(value) : std::nullopt;
 }
 

@@ -9,6 +9,12 @@
 
 namespace Pelgra {
 
+namespace {
+
+constexpr double metresPerInch = 0.0254;
+
+} // namespace
+
 std::span<const std::byte> usableProfile(const RasterForm& form)
 {
     constexpr std::size_t headerSize = 128;
@@ -39,7 +45,15 @@ unsigned wholeDotsPerInch(double dpi)
 
 std::uint32_t dotsPerMetre(double dpi)
 {
-    return dpi > 0 ? static_cast<std::uint32_t>(std::clamp(std::round(dpi / 0.0254), 1.0, 2147483647.0)) : 2835;
+    return dpi > 0 ? static_cast<std::uint32_t>(std::clamp(std::round(dpi / metresPerInch), 1.0, 2147483647.0)) : 2835;
+}
+
+double dotsPerInchFrom(double dotsPerMetre)
+{
+    const double exact = dotsPerMetre * metresPerInch;
+    const double whole = std::round(exact);
+    // Some programs cut the fraction off instead of rounding it.
+    return std::abs(whole / metresPerInch - dotsPerMetre) < 1 ? whole : exact;
 }
 
 } // namespace Pelgra

@@ -22,4 +22,7 @@ unsigned wholeDotsPerInch(double dpi);
 /// Dots per metre, for headers that count in metres.
 std::uint32_t dotsPerMetre(double dpi);
 
+/// The way back. Whole dots per metre cannot say 144 dots per inch: the whole number that was meant is taken.
+double dotsPerInchFrom(double dotsPerMetre);
+
 } // namespace Pelgra

@@ -2,6 +2,7 @@
 
 #include "codecs/DecodedImage.h"
 #include "metadata/ExifFields.h"
+#include "metadata/MetadataBlocks.h"
 
 #include <algorithm>
 #include <bit>
@@ -11,7 +12,6 @@ namespace Pelgra {
 
 namespace {
 
-constexpr double inchesPerMeter = 0.0254;
 constexpr std::size_t fileHeaderSize = 14;
 constexpr std::size_t coreHeaderSize = 12, windowsHeaderSize = 40, os2HeaderSize = 64, version5HeaderSize = 124;
 
@@ -143,7 +143,7 @@ void readProfile(const Fields& fields, BmpHeader& header)
 
 std::optional<double> resolution(std::int32_t dotsPerMeter)
 {
-    const double dotsPerInch = dotsPerMeter * inchesPerMeter;
+    const double dotsPerInch = dotsPerInchFrom(dotsPerMeter);
     return isUsableResolution(dotsPerInch) ? std::optional(dotsPerInch) : std::nullopt;
 }
 

@@ -2,6 +2,7 @@
 
 #include "codecs/BlockWrappings.h"
 #include "metadata/ExifFields.h"
+#include "metadata/MetadataBlocks.h"
 
 #include <algorithm>
 
@@ -15,7 +16,6 @@ namespace {
 using namespace std::string_view_literals;
 using ByteSpan = std::span<const std::byte>;
 
-constexpr double inchesPerMeter = 0.0254;
 /// More than any real profile or metadata block; compressed text can be a thousand times its size.
 constexpr std::size_t inflatedLimit = std::size_t{16} << 20;
 
@@ -66,8 +66,8 @@ void readDensity(ByteSpan content, PngProperties& properties)
 {
     if (content.size() < 9 || content[8] != std::byte{1})
         return; // without the unit it is only the shape of a pixel
-    const double dpiX = static_cast<double>(bigEndianNumber(content, 0, 4)) * inchesPerMeter;
-    const double dpiY = static_cast<double>(bigEndianNumber(content, 4, 4)) * inchesPerMeter;
+    const double dpiX = dotsPerInchFrom(static_cast<double>(bigEndianNumber(content, 0, 4)));
+    const double dpiY = dotsPerInchFrom(static_cast<double>(bigEndianNumber(content, 4, 4)));
     if (isUsableResolution(dpiX))
         properties.dpiX = dpiX;
     if (isUsableResolution(dpiY))

@@ -1,6 +1,7 @@
 #include "modules/tiff/TiffModule.h"
 
 #include "metadata/ExifStructure.h"
+#include "metadata/MetadataBlocks.h"
 #include "modules/ModuleLoader.h"
 #include "TiffPixels.h"
 
@@ -20,13 +21,15 @@ void selectPage(const TiffFile& file, int index)
         throw DecodeError("the first page cannot be read");
 }
 
+constexpr double centimetresPerMetre = 100;
+
 std::optional<double> resolution(const TiffFile& file, std::uint32_t tag)
 {
     float value = 0;
     const std::uint16_t unit = file.shortNumber(TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
     if (unit == RESUNIT_NONE || TIFFGetField(file.get(), tag, &value) != 1 || !(value > 0))
         return std::nullopt;
-    return unit == RESUNIT_CENTIMETER ? value * 2.54 : value;
+    return unit == RESUNIT_CENTIMETER ? dotsPerInchFrom(value * centimetresPerMetre) : value;
 }
 
 Bytes profileOf(const TiffFile& file)
