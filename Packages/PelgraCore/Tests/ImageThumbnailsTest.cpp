@@ -4,6 +4,7 @@
 
 #include <QTest>
 
+#include <algorithm>
 #include <limits>
 
 using namespace Pelgra;
@@ -35,6 +36,71 @@ private Q_SLOTS:
         const auto image = std::make_shared<const RasterImage>(testPicture(50, 20));
         QCOMPARE(Thumbnails::scaled(image, 50).get(), image.get());
         QCOMPARE(Thumbnails::scaled(std::make_shared<const RasterImage>(testPicture(300, 1)), 10)->height, 1);
+    }
+
+    void showTheImageOfTheIndex()
+    {
+        // A red screen of 4 × 4 pixels, then a green corner that is taken away again, then a blue corner beside it.
+        Bytes gif = bytesOf("GIF89a");
+        const auto put = [&](std::initializer_list<int> values) {
+            for (const int value : values)
+                gif.push_back(static_cast<std::byte>(value));
+        };
+        put({4, 0, 4, 0, 0x81, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0}); // red, green, blue, black
+        const auto image = [&](int disposal, int left, int side, int color) {
+            put({0x21, 0xF9, 4, disposal << 2, 0, 0, 0, 0, 0x2C, left, 0, 0, 0, side, 0, side, 0, 0});
+            // Codes of three bits, each pixel behind a code that clears the table.
+            std::vector<int> bits;
+            const auto code = [&](int value) {
+                for (int bit = 0; bit < 3; ++bit)
+                    bits.push_back(value >> bit & 1);
+            };
+            for (int pixel = 0; pixel < side * side; ++pixel) {
+                code(4);
+                code(color);
+            }
+            code(5);
+            bits.resize((bits.size() + 7) / 8 * 8);
+            put({2, static_cast<int>(bits.size() / 8)});
+            for (std::size_t at = 0; at < bits.size(); at += 8) {
+                int byte = 0;
+                for (std::size_t bit = 0; bit < 8; ++bit)
+                    byte |= bits[at + bit] << bit;
+                put({byte});
+            }
+            put({0});
+        };
+        image(1, 0, 4, 0);
+        image(3, 0, 2, 1);
+        image(2, 2, 2, 2);
+        image(1, 0, 1, 1);
+        put({0x3B});
+        TemporaryFolder folder;
+        const auto file = write(folder, "a.gif", gif);
+        const auto corners = [](const std::filesystem::path& picture, int index) {
+            const std::optional<RasterImage> small = Thumbnails::image(picture, index, 96);
+            QByteArray text;
+            for (const int x : {0, 3}) {
+                const std::vector<int> color = small ? componentsAt(*small, x, 1) : std::vector<int>{0, 0, 0};
+                const auto strongest = std::max_element(color.begin(), color.begin() + 3) - color.begin();
+                text += color.size() == 4 && color[3] == 0 ? '-' : "rgb"[strongest];
+            }
+            return text;
+        };
+        QCOMPARE(corners(file, 0), QByteArray("rr"));
+        QCOMPARE(corners(file, 1), QByteArray("gr"));
+        QCOMPARE(corners(file, 2), QByteArray("rb"));
+        QCOMPARE(corners(file, 3), QByteArray("r-"));
+        QCOMPARE(corners(file, 4), QByteArray("rr"));
+
+        const RasterImage first = testPicture(4, 4); // red and green above
+        RasterImage second = first;
+        for (std::size_t at = 0; at < second.pixels.size(); ++at)
+            second.pixels[at] = at % 3 == 2 ? std::byte{0xFF} : std::byte{0}; // rows have no padding
+        const auto animation = write(folder, "a.webp", webpAnimationSample({webpSample(first), webpSample(second)}));
+        QCOMPARE(corners(animation, 0), QByteArray("rg"));
+        QCOMPARE(corners(animation, 1), QByteArray("bb"));
+        QCOMPARE(corners(animation, 2), QByteArray("rg"));
     }
 
     void nothingForNothing()

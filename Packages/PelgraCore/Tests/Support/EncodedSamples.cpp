@@ -4,10 +4,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 
 #include <jpeglib.h>
+#include <libheif/heif.h>
 #include <png.h>
 #include <webp/encode.h>
 #include <webp/mux.h>
@@ -269,6 +271,67 @@ Bytes webpSample(const RasterImage& image, const Bytes& exif, const Bytes& iccPr
     Bytes bytes = withWebpChunks(memory, exif, iccProfile);
     WebPPictureFree(&picture);
     WebPMemoryWriterClear(&memory);
+    return bytes;
+}
+
+Bytes webpAnimationSample(const std::vector<Bytes>& frames)
+{
+    const std::unique_ptr<WebPMux, decltype(&WebPMuxDelete)> mux(WebPMuxNew(), WebPMuxDelete);
+    for (const Bytes& frame : frames) {
+        WebPMuxFrameInfo info{};
+        info.bitstream = {reinterpret_cast<const std::uint8_t*>(frame.data()), frame.size()};
+        info.id = WEBP_CHUNK_ANMF;
+        info.duration = 100;
+        info.dispose_method = WEBP_MUX_DISPOSE_NONE;
+        info.blend_method = WEBP_MUX_NO_BLEND;
+        if (WebPMuxPushFrame(mux.get(), &info, 1) != WEBP_MUX_OK)
+            std::abort();
+    }
+    const WebPMuxAnimParams loop{0, 0};
+    WebPData file{};
+    if (WebPMuxSetAnimationParams(mux.get(), &loop) != WEBP_MUX_OK || WebPMuxAssemble(mux.get(), &file) != WEBP_MUX_OK)
+        std::abort();
+    const auto* const begin = reinterpret_cast<const std::byte*>(file.bytes);
+    Bytes bytes(begin, begin + file.size);
+    WebPDataClear(&file);
+    return bytes;
+}
+
+Bytes heicWithReducedPrimary(const RasterImage& image, int reducedSide)
+{
+    const auto check = [](const heif_error& error) {
+        if (error.code != heif_error_Ok)
+            std::abort();
+    };
+    heif_context* const context = heif_context_alloc();
+    heif_encoder* encoder = nullptr;
+    check(heif_context_get_encoder_for_format(context, heif_compression_HEVC, &encoder));
+    heif_image* picture = nullptr;
+    check(heif_image_create(image.width, image.height, heif_colorspace_RGB, heif_chroma_interleaved_RGB, &picture));
+    check(heif_image_add_plane(picture, heif_channel_interleaved, image.width, image.height, 8));
+    int stride = 0;
+    std::uint8_t* const plane = heif_image_get_plane(picture, heif_channel_interleaved, &stride);
+    for (int y = 0; y < image.height; ++y)
+        std::memcpy(plane + y * stride, image.row(y).data(), static_cast<std::size_t>(image.width) * 3);
+    heif_image_handle* master = nullptr;
+    heif_image_handle* reduced = nullptr;
+    check(heif_context_encode_image(context, picture, encoder, nullptr, &master));
+    check(heif_context_encode_thumbnail(context, picture, master, encoder, nullptr, reducedSide, &reduced));
+    check(heif_context_set_primary_image(context, reduced));
+    Bytes bytes;
+    heif_writer writer{};
+    writer.writer_api_version = 1;
+    writer.write = [](heif_context*, const void* data, std::size_t size, void* target) {
+        const auto* const begin = static_cast<const std::byte*>(data);
+        static_cast<Bytes*>(target)->assign(begin, begin + size);
+        return heif_error{heif_error_Ok, heif_suberror_Unspecified, nullptr};
+    };
+    check(heif_context_write(context, &writer, &bytes));
+    heif_image_handle_release(reduced);
+    heif_image_handle_release(master);
+    heif_image_release(picture);
+    heif_encoder_release(encoder);
+    heif_context_free(context);
     return bytes;
 }
 

@@ -102,6 +102,12 @@ Bytes indexedPngSample(int width, int height, const std::vector<std::uint8_t>& v
 /// Lossless WebP of an 8-bit RGB picture, with or without alpha.
 Bytes webpSample(const RasterImage& image, const Bytes& exif = {}, const Bytes& iccProfile = {});
 
+/// An animation of WebP pictures of one size.
+Bytes webpAnimationSample(const std::vector<Bytes>& frames);
+
+/// A HEIC picture with a reduced copy of it, which the file names as its primary picture.
+Bytes heicWithReducedPrimary(const RasterImage& image, int reducedSide);
+
 Bytes bytesOf(std::string_view text);
 std::filesystem::path write(const TemporaryFolder& folder, std::string_view name, const Bytes& bytes);
 

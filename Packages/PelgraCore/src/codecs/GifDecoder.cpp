@@ -27,14 +27,20 @@ int provideBytes(GifFileType* gif, GifByteType* target, int size)
     return static_cast<int>(count);
 }
 
-/// Reads up to the first image. Returns the index of its transparent colour, or NO_TRANSPARENT_COLOR.
-int findFirstImage(GifFileType* gif)
-{
+/// What stands before an image about its place in time.
+struct ImageControl {
     int transparentColor = NO_TRANSPARENT_COLOR;
+    int disposal = DISPOSAL_UNSPECIFIED;
+};
+
+/// Reads up to the next image; none where there are no more.
+std::optional<ImageControl> findImage(GifFileType* gif)
+{
+    ImageControl found;
     GifRecordType record = UNDEFINED_RECORD_TYPE;
     while (DGifGetRecordType(gif, &record) == GIF_OK) {
         if (record == IMAGE_DESC_RECORD_TYPE && DGifGetImageDesc(gif) == GIF_OK)
-            return transparentColor;
+            return found;
         if (record != EXTENSION_RECORD_TYPE)
             break;
         int code = 0;
@@ -44,12 +50,12 @@ int findFirstImage(GifFileType* gif)
         while (block) {
             GraphicsControlBlock control{};
             if (code == GRAPHICS_EXT_FUNC_CODE && DGifExtensionToGCB(block[0], block + 1, &control) == GIF_OK)
-                transparentColor = control.TransparentColor;
+                found = {control.TransparentColor, control.DisposalMode};
             if (DGifGetExtensionNext(gif, &block) != GIF_OK)
                 throw DecodeError("GIF: the file is damaged");
         }
     }
-    throw DecodeError("GIF: no image");
+    return std::nullopt;
 }
 
 /// The rows of an image in the order they are stored (GIF89a, appendix E).
@@ -126,35 +132,76 @@ std::size_t readRows(GifFileType* gif, const Placement& place, int transparentCo
     return rows;
 }
 
-} // namespace
-
-DecodedImage decodeGif(std::span<const std::byte> file)
+void clear(const Placement& place, RasterImage& screen)
 {
-    std::span<const std::byte> rest = file;
-    int error = 0;
-    const Gif gif(DGifOpen(&rest, provideBytes, &error));
-    if (!gif)
-        throw DecodeError("GIF: no header");
-    const int transparentColor = findFirstImage(gif.get());
-    const GifImageDesc& image = gif->Image;
-    const Placement place{image.Left, image.Top, image.Width, image.Height, image.Interlace};
-    if (place.width < 1 || place.height < 1)
-        throw DecodeError("GIF: an empty image");
+    const int right = std::min(place.left + place.width, screen.width);
+    for (int y = place.top; place.left < right && y < std::min(place.top + place.height, screen.height); ++y) {
+        const std::span<std::byte> row = screen.row(y);
+        std::fill(row.data() + static_cast<std::size_t>(place.left) * screen.bytesPerPixel(),
+                  row.data() + static_cast<std::size_t>(right) * screen.bytesPerPixel(), std::byte{0});
+    }
+}
 
-    // A screen filled by its only image, without a transparent colour, has no use for alpha.
-    const bool hasAlpha = transparentColor != NO_TRANSPARENT_COLOR || !place.covers(*gif);
+RasterImage emptyScreen(const GifFileType& gif, const Placement& place, bool hasAlpha)
+{
     // Programs old and new write a screen without a size; the image's own counts then.
     std::optional<RasterImage> screen =
-        RasterImage::make(gif->SWidth > 0 ? gif->SWidth : place.left + place.width,
-                          gif->SHeight > 0 ? gif->SHeight : place.top + place.height, ColorModel::rgb, hasAlpha, 8);
-    if (!screen
-        || !RasterImage::fits(static_cast<std::uint64_t>(place.width), static_cast<std::uint64_t>(place.height), 4))
+        RasterImage::make(gif.SWidth > 0 ? gif.SWidth : place.left + place.width,
+                          gif.SHeight > 0 ? gif.SHeight : place.top + place.height, ColorModel::rgb, hasAlpha, 8);
+    if (!screen)
         throw DecodeError("GIF: too large");
     std::fill(screen->pixels.begin(), screen->pixels.end(), std::byte{0});
-    if (readRows(gif.get(), place, transparentColor, *screen) == 0)
-        throw DecodeError("GIF: no rows");
+    return std::move(*screen);
+}
+
+/// What the screen shows with the image of this index.
+RasterImage screenWith(std::span<const std::byte> file, int index)
+{
+    int error = 0;
+    const Gif gif(DGifOpen(&file, provideBytes, &error));
+    if (!gif)
+        throw DecodeError("GIF: no header");
+    std::optional<RasterImage> screen;
+    for (int number = 0;; ++number) {
+        const std::optional<ImageControl> control = findImage(gif.get());
+        if (!control)
+            throw DecodeError("GIF: no image");
+        const GifImageDesc& image = gif->Image;
+        const Placement place{image.Left, image.Top, image.Width, image.Height, image.Interlace};
+        if (place.width < 1 || place.height < 1)
+            throw DecodeError("GIF: an empty image");
+        if (!RasterImage::fits(static_cast<std::uint64_t>(place.width), static_cast<std::uint64_t>(place.height), 4))
+            throw DecodeError("GIF: too large");
+        // A screen filled by its only image, without a transparent colour, has no use for alpha.
+        const bool hasAlpha = index > 0 || control->transparentColor != NO_TRANSPARENT_COLOR || !place.covers(*gif);
+        if (!screen)
+            screen = emptyScreen(*gif, place, hasAlpha);
+        std::optional<RasterImage> before;
+        if (number < index && control->disposal == DISPOSE_PREVIOUS)
+            before = screen;
+        if (readRows(gif.get(), place, control->transparentColor, *screen) == 0)
+            throw DecodeError("GIF: no rows");
+        if (number == index)
+            return std::move(*screen);
+        if (control->disposal == DISPOSE_BACKGROUND)
+            clear(place, *screen);
+        else if (before)
+            screen = std::move(before);
+    }
+}
+
+} // namespace
+
+DecodedImage decodeGif(std::span<const std::byte> file, int index)
+{
     DecodedImage decoded;
-    decoded.image = std::move(*screen);
+    try {
+        decoded.image = screenWith(file, std::max(index, 0));
+    } catch (const DecodeError&) {
+        if (index <= 0)
+            throw;
+        decoded.image = screenWith(file, 0);
+    }
     return decoded;
 }
 

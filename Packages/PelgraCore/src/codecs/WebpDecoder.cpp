@@ -4,6 +4,7 @@
 #include "metadata/ExifFields.h"
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 
 #include <webp/decode.h>
@@ -85,16 +86,53 @@ RasterImage decodeCanvas(const WebPDemuxer* demuxer)
     return std::move(*canvas);
 }
 
+struct AnimationDeleter {
+    void operator()(WebPAnimDecoder* decoder) const { WebPAnimDecoderDelete(decoder); }
+};
+
+/// The canvas with a frame later than the first.
+RasterImage decodeLaterFrame(const WebPData& data, int index)
+{
+    WebPAnimDecoderOptions options;
+    if (!WebPAnimDecoderOptionsInit(&options))
+        throw DecodeError("WebP: another version of the library");
+    options.color_mode = MODE_RGBA;
+    const std::unique_ptr<WebPAnimDecoder, AnimationDeleter> decoder(WebPAnimDecoderNew(&data, &options));
+    WebPAnimInfo info{};
+    if (!decoder || !WebPAnimDecoderGetInfo(decoder.get(), &info))
+        throw DecodeError("WebP: the file is damaged");
+    std::uint8_t* pixels = nullptr;
+    int time = 0;
+    for (int frame = 0; frame <= index; ++frame) {
+        if (!WebPAnimDecoderGetNext(decoder.get(), &pixels, &time))
+            throw DecodeError("WebP: the picture is damaged");
+    }
+    std::optional<RasterImage> canvas = RasterImage::make(
+        static_cast<int>(info.canvas_width), static_cast<int>(info.canvas_height), ColorModel::rgb, true, 8);
+    if (!canvas)
+        throw DecodeError("WebP: too large");
+    const std::size_t rowBytes = std::size_t{info.canvas_width} * 4;
+    for (int y = 0; y < canvas->height; ++y)
+        std::memcpy(canvas->row(y).data(), pixels + static_cast<std::size_t>(y) * rowBytes, rowBytes);
+    return std::move(*canvas);
+}
+
+RasterImage decodeFrameAt(const WebPDemuxer* demuxer, const WebPData& data, int index)
+{
+    const bool exists = index > 0 && static_cast<std::uint32_t>(index) < WebPDemuxGetI(demuxer, WEBP_FF_FRAME_COUNT);
+    return exists ? decodeLaterFrame(data, index) : decodeCanvas(demuxer);
+}
+
 } // namespace
 
-DecodedImage decodeWebp(std::span<const std::byte> file)
+DecodedImage decodeWebp(std::span<const std::byte> file, int index)
 {
     const WebPData data{reinterpret_cast<const std::uint8_t*>(file.data()), file.size()};
     const Demuxer demuxer(WebPDemux(&data));
     if (!demuxer)
         throw DecodeError("WebP: the file is damaged");
     DecodedImage decoded;
-    decoded.image = decodeCanvas(demuxer.get());
+    decoded.image = decodeFrameAt(demuxer.get(), data, index);
     decoded.image.iccProfile = chunk(demuxer.get(), "ICCP");
     const Bytes exif = chunk(demuxer.get(), "EXIF");
     const auto structure = withoutExifPrefix(exif);

@@ -66,7 +66,7 @@ DecodedImage decode(FileFormat format, std::span<const std::byte> file, int inde
     case FileFormat::png:
         return decodePng(file);
     case FileFormat::webp:
-        return decodeWebp(file);
+        return decodeWebp(file, index);
     case FileFormat::heic:
     case FileFormat::avif:
         return module<HeifModule>("heif").decode(file, index);
@@ -77,7 +77,7 @@ DecodedImage decode(FileFormat format, std::span<const std::byte> file, int inde
     case FileFormat::svg:
         return drawing(file);
     case FileFormat::gif:
-        return decodeGif(file);
+        return decodeGif(file, index);
     case FileFormat::pdf:
     case FileFormat::txt:
     case FileFormat::md:
