@@ -140,6 +140,13 @@ private Q_SLOTS:
         }
     }
 
+    void aReducedCopyStandsForItsPicture()
+    {
+        const DecodedImage decoded = decode(FileFormat::heic, heicWithReducedPrimary(testPicture(128, 96), 32));
+        QCOMPARE(decoded.image.width, 128);
+        QCOMPARE(decoded.image.height, 96);
+    }
+
     void heicTakesAnySizeAndQuality()
     {
         EncodeProperties properties;

@@ -18,7 +18,8 @@ namespace {
 /// No side of a coded picture may be longer; the library checks it before it decodes.
 constexpr int sideLimit = 32768;
 
-/// The picture with this index, the primary one being the first.
+/// The picture with this index, the primary one being the first. A reduced copy named as the primary one stands for the
+/// picture it was made of.
 HeifImageHandle pictureAt(heif_context& context, int index)
 {
     heif_item_id primary = 0;
@@ -26,11 +27,14 @@ HeifImageHandle pictureAt(heif_context& context, int index)
     std::vector<heif_item_id> pictures(
         static_cast<std::size_t>(std::max(heif_context_get_number_of_top_level_images(&context), 0)));
     heif_context_get_list_of_top_level_image_IDs(&context, pictures.data(), static_cast<int>(pictures.size()));
-    std::erase(pictures, primary);
-    const bool exists = index > 0 && static_cast<std::size_t>(index) <= pictures.size();
+    if (pictures.empty())
+        throw DecodeError("no picture");
+    if (const auto found = std::find(pictures.begin(), pictures.end(), primary); found != pictures.end())
+        std::rotate(pictures.begin(), found, found + 1);
+    const bool exists = index > 0 && static_cast<std::size_t>(index) < pictures.size();
     heif_image_handle* handle = nullptr;
-    checkHeif<DecodeError>(heif_context_get_image_handle(
-        &context, exists ? pictures[static_cast<std::size_t>(index) - 1] : primary, &handle));
+    checkHeif<DecodeError>(
+        heif_context_get_image_handle(&context, pictures[exists ? static_cast<std::size_t>(index) : 0], &handle));
     return HeifImageHandle(handle);
 }
 
