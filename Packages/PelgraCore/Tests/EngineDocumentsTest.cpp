@@ -23,7 +23,7 @@ std::string linkedDocument()
     for (int index = 0; index < 3; ++index)
         builder.addPage({textAt(72, 700, 24, "Page " + std::to_string(index + 1)), "[0 0 612 792]",
                          "/Annots [" + reference(links[index]) + "]", ""});
-    const std::string link = "<< /Type /Annot /Subtype /Link /Rect [72 600 172 620] ";
+    const std::string link = "<< /Type /Annot /Subtype /Link /Border [0 0 0] /Rect [72 600 172 620] ";
     builder.set(links[0], link + "/Dest [" + reference(builder.pageObject(2)) + " /XYZ 72 700 null] >>");
     builder.set(links[1], link + "/A << /S /GoTo /D [" + reference(builder.pageObject(1)) + " /Fit] >> >>");
     builder.set(links[2], link + "/A << /S /GoTo /D (first) >> >>");
@@ -311,6 +311,17 @@ private Q_SLOTS:
         QCOMPARE(document.at(document.page(1), "/MediaBox").toArray(), QJsonArray({0, 0, 300, 500}));
     }
 
+    void uniformWidthLeavesAloneWhatIsNarrowEnough()
+    {
+        TemporaryFolder folder;
+        PDFBuilder builder;
+        for (const char* const box : {"[0 0 300 500]", "[0 0 300.009 500]", "[0 0 300.02 500]"})
+            builder.addPage({"", box, "", ""});
+        const InspectedPDF document(organised(folder.write("a.pdf", builder.build()), edits({0, 1, 2}), true));
+        QCOMPARE(document.at(document.page(1), "/MediaBox").toArray().at(2).toDouble(), 300.009);
+        QCOMPARE(document.at(document.page(2), "/MediaBox").toArray().at(2).toDouble(), 300.0);
+    }
+
     void uniformWidthHoldsForReadersThatScalePages()
     {
         TemporaryFolder folder;
@@ -423,6 +434,24 @@ private Q_SLOTS:
                 == EngineError::Cause(EngineError::WriteFailed{folder / "missing" / "a Pages"}));
     }
 
+    void framesOfLinksOutliveTheirPages()
+    {
+        TemporaryFolder folder;
+        PDFBuilder builder;
+        const std::string link = "<< /Subtype /Link /Rect [72 600 172 620] /Dest [7 0 R /Fit] ";
+        builder.addPage({"", "[0 0 612 792]",
+                         "/Annots [" + link + ">> " + link + "/Border [0 0 0] >> " + link + "/BS << /W 0 >> >> " + link
+                             + "/Border [0 0 0] /BS << /W 2 >> >> " + link + "/Border [0 0 0] /AP << /N 3 0 R >> >>]",
+                         ""});
+        builder.addPage({}); // object 7
+        const Path file = folder.write("a.pdf", builder.build());
+        const InspectedPDF page(organised(file, edits({0})));
+        const QJsonArray annotations = page.at(page.page(0), "/Annots").toArray();
+        QCOMPARE(annotations.size(), 3);
+        for (const QJsonValue& annotation : annotations)
+            QVERIFY(!page.at(annotation).toObject().contains("/Dest"));
+    }
+
     void splittingNamesEveryPage()
     {
         TemporaryFolder folder;
@@ -435,6 +464,20 @@ private Q_SLOTS:
             QCOMPARE(page.linkTargets(0), number == 2 ? QList<int>{0} : QList<int>{});
         }
         QCOMPARE(Engine::splitPDF(file).displayName, std::string("a.b Pages 2"));
+        // One page gets a folder, too.
+        const Path alone = Engine::splitPDF(folder.write("one.pdf", plainDocument(1))).outputs.front();
+        QCOMPARE(InspectedPDF(alone / "one 1.pdf").pageCount(), 1);
+    }
+
+    void outputsNameTheirCreator()
+    {
+        TemporaryFolder folder;
+        const Path file = folder.write("a.pdf", linkedDocument());
+        for (const Path& output :
+             {merged({file}), organised(file, edits({1})), Engine::splitPDF(file).outputs.front() / "a 1.pdf"}) {
+            const InspectedPDF document(output);
+            QCOMPARE(document.at(document.trailer(), "/Info", "/Creator").toString(), QStringLiteral("u:Pelgra"));
+        }
     }
 };
 

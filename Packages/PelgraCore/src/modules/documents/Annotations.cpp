@@ -6,9 +6,23 @@ namespace Pelgra::Documents {
 
 namespace {
 
+/// Whether readers draw something for a link: a frame, which it has unless it says otherwise, or a picture of its own.
+bool isVisible(Object link)
+{
+    Object style = dictionaryOf(link, "/BS");
+    const std::vector<Object> border = itemsOf(valueOf(link, "/Border"));
+    double width = 1;
+    if (style.isDictionary())
+        width = numberOf(valueOf(style, "/W")).value_or(width);
+    else if (border.size() > 2)
+        width = numberOf(border[2]).value_or(width);
+    return width > 0 || !dictionaryOf(link, "/AP").isNull();
+}
+
+/// A link that leads to no page and shows nothing. One that shows something stays, as a link to nowhere.
 bool isDeadLink(Object annotation, LinkRewriter& links)
 {
-    return isNamed(annotation, "/Subtype", "/Link") && !links.leadsSomewhere(annotation);
+    return isNamed(annotation, "/Subtype", "/Link") && !links.leadsSomewhere(annotation) && !isVisible(annotation);
 }
 
 void fillAnnotation(Input& input, const PlacedPage& page, const PlacedAnnotation& annotation, LinkRewriter& links)

@@ -11,7 +11,7 @@ struct PlacedAnnotation {
 };
 
 /// Makes places for the annotations of a page, so that whatever refers to them finds them. Links that lead to no page
-/// get no place.
+/// and show nothing get no place.
 std::vector<PlacedAnnotation> placeAnnotations(Input& input, PlacedPage& page, LinkRewriter& links);
 
 /// Copies what the annotations say and lists them on their page. Form fields are connected elsewhere.
