@@ -2,6 +2,7 @@
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/ImageLoading.h"
 #include "Support/ImageSamples.h"
+#include "Support/PDFSamples.h"
 #include "Support/TemporaryFolder.h"
 
 #include <QTest>
@@ -119,25 +120,41 @@ private Q_SLOTS:
         const TemporaryFolder folder;
         const auto file = write(folder, "a.png", pngSample(testPicture(32, 32, ColorModel::rgb, true)));
         Engine::convert(file, FileFormat::jpg, {});
-        Engine::convert(file, FileFormat::tiff, {});
         const LoadedImage jpeg = ImageLoader::load(folder / "a.jpg");
         QVERIFY(!jpeg.image->hasAlpha);
         // Yellow, a fifth of it, over white.
         QVERIFY(largestDifference(componentsIn(*jpeg.image, Quadrant::bottomRight), {255, 255, 204}) <= 8);
-        QVERIFY(ImageLoader::load(folder / "a.tiff").image->hasAlpha);
+        for (const FileFormat target : {FileFormat::png, FileFormat::heic, FileFormat::tiff, FileFormat::bmp}) {
+            const JobResult result = Engine::convert(file, target, {});
+            QVERIFY(ImageLoader::load(result.outputs.front()).image->hasAlpha);
+        }
     }
 
     void qualitiesAreClampedAndEachFormatHasItsOwn()
     {
         const TemporaryFolder folder;
         const auto file = write(folder, "a.png", pngSample(rampPicture(200, 200)));
-        const auto sizeAt = [&](double jpeg, double heic) {
-            const JobResult result = Engine::convert(file, FileFormat::jpg, {jpeg, heic, 300});
-            return std::filesystem::file_size(result.outputs.at(0));
-        };
-        QCOMPARE(sizeAt(1.5, 0), sizeAt(1, 1));
-        QCOMPARE(sizeAt(-0.2, 0), sizeAt(0, 1));
-        QVERIFY(sizeAt(1, 0) > sizeAt(0.5, 1));
+        const auto document =
+            folder.write("b.pdf", documentWith({{"0 0 1 rg 9 9 70 70 re f", "[0 0 100 100]", "", ""}}));
+        for (const bool isHeic : {false, true}) {
+            const auto sizeAt = [&](const std::filesystem::path& input, double own, double other) {
+                const ConversionOptions options{isHeic ? other : own, isHeic ? own : other, 300};
+                const JobResult result = Engine::convert(input, isHeic ? FileFormat::heic : FileFormat::jpg, options);
+                return std::filesystem::file_size(result.outputs.at(0));
+            };
+            QCOMPARE(sizeAt(file, 1.5, 0), sizeAt(file, 1, 1));
+            QCOMPARE(sizeAt(file, -0.2, 0), sizeAt(file, 0, 1));
+            QVERIFY(sizeAt(file, 1, 0) > sizeAt(file, 0.5, 1));
+            QVERIFY(sizeAt(document, 1, 0) > sizeAt(document, 0.1, 1));
+        }
+    }
+
+    void textOpensItsInputBeforeItsOutput()
+    {
+        // Neither the document nor a place for its text is there.
+        const TemporaryFolder folder;
+        QCOMPARE(failureOf([&] { Engine::pdfToText(folder / "gone" / "a.pdf", false); }),
+                 std::string("“a.pdf” couldn’t be read."));
     }
 
     void aBatchKeepsItsOrderWhateverIsDoneFirst()

@@ -1,3 +1,4 @@
+#include "PelgraCore/EngineError.h"
 #include "PelgraCore/ImageLoading.h"
 #include "Support/ImageSamples.h"
 
@@ -85,6 +86,18 @@ private Q_SLOTS:
                 expected.push_back(qRound(stored[static_cast<std::size_t>(index)] * alpha + white * (1 - alpha)));
             QVERIFY(largestDifference(componentsIn(*flat, Quadrant::bottomRight), expected) <= 1);
             QCOMPARE(image.upright(false).get(), image.image.get());
+        }
+    }
+
+    void tellsOfAFailedRedrawInOneWay()
+    {
+        RasterImage huge; // more pixels than any memory holds
+        huge.width = huge.height = 1'000'000;
+        try {
+            loaded(huge, 6).upright(false);
+            QFAIL("turned");
+        } catch (const EngineError& error) {
+            QCOMPARE(error, EngineError::unsupported(FileFormat::png));
         }
     }
 
