@@ -165,7 +165,7 @@ private:
     bool takeTool(const char* name, FileTool tool, const Files& wanted,
                   const std::function<void(ToolWindowController&)>& steps)
     {
-        ToolWindowController::present(tool, wanted, [](const auto&) {});
+        ToolWindowController::present(tool, wanted, [](const auto&) { });
         ToolWindowController& controller = *ToolWindowController::openControllers().front();
         ToolWindow& window = controller.window();
         jobPool().waitForDone(); // the pages are counted
@@ -188,7 +188,7 @@ private:
         const int threads = jobPool().maxThreadCount();
         for (int i = 0; i < threads; ++i)
             jobPool().start([&gate] { gate.acquire(); }); // nothing else gets a turn
-        ToolWindowController::present(FileTool::organizePDF, document, [](const auto&) {});
+        ToolWindowController::present(FileTool::organizePDF, document, [](const auto&) { });
         ToolWindowController& controller = *ToolWindowController::openControllers().front();
         const bool taken = save("organize-loading", controller.window().frameGeometry());
         gate.release(threads);
