@@ -127,7 +127,7 @@ private Q_SLOTS:
 
     void scrollsByItselfNearTheEdges()
     {
-        show(30);
+        show(10);
         QScrollBar* const bar = m_list->verticalScrollBar();
         MouseDrag drag(row(0));
         drag.moveTo({100, 298});

@@ -28,6 +28,7 @@ UpdateClient::UpdateClient(Configuration configuration, QObject* parent)
     : QObject(parent)
     , m_configuration(std::move(configuration))
 {
+    m_limit.setObjectName(QStringLiteral("limit"));
     m_limit.setSingleShot(true);
     connect(&m_limit, &QTimer::timeout, this,
             [this] { fail(QStringLiteral("The update server didn’t answer in time.")); });

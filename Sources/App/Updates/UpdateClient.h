@@ -52,7 +52,7 @@ private:
     Configuration m_configuration;
     QNetworkAccessManager m_network;
     QPointer<QNetworkReply> m_reply;
-    QTimer m_limit;
+    QTimer m_limit{this}; ///< found by its name "limit", for a test that lets the time pass
     QByteArray m_received; ///< of the file that is being fetched
     QByteArray m_feed;
     bool m_isChecking = false;
