@@ -126,6 +126,9 @@ class Process:
         self.child.wait()
 
 
+POINTER_ROOT = 1  # where the focus of a new server is
+
+
 class Desktop:
     """Use as a context. A start-up that fails is repeated once."""
 
@@ -173,6 +176,8 @@ class Desktop:
         self.run("openbox", ["openbox"])
         wait_for(self.bus_answers, "the session bus")
         wait_for(lambda: self.display.has_property(self.display.root, "_NET_SUPPORTING_WM_CHECK"), "the window manager")
+        # It announces itself before it takes the focus to itself; a window shown between would lose it again.
+        wait_for(lambda: self.display.focus() > POINTER_ROOT, "the focus of the window manager")
         if self.compositor:
             self.run("picom", ["picom", "--config", "/dev/null", "--backend", "xrender"])
             wait_for(lambda: self.display.selection_owner("_NET_WM_CM_S0"), "the compositing manager")
