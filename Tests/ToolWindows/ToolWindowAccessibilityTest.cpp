@@ -12,6 +12,8 @@
 #include <QSemaphore>
 #include <QTest>
 
+#include <memory>
+
 using namespace Pelgra;
 
 namespace {
@@ -164,16 +166,17 @@ private Q_SLOTS:
         QFETCH(int, key);
         QFETCH(int, modifiers);
         QFETCH(bool, saves);
-        int saved = 0;
+        // Told once more when the window is cleared away after the test.
+        const auto saved = std::make_shared<int>(0);
         ToolWindowController::present(FileTool::organizePDF, {m_files.document("a.pdf", 3)},
-                                      [&saved](const auto& outcome) { saved += outcome.has_value(); });
+                                      [saved](const auto& outcome) { *saved += outcome.has_value(); });
         ToolWindow& window = ToolWindowController::openControllers().front()->window();
         QVERIFY(QTest::qWaitForWindowActive(&window));
         QTRY_VERIFY(window.findChild<QWidget*>("page-1"));
         window.findChild<QWidget*>(focused)->setFocus();
         QTest::keyClick(window.windowHandle(), static_cast<Qt::Key>(key), Qt::KeyboardModifiers(modifiers));
         jobPool().waitForDone();
-        QTRY_COMPARE(saved, saves ? 1 : 0);
+        QTRY_COMPARE(*saved, saves ? 1 : 0);
         if (focused == "rotate-1" && !saves)
             QCOMPARE(window.findChild<OrganizePDFView*>()->model().pages()[1].rotation, std::int64_t{90});
     }
