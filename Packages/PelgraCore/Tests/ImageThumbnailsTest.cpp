@@ -1,4 +1,5 @@
 #include "images/ImageThumbnails.h"
+#include "PelgraCore/ImageLoading.h"
 #include "PelgraCore/Thumbnails.h"
 #include "Support/ImageSamples.h"
 
@@ -40,15 +41,17 @@ private Q_SLOTS:
 
     void showTheImageOfTheIndex()
     {
-        // A red screen of 4 × 4 pixels, then a green corner that is taken away again, then a blue corner beside it.
+        // A red screen of 4 × 4 pixels, then a green corner that is taken away again, then a blue corner beside it; in
+        // the end a green corner whose colour is named as transparent.
         Bytes gif = bytesOf("GIF89a");
         const auto put = [&](std::initializer_list<int> values) {
             for (const int value : values)
                 gif.push_back(static_cast<std::byte>(value));
         };
         put({4, 0, 4, 0, 0x81, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0}); // red, green, blue, black
-        const auto image = [&](int disposal, int left, int side, int color) {
-            put({0x21, 0xF9, 4, disposal << 2, 0, 0, 0, 0, 0x2C, left, 0, 0, 0, side, 0, side, 0, 0});
+        const auto image = [&](int disposal, int left, int side, int color, bool isTransparent = false) {
+            put({0x21, 0xF9, 4, disposal << 2 | int(isTransparent), 0, 0, color, 0, 0x2C, left, 0, 0, 0, side, 0, side,
+                 0, 0});
             // Codes of three bits, each pixel behind a code that clears the table.
             std::vector<int> bits;
             const auto code = [&](int value) {
@@ -74,6 +77,7 @@ private Q_SLOTS:
         image(3, 0, 2, 1);
         image(2, 2, 2, 2);
         image(1, 0, 1, 1);
+        image(1, 0, 2, 1, true);
         put({0x3B});
         TemporaryFolder folder;
         const auto file = write(folder, "a.gif", gif);
@@ -91,7 +95,8 @@ private Q_SLOTS:
         QCOMPARE(corners(file, 1), QByteArray("gr"));
         QCOMPARE(corners(file, 2), QByteArray("rb"));
         QCOMPARE(corners(file, 3), QByteArray("r-"));
-        QCOMPARE(corners(file, 4), QByteArray("rr"));
+        QCOMPARE(corners(file, 4), QByteArray("r-"));
+        QCOMPARE(corners(file, 5), QByteArray("rr"));
 
         const RasterImage first = testPicture(4, 4); // red and green above
         RasterImage second = first;
@@ -101,6 +106,13 @@ private Q_SLOTS:
         QCOMPARE(corners(animation, 0), QByteArray("rg"));
         QCOMPARE(corners(animation, 1), QByteArray("bb"));
         QCOMPARE(corners(animation, 2), QByteArray("rg"));
+
+        const auto aside = write(folder, "aside.webp", webpAnimationSample({webpSample(first), webpSample(second)}, 2));
+        const RasterImage canvas = *ImageLoader::load(aside).image;
+        QCOMPARE(canvas.width, 6);
+        QCOMPARE(componentsAt(canvas, 1, 1).back(), 0);
+        for (int component = 0; component < 3; ++component)
+            QCOMPARE(componentsAt(canvas, 2, 2).at(component), componentsAt(first, 0, 0).at(component));
     }
 
     void nothingForNothing()

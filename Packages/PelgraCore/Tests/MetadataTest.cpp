@@ -4,6 +4,8 @@
 
 #include <QTest>
 
+#include <array>
+#include <bit>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -51,6 +53,18 @@ std::optional<double> number(const Bytes& exif, unsigned tag)
     return std::nullopt;
 }
 
+/// A 32-bit number of the EXIF directory; none where the tag is absent.
+std::optional<unsigned> photoNumber(const Bytes& exif, std::uint16_t tag)
+{
+    constexpr std::uint16_t exifDirectory = 0x8769;
+    const auto directory = ExifStructure::mainDirectory(exif);
+    const auto field = ExifStructure::fieldBehind(std::array{exifDirectory}, tag, exif);
+    if (!directory || !field)
+        return std::nullopt;
+    const auto number = std::bit_cast<std::uint32_t>(field->value);
+    return directory->order == std::endian::native ? number : __builtin_bswap32(number);
+}
+
 } // namespace
 
 class MetadataTest : public QObject {
@@ -79,6 +93,8 @@ private Q_SLOTS:
         QCOMPARE(number(exif, 0x128), 2.0);
         for (const unsigned structural : {0x100U, 0x102U, 0x103U, 0x111U, 0x117U})
             QVERIFY(!number(exif, structural));
+        QCOMPARE(photoNumber(exif, 0xA002), 30U); // the upright size
+        QCOMPARE(photoNumber(exif, 0xA003), 40U);
         QVERIFY(holds(exif, "Pelgra"));
         QVERIFY(holds(exif, "2024:05:06 07:08:09"));
         QVERIFY(holds(exif, "Lens 50"));

@@ -140,6 +140,16 @@ private Q_SLOTS:
         }
     }
 
+    /// The encoder pads odd sizes, and the library gives such grey back in colour.
+    void greyWithAProfileStaysGrey()
+    {
+        RasterImage image = testPicture(37, 21, ColorModel::gray);
+        image.iccProfile = grayProfile();
+        const DecodedImage decoded = decode(FileFormat::heic, encoded(FileFormat::heic, image, {}));
+        QCOMPARE(decoded.image.model, ColorModel::gray);
+        QCOMPARE(decoded.image.iccProfile, image.iccProfile);
+    }
+
     void aReducedCopyStandsForItsPicture()
     {
         const DecodedImage decoded = decode(FileFormat::heic, heicWithReducedPrimary(testPicture(128, 96), 32));

@@ -274,7 +274,7 @@ Bytes webpSample(const RasterImage& image, const Bytes& exif, const Bytes& iccPr
     return bytes;
 }
 
-Bytes webpAnimationSample(const std::vector<Bytes>& frames)
+Bytes webpAnimationSample(const std::vector<Bytes>& frames, int offset)
 {
     const std::unique_ptr<WebPMux, decltype(&WebPMuxDelete)> mux(WebPMuxNew(), WebPMuxDelete);
     for (const Bytes& frame : frames) {
@@ -282,6 +282,8 @@ Bytes webpAnimationSample(const std::vector<Bytes>& frames)
         info.bitstream = {reinterpret_cast<const std::uint8_t*>(frame.data()), frame.size()};
         info.id = WEBP_CHUNK_ANMF;
         info.duration = 100;
+        info.x_offset = offset;
+        info.y_offset = offset;
         info.dispose_method = WEBP_MUX_DISPOSE_NONE;
         info.blend_method = WEBP_MUX_NO_BLEND;
         if (WebPMuxPushFrame(mux.get(), &info, 1) != WEBP_MUX_OK)

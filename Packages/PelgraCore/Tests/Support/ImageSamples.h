@@ -63,6 +63,9 @@ Bytes xmpSample();
 /// An RGB profile whose primaries are not those of sRGB.
 Bytes wideRgbProfile();
 
+/// A grey profile with a gamma of 2.2.
+Bytes grayProfile();
+
 struct JpegSampleOptions {
     int quality = 95;
     bool progressive = false;
@@ -102,8 +105,9 @@ Bytes indexedPngSample(int width, int height, const std::vector<std::uint8_t>& v
 /// Lossless WebP of an 8-bit RGB picture, with or without alpha.
 Bytes webpSample(const RasterImage& image, const Bytes& exif = {}, const Bytes& iccProfile = {});
 
-/// An animation of WebP pictures of one size.
-Bytes webpAnimationSample(const std::vector<Bytes>& frames);
+/// An animation of WebP pictures of one size, each so many pixels (an even number) from the left and the top of the
+/// canvas.
+Bytes webpAnimationSample(const std::vector<Bytes>& frames, int offset = 0);
 
 /// A HEIC picture with a reduced copy of it, which the file names as its primary picture.
 Bytes heicWithReducedPrimary(const RasterImage& image, int reducedSide);

@@ -137,6 +137,18 @@ void appendDataSet(Bytes& bytes, unsigned number, std::string_view text)
     bytes.insert(bytes.end(), content.begin(), content.end());
 }
 
+/// The profile's bytes; closes it.
+Bytes savedProfile(cmsHPROFILE profile)
+{
+    cmsUInt32Number size = 0;
+    cmsSaveProfileToMem(profile, nullptr, &size);
+    Bytes bytes(size);
+    if (!cmsSaveProfileToMem(profile, bytes.data(), &size))
+        std::abort();
+    cmsCloseProfile(profile);
+    return bytes;
+}
+
 } // namespace
 
 Bytes exifSample(const ExifSampleOptions& options)
@@ -190,13 +202,15 @@ Bytes wideRgbProfile()
     cmsCIExyYTRIPLE primaries{{0.6400, 0.3300, 1}, {0.2100, 0.7100, 1}, {0.1500, 0.0600, 1}};
     cmsToneCurve* const curve = cmsBuildGamma(nullptr, 2.2);
     cmsToneCurve* curves[3] = {curve, curve, curve};
-    const cmsHPROFILE profile = cmsCreateRGBProfile(&white, &primaries, curves);
-    cmsUInt32Number size = 0;
-    cmsSaveProfileToMem(profile, nullptr, &size);
-    Bytes bytes(size);
-    if (!cmsSaveProfileToMem(profile, bytes.data(), &size))
-        std::abort();
-    cmsCloseProfile(profile);
+    const Bytes bytes = savedProfile(cmsCreateRGBProfile(&white, &primaries, curves));
+    cmsFreeToneCurve(curve);
+    return bytes;
+}
+
+Bytes grayProfile()
+{
+    cmsToneCurve* const curve = cmsBuildGamma(nullptr, 2.2);
+    const Bytes bytes = savedProfile(cmsCreateGrayProfile(cmsD50_xyY(), curve));
     cmsFreeToneCurve(curve);
     return bytes;
 }
