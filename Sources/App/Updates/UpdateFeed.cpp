@@ -2,6 +2,7 @@
 
 #include "App/Updates/Ed25519.h"
 
+#include <QTimeZone>
 #include <QXmlStreamReader>
 
 namespace Pelgra::UpdateFeed {
@@ -19,7 +20,7 @@ struct Channel {
 QDateTime timeFrom(const QString& text)
 {
     const QDateTime time = QDateTime::fromString(text, Qt::ISODate);
-    return time.timeSpec() == Qt::LocalTime ? QDateTime(time.date(), time.time(), Qt::UTC) : time;
+    return time.timeSpec() == Qt::LocalTime ? QDateTime(time.date(), time.time(), QTimeZone::utc()) : time;
 }
 
 Release readItem(QXmlStreamReader& xml)
