@@ -297,7 +297,7 @@ private Q_SLOTS:
         process.setProgram(PELGRA_PROGRAM);
         process.setArguments(arguments);
         process.start();
-        QTRY_VERIFY_WITH_TIMEOUT(process.bytesAvailable() > 0, 30000);
+        QVERIFY(process.waitForReadyRead(30000));
         QCOMPARE(kill(static_cast<pid_t>(process.processId()), number), 0);
         QVERIFY(process.waitForFinished(30000));
         QCOMPARE(process.exitStatus(), QProcess::NormalExit);

@@ -30,11 +30,7 @@ public:
     {
         return m_order == std::endian::big ? put16(value >> 16).put16(value) : put16(value).put16(value >> 16);
     }
-    ByteWriter& put(std::span<const std::byte> bytes)
-    {
-        m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
-        return *this;
-    }
+    ByteWriter& put(std::span<const std::byte> bytes);
     ByteWriter& put(std::string_view text) { return put(std::as_bytes(std::span(text))); }
     ByteWriter& putZeros(std::size_t count)
     {
