@@ -30,6 +30,7 @@ target_link_libraries(PelgraApp PUBLIC PelgraLogic Qt6::Widgets Qt6::Svg Qt6::DB
 set_property(SOURCE App/Updates/SparkleUpdater.cpp PROPERTY COMPILE_DEFINITIONS
     PELGRA_UPDATE_FEED="${PELGRA_UPDATE_FEED}" PELGRA_UPDATE_PUBLIC_KEY="${PELGRA_UPDATE_PUBLIC_KEY}")
 add_dependencies(PelgraApp PelgraCoreModules)
+pelgra_precompile(PelgraApp <QtWidgets>)
 
 add_executable(pelgra-desktop App/main.cpp)
 target_link_libraries(pelgra-desktop PRIVATE PelgraApp PelgraCompilerSettings PelgraQtSettings)
