@@ -1,3 +1,10 @@
+# The macros of Qt Test narrow their timeouts from Qt 6.8 on.
+add_library(PelgraTestSettings INTERFACE)
+target_link_libraries(PelgraTestSettings INTERFACE PelgraCompilerSettings)
+if(Qt6_VERSION VERSION_GREATER_EQUAL 6.8)
+    target_compile_options(PelgraTestSettings INTERFACE -Wno-conversion)
+endif()
+
 # pelgra_add_tests(LABEL label LIBRARIES …): every *Test.cpp of the current folder and of the folders in it becomes a
 # test program of that name. A folder with a CMakeLists.txt of its own is left to that.
 # The other .cpp files of a folder Support beside it are linked into each.
@@ -12,7 +19,7 @@ function(pelgra_add_tests)
         endif()
         add_executable(${name} ${source})
         set_target_properties(${name} PROPERTIES AUTOMOC ON RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
-        target_link_libraries(${name} PRIVATE Qt6::Test ${ARG_LIBRARIES} PelgraCompilerSettings)
+        target_link_libraries(${name} PRIVATE Qt6::Test ${ARG_LIBRARIES} PelgraCompilerSettings PelgraTestSettings)
         if(first)
             target_precompile_headers(${name} REUSE_FROM ${first})
         else()
