@@ -10,13 +10,12 @@ using namespace Pelgra;
 
 namespace {
 
-constexpr std::string_view opening =
-    "<svg xmlns='http://www.w3.org/2000/svg' xmlns:xlink='http://www.w3.org/1999/xlink' ";
+const std::string opening = "<svg xmlns='http://www.w3.org/2000/svg' xmlns:xlink='http://www.w3.org/1999/xlink' ";
 
 LoadedImage loadDrawing(const std::string& attributes, const std::string& content)
 {
     TemporaryFolder folder;
-    return ImageLoader::load(folder.write("a.svg", std::string(opening) + attributes + ">" + content + "</svg>"));
+    return ImageLoader::load(folder.write("a.svg", opening + attributes + ">" + content + "</svg>"));
 }
 
 bool isUnreadable(std::string_view text)
@@ -76,10 +75,9 @@ private Q_SLOTS:
         TemporaryFolder folder;
         const std::filesystem::path picture = write(folder, "outside.png", pngSample(testPicture(8, 8)));
         for (const std::string& reference : {std::string("outside.png"), "file://" + picture.string()}) {
-            const std::filesystem::path drawing =
-                folder.write("a.svg",
-                             std::string(opening) + "width='8' height='8'><image width='8' height='8' xlink:href='"
-                                 + reference + "'/></svg>");
+            const std::filesystem::path drawing = folder.write(
+                "a.svg",
+                opening + "width='8' height='8'><image width='8' height='8' xlink:href='" + reference + "'/></svg>");
             QCOMPARE(componentsAt(*ImageLoader::load(drawing).image, 4, 4), (std::vector<int>{0, 0, 0, 0}));
         }
     }
@@ -89,7 +87,7 @@ private Q_SLOTS:
         QVERIFY(isUnreadable("<svg xmlns='http://www.w3.org/2000/svg' width='40000' height='40000'/>"));
         QVERIFY(isUnreadable("no drawing"));
         // Each group asks for a layer of the whole canvas.
-        std::string layers = std::string(opening) + "width='4000' height='4000'>";
+        std::string layers = opening + "width='4000' height='4000'>";
         for (int depth = 0; depth < 100; ++depth)
             layers += "<g opacity='0.5'>";
         layers += "<rect width='4000' height='4000'/>";
@@ -104,7 +102,7 @@ private Q_SLOTS:
                 entities += inner;
             entities += "'>";
         }
-        QVERIFY(isUnreadable(entities + "]>" + std::string(opening) + "><text>&a11;</text></svg>"));
+        QVERIFY(isUnreadable(entities + "]>" + opening + "><text>&a11;</text></svg>"));
     }
 };
 
