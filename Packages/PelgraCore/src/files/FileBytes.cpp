@@ -1,6 +1,5 @@
 #include "files/FileBytes.h"
 
-#include "files/UniqueDescriptor.h"
 #include "PelgraCore/EngineError.h"
 
 #include <cerrno>
@@ -15,6 +14,8 @@ namespace {
 
 /// No file this large is an image; the limit keeps a sparse file from filling the memory.
 constexpr off_t fileSizeLimit = off_t{1} << 30;
+/// A damaged document is searched from end to end, and a sparse one can be of any size.
+constexpr std::uint64_t documentSizeLimit = std::uint64_t{2} << 30;
 
 } // namespace
 
@@ -32,6 +33,20 @@ int openRegularFile(const std::filesystem::path& file)
     return descriptor;
 }
 
+std::uint64_t fileSize(const UniqueDescriptor& file)
+{
+    struct stat status{};
+    return fstat(file.get(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
+UniqueDescriptor openDocument(const std::filesystem::path& file)
+{
+    UniqueDescriptor descriptor(openRegularFile(file));
+    if (!descriptor || fileSize(descriptor) > documentSizeLimit)
+        throw EngineError::unreadable(file);
+    return descriptor;
+}
+
 Bytes readFile(const std::filesystem::path& file)
 {
     const UniqueDescriptor descriptor(openRegularFile(file));
@@ -45,13 +60,10 @@ Bytes readFile(const std::filesystem::path& file)
         const ssize_t count = read(descriptor.get(), bytes.data() + filled, bytes.size() - filled);
         if (count < 0 && errno == EINTR)
             continue;
-        if (count < 0)
+        if (count <= 0) // at the end, the file shrank meanwhile: what is missing must not pass for read
             throw EngineError::unreadable(file);
-        if (count == 0)
-            break; // the file shrank meanwhile; what is there may still decode
         filled += static_cast<std::size_t>(count);
     }
-    bytes.resize(filled);
     return bytes;
 }
 

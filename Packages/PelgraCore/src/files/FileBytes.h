@@ -1,5 +1,6 @@
 #pragma once
 
+#include "files/UniqueDescriptor.h"
 #include "PelgraCore/RasterImage.h"
 
 #include <cstdint>
@@ -11,7 +12,15 @@ namespace Pelgra {
 /// Returns a descriptor the caller owns, or -1.
 int openRegularFile(const std::filesystem::path& file);
 
-/// The whole content of a regular file. Throws EngineError::unreadable(file), also for an empty one.
+/// Opens a document, which may be read piece by piece: a regular file of reasonable size. Throws
+/// EngineError::unreadable(file).
+UniqueDescriptor openDocument(const std::filesystem::path& file);
+
+/// In bytes; 0 where it cannot be told.
+std::uint64_t fileSize(const UniqueDescriptor& file);
+
+/// The whole content of a regular file. Throws EngineError::unreadable(file), also for an empty one and for one that
+/// becomes shorter meanwhile.
 Bytes readFile(const std::filesystem::path& file);
 
 } // namespace Pelgra

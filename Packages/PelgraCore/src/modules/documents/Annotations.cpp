@@ -2,6 +2,8 @@
 
 #include "ScaledPage.h"
 
+#include <stdexcept>
+
 namespace Pelgra::Documents {
 
 namespace {
@@ -56,7 +58,14 @@ std::vector<PlacedAnnotation> placeAnnotations(Input& input, PlacedPage& page, L
 {
     std::vector<PlacedAnnotation> annotations;
     ObjectMap& places = input.placesToFillFor(page);
-    for (const Object& annotation : itemsOf(valueOf(input.source.pages()[page.sourceIndex].object, "/Annots"))) {
+    Object list = valueOf(input.source.pages()[page.sourceIndex].object, "/Annots");
+    if (list.isIndirect() && !page.isDuplicate && !input.annotationLists.insert(list.getObjGen()).second) {
+        const auto count = list.isArray() ? static_cast<std::uint64_t>(list.getArrayNItems()) : 0;
+        if (count > input.sharedAnnotationsLeft)
+            throw std::runtime_error("too many annotations");
+        input.sharedAnnotationsLeft -= count;
+    }
+    for (const Object& annotation : itemsOf(list)) {
         if (!Object(annotation).isDictionary() || isDeadLink(annotation, links))
             continue;
         Object copy = input.copier.output().makeIndirectObject(Object::newDictionary());

@@ -20,15 +20,6 @@ bool takesEveryPage(const SourceDocument& source, const std::vector<PageRequest>
     return taken.size() == source.pages().size();
 }
 
-/// The content streams; whatever else stands there is left out.
-Object copiedContents(ObjectCopier& copier, Object contents)
-{
-    std::vector<Object> streams = contentStreamsOf(contents);
-    for (Object& stream : streams)
-        stream = copier.copy(stream);
-    return contents.isStream() ? streams.front() : Object::newArray(streams);
-}
-
 } // namespace
 
 Assembly::Assembly(Kind kind)
@@ -99,7 +90,7 @@ void Assembly::fillPage(Input& input, PlacedPage& page, const PageRequest& reque
     if (request.scale < 1)
         scale(input, page, request);
     else
-        setUnlessEmpty(page.page, "/Contents", copiedContents(input.copier, valueOf(source.object, "/Contents")));
+        setUnlessEmpty(page.page, "/Contents", contentsFor(input, valueOf(source.object, "/Contents")));
 }
 
 Object Assembly::resourcesFor(Input& input, std::size_t sourceIndex)
@@ -118,6 +109,25 @@ Object Assembly::resourcesFor(Input& input, std::size_t sourceIndex)
     if (!m_inheritedResources.first.isInitialized() || !m_inheritedResources.first.isSameObjectAs(resources))
         m_inheritedResources = {resources, m_output.makeIndirectObject(input.copier.copy(resources))};
     return m_inheritedResources.second;
+}
+
+/// The content streams; whatever else stands there is left out. A long list that pages share stays one.
+Object Assembly::contentsFor(Input& input, Object contents)
+{
+    constexpr int longList = 16;
+    const bool mayBeShared = contents.isArray() && contents.isIndirect() && contents.getArrayNItems() > longList;
+    const auto key = std::pair(&input.source, contents.getObjGen());
+    if (const auto known = m_contentLists.find(key); mayBeShared && known != m_contentLists.end())
+        return known->second;
+    std::vector<Object> streams = contentStreamsOf(contents);
+    for (Object& stream : streams)
+        stream = input.copier.copy(stream);
+    if (contents.isStream())
+        return streams.front();
+    Object list = Object::newArray(streams);
+    if (mayBeShared)
+        list = m_contentLists[key] = m_output.makeIndirectObject(list);
+    return list;
 }
 
 void Assembly::scale(Input& input, PlacedPage& page, const PageRequest& request)

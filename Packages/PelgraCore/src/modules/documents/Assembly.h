@@ -37,6 +37,7 @@ public:
 private:
     void fillPage(Input& input, PlacedPage& page, const PageRequest& request);
     Object resourcesFor(Input& input, std::size_t sourceIndex);
+    Object contentsFor(Input& input, Object contents);
     void scale(Input& input, PlacedPage& page, const PageRequest& request);
     void connectPages();
     void listPages();
@@ -48,6 +49,8 @@ private:
     FormFields m_fields;
     /// The latest resources that pages inherit and that are not an object of their own, and their copy.
     std::pair<Object, Object> m_inheritedResources;
+    /// Lists of content streams in the output, by the list of the source.
+    std::map<std::pair<SourceDocument*, QPDFObjGen>, Object> m_contentLists;
     long long m_nextStructureKey = 0;
 };
 

@@ -73,11 +73,63 @@ std::string pathNamedBy(Object specification)
     return specification.isString() ? specification.getUTF8Value() : std::string();
 }
 
-std::filesystem::path normalPath(const std::filesystem::path& file)
+/// Whether a remote action leads to a document that is open as `other`. Paths in documents are compared as they stand:
+/// asking the file system about them could mount a network drive.
+bool leadsInto(SourceDocument& source, const std::string& name, SourceDocument& other)
 {
-    std::error_code ignored;
-    const std::filesystem::path path = std::filesystem::weakly_canonical(file, ignored);
-    return path.empty() ? file.lexically_normal() : path;
+    const auto beside = [&](const std::filesystem::path& file) {
+        return (file.parent_path() / name).lexically_normal();
+    };
+    return beside(source.absoluteFile()) == other.absoluteFile()
+        || beside(source.canonicalFile()) == other.canonicalFile();
+}
+
+/// The array that a destination comes down to, else null.
+Object resolvedDestination(SourceDocument& source, Object value)
+{
+    // A name may stand for a dictionary, and careless writers let names stand for names.
+    for (int step = 0; step < 8; ++step) {
+        if (value.isName())
+            value = source.namedDestination(value.getName().substr(1));
+        else if (value.isString())
+            value = source.namedDestination(value.getStringValue());
+        else if (value.isDictionary())
+            value = value.getKey("/D");
+        else
+            break;
+    }
+    return value.isArray() && value.getArrayNItems() > 0 ? value : Object::newNull();
+}
+
+/// The page that a destination array leads to.
+std::optional<std::size_t> pageLedTo(SourceDocument& source, Object first)
+{
+    if (const std::optional<std::size_t> index = source.pageIndexOf(first))
+        return index;
+    // Page numbers belong in remote destinations, yet readers accept them anywhere.
+    const std::optional<long long> number = first.isInteger() ? integerOf(first) : std::nullopt;
+    return number && *number >= 0 ? std::optional(static_cast<std::size_t>(*number)) : std::nullopt;
+}
+
+void collectChain(Object action, std::vector<Object>& chain)
+{
+    std::set<QPDFObjGen> visited;
+    ListsOnce lists;
+    std::vector<Object> pending{action};
+    while (!pending.empty() && chain.size() < chainLimit) {
+        Object next = pending.back();
+        pending.pop_back();
+        if (next.isArray()) {
+            const std::vector<Object> items = lists.itemsOf(next);
+            const auto count = static_cast<std::ptrdiff_t>(std::min(items.size(), chainLimit));
+            pending.insert(pending.end(), std::make_reverse_iterator(items.begin() + count), items.rend());
+            continue;
+        }
+        if (!next.isDictionary() || (next.isIndirect() && !visited.insert(next.getObjGen()).second))
+            continue;
+        chain.push_back(next);
+        pending.push_back(valueOf(next, "/Next"));
+    }
 }
 
 } // namespace
@@ -95,30 +147,13 @@ Object LinkRewriter::destination(Object value)
 
 Object LinkRewriter::destinationIn(Input& input, Object value)
 {
-    // A name may stand for a dictionary, and careless writers let names stand for names.
-    for (int step = 0; step < 8; ++step) {
-        if (value.isName())
-            value = input.source.namedDestination(value.getName().substr(1));
-        else if (value.isString())
-            value = input.source.namedDestination(value.getStringValue());
-        else if (value.isDictionary())
-            value = value.getKey("/D");
-        else
-            break;
-    }
-    return value.isArray() && value.getArrayNItems() > 0 ? explicitDestination(input, itemsOf(value))
-                                                         : Object::newNull();
+    Object array = resolvedDestination(input.source, value);
+    return array.isNull() ? array : explicitDestination(input, itemsOf(array));
 }
 
 Object LinkRewriter::explicitDestination(Input& input, const std::vector<Object>& items)
 {
-    std::optional<std::size_t> index = input.source.pageIndexOf(items[0]);
-    if (!index) {
-        // Page numbers belong in remote destinations, yet readers accept them anywhere.
-        const std::optional<long long> number = Object(items[0]).isInteger() ? integerOf(items[0]) : std::nullopt;
-        if (number && *number >= 0)
-            index = static_cast<std::size_t>(*number);
-    }
+    const std::optional<std::size_t> index = pageLedTo(input.source, items[0]);
     const PlacedPage* const target = index ? input.firstCopyOf(*index) : nullptr;
     if (!target)
         return Object::newNull();
@@ -140,9 +175,8 @@ Object LinkRewriter::remoteDestination(Object action)
     const std::string name = pathNamedBy(valueOf(action, "/F"));
     if (name.empty())
         return Object::newNull();
-    const std::filesystem::path wanted = normalPath(m_input.source.file().parent_path() / name);
     for (const std::unique_ptr<Input>& other : m_inputs) {
-        if (normalPath(other->source.file()) == wanted)
+        if (leadsInto(m_input.source, name, other->source))
             return destinationIn(*other, valueOf(action, "/D"));
     }
     return Object::newNull();
@@ -167,25 +201,6 @@ Object LinkRewriter::singleAction(Object action)
     result.replaceKey("/S", Object::newName("/GoTo"));
     result.replaceKey("/D", target);
     return result;
-}
-
-void LinkRewriter::collectChain(Object action, std::vector<Object>& chain)
-{
-    std::set<QPDFObjGen> visited;
-    std::vector<Object> pending{action};
-    while (!pending.empty() && chain.size() < chainLimit) {
-        Object next = pending.back();
-        pending.pop_back();
-        if (next.isIndirect() && !visited.insert(next.getObjGen()).second)
-            continue;
-        if (next.isArray()) {
-            const std::vector<Object> items = itemsOf(next);
-            pending.insert(pending.end(), items.rbegin(), items.rend());
-        } else if (next.isDictionary()) {
-            chain.push_back(next);
-            pending.push_back(valueOf(next, "/Next"));
-        }
-    }
 }
 
 Object LinkRewriter::action(Object value)
@@ -232,6 +247,28 @@ bool LinkRewriter::leadsSomewhere(Object holder)
     if (!target.isNull())
         return !destination(target).isNull();
     return actionLeadsSomewhere(valueOf(holder, "/A"));
+}
+
+std::vector<std::size_t> pagesLedTo(SourceDocument& source, Object holder)
+{
+    std::vector<std::size_t> pages;
+    const auto add = [&](Object destination) {
+        Object array = resolvedDestination(source, destination);
+        if (const auto page = array.isNull() ? std::nullopt : pageLedTo(source, array.getArrayItem(0)))
+            pages.push_back(*page);
+    };
+    if (Object target = valueOf(holder, "/Dest"); !target.isNull()) {
+        add(target);
+        return pages;
+    }
+    std::vector<Object> chain;
+    collectChain(valueOf(holder, "/A"), chain);
+    for (const Object& action : chain) {
+        const std::string kind = nameOf(action, "/S");
+        if (kind == "/GoTo" || (kind == "/GoToR" && leadsInto(source, pathNamedBy(valueOf(action, "/F")), source)))
+            add(valueOf(action, "/D"));
+    }
+    return pages;
 }
 
 bool LinkRewriter::hasTarget(Object holder)

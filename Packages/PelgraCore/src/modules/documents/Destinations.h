@@ -34,10 +34,12 @@ private:
     /// One action without its successors; null where it leads to no page.
     Object singleAction(Object action);
     bool actionLeadsSomewhere(Object action);
-    void collectChain(Object action, std::vector<Object>& chain);
 
     Input& m_input;
     const std::vector<std::unique_ptr<Input>>& m_inputs;
 };
+
+/// The pages of the source that a link or outline entry (with /Dest or /A) leads to by itself or by what follows.
+std::vector<std::size_t> pagesLedTo(SourceDocument& source, Object holder);
 
 } // namespace Pelgra::Documents

@@ -104,7 +104,7 @@ void fillCatalog(QPDF& output, const Inputs& inputs, const CatalogOptions& optio
     addNames(catalog, inputs, options);
     addViewing(catalog, first, inputs, options);
     addInformation(output, first, inputs.size() == 1);
-    setUnlessEmpty(catalog, "/Metadata", copyMetadata(first.copier, valueOf(first.source.catalog(), "/Metadata")));
+    setUnlessEmpty(catalog, "/Metadata", copyMetadata(output, first.source.metadata()));
     setUnlessEmpty(catalog, "/OCProperties", combinedLayers(inputs));
 }
 

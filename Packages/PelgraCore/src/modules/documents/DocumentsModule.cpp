@@ -72,7 +72,12 @@ public:
         return *source;
     }
 
-    void write(ByteSink& sink) override { assembly.write(sink, m_stop); }
+    void write(ByteSink& sink) override
+    {
+        assembly.write(sink, m_stop);
+        for (const auto& [path, source] : m_sources)
+            source->checkComplete();
+    }
 
 private:
     std::map<std::filesystem::path, std::unique_ptr<SourceDocument>> m_sources; // outlives the assembly
@@ -183,6 +188,7 @@ public:
             assembly.finish();
         });
         assembly.write(sink, {});
+        m_source.checkComplete();
     }
 
 private:

@@ -26,17 +26,6 @@ Object sourceForm(Input& input)
     return dictionaryOf(input.source.catalog(), "/AcroForm");
 }
 
-/// The position of each object in an array.
-std::map<QPDFObjGen, std::size_t> positionsIn(Object array)
-{
-    std::map<QPDFObjGen, std::size_t> positions;
-    for (const Object& item : itemsOf(array)) {
-        if (Object(item).isIndirect())
-            positions.emplace(Object(item).getObjGen(), positions.size());
-    }
-    return positions;
-}
-
 } // namespace
 
 FormFields::Group& FormFields::groupFor(Input& input, PlacedPage* page)
@@ -102,6 +91,7 @@ void FormFields::connect(Group& group, Node& start)
 void FormFields::placeHidden(Input& input)
 {
     std::set<QPDFObjGen> visited;
+    ListsOnce lists;
     std::vector<Object> pending = itemsOf(valueOf(sourceForm(input), "/Fields"));
     const bool isComplete = input.isComplete();
     while (!pending.empty()) {
@@ -109,11 +99,13 @@ void FormFields::placeHidden(Input& input)
         pending.pop_back();
         if (!field.isDictionary() || !field.isIndirect() || !visited.insert(field.getObjGen()).second)
             continue;
-        const std::vector<Object> kids = itemsOf(valueOf(field, "/Kids"));
+        Object kidList = valueOf(field, "/Kids");
+        const bool hasKids = kidList.isArray() && kidList.getArrayNItems() > 0;
+        const std::vector<Object> kids = lists.itemsOf(kidList);
         pending.insert(pending.end(), kids.begin(), kids.end());
         const bool isPlaced = input.places.count(field.getObjGen()) != 0;
         // A widget of a page that is not in the output goes with it; one that was on no page stays with the whole.
-        if (!kids.empty() || isPlaced || !isField(field) || (isWidget(field) && !isComplete))
+        if (hasKids || isPlaced || !isField(field) || (isWidget(field) && !isComplete))
             continue;
         Object copy = input.copier.output().makeIndirectObject(Object::newDictionary());
         input.places.emplace(field.getObjGen(), copy);
@@ -133,24 +125,23 @@ void FormFields::fillNodes(Group& group, const std::vector<std::unique_ptr<Input
         for (const auto& [key, value] : entries.getDictAsMap())
             node.copy.replaceKey(key, value);
         setUnlessEmpty(node.copy, "/AA", links.actionsByEvent(valueOf(node.source, "/AA")));
-        std::map<QPDFObjGen, std::size_t> order;
-        for (const auto& [source, position] : positionsIn(valueOf(node.source, "/Kids"))) {
-            if (const auto placed = group.places->find(source); placed != group.places->end())
-                order.emplace(placed->second.getObjGen(), position);
+        if (node.kids.size() > 1) {
+            const auto& order = group.input->source.positionsIn(node.source, "/Kids");
+            const auto positionOf = [&](const Object& kid) {
+                const auto found = order.find(group.nodesByCopy.at(kid.getObjGen())->source.getObjGen());
+                return found != order.end() ? found->second : order.size();
+            };
+            std::stable_sort(node.kids.begin(), node.kids.end(), [&](const Object& left, const Object& right) {
+                return positionOf(left) < positionOf(right);
+            });
         }
-        std::stable_sort(node.kids.begin(), node.kids.end(), [&](const Object& left, const Object& right) {
-            const auto leftAt = order.find(left.getObjGen());
-            const auto rightAt = order.find(right.getObjGen());
-            return (leftAt != order.end() ? leftAt->second : order.size())
-                < (rightAt != order.end() ? rightAt->second : order.size());
-        });
         setUnlessEmpty(node.copy, "/Kids", Object::newArray(node.kids));
     }
 }
 
 void FormFields::nameRoots(Group& group, Object fields)
 {
-    const auto order = positionsIn(valueOf(sourceForm(*group.input), "/Fields"));
+    const auto& order = group.input->source.positionsIn(sourceForm(*group.input), "/Fields");
     const auto positionOf = [&](const Node* node) {
         const auto found = order.find(node->source.getObjGen());
         return found != order.end() ? found->second : order.size();
@@ -164,17 +155,14 @@ void FormFields::nameRoots(Group& group, Object fields)
         if (!title.isString())
             continue;
         const std::string name = title.getUTF8Value();
-        std::string& newName = renamed[name];
-        if (newName.empty()) {
-            newName = name;
-            for (int number = 2; m_usedNames.count(newName) != 0; ++number)
-                newName = name + ' ' + std::to_string(number);
-        }
+        const auto [place, isNew] = renamed.try_emplace(name);
+        std::string& newName = place->second;
+        if (isNew)
+            newName = m_usedNames.take(
+                name, [](const std::string& taken, int number) { return taken + ' ' + std::to_string(number); });
         if (newName != name)
             root->copy.replaceKey("/T", Object::newUnicodeString(newName));
     }
-    for (const auto& [name, newName] : renamed)
-        m_usedNames.insert(newName);
 }
 
 void FormFields::renameFonts(Input& input, const std::map<std::string, std::string>& renamed)
@@ -203,6 +191,22 @@ void FormFields::adoptDefault(Input& input, const char* key, Object value)
     }
 }
 
+/// The fields of the input that are calculated, in the order in which they are. Looked up from the fields that there
+/// are: a part of a document has few of them.
+std::vector<Object> FormFields::calculationOrderOf(Input& input)
+{
+    const auto& positions = input.source.positionsIn(sourceForm(input), "/CO");
+    std::map<std::size_t, Object> calculated;
+    for (const auto& [source, copy] : input.places) {
+        if (const auto found = positions.find(source); found != positions.end())
+            calculated.emplace(found->second, copy);
+    }
+    std::vector<Object> order;
+    for (const auto& [position, copy] : calculated)
+        order.push_back(copy);
+    return order;
+}
+
 void FormFields::mergeDefaults(Object form, Input& input, bool isFirst)
 {
     Object source = sourceForm(input);
@@ -226,10 +230,8 @@ void FormFields::mergeDefaults(Object form, Input& input, bool isFirst)
     if (const auto flags = integerOf(valueOf(source, "/SigFlags")); flags && (*flags & 1) != 0)
         form.replaceKey("/SigFlags", Object::newInteger(1));
     Object order = valueOf(form, "/CO").isArray() ? form.getKey("/CO") : Object::newArray();
-    for (const Object& field : itemsOf(valueOf(source, "/CO"))) {
-        if (Object copy = input.copier.copy(field); copy.isDictionary())
-            order.appendItem(copy);
-    }
+    for (const Object& copy : calculationOrderOf(input))
+        order.appendItem(copy);
     setUnlessEmpty(form, "/CO", order);
 }
 

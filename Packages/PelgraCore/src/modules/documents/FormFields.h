@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Annotations.h"
+#include "NumberedNames.h"
 
 #include <list>
-#include <set>
 
 namespace Pelgra::Documents {
 
@@ -43,12 +43,13 @@ private:
     void connect(Group& group, Node& node);
     void fillNodes(Group& group, const std::vector<std::unique_ptr<Input>>& inputs);
     void nameRoots(Group& group, Object fields);
+    static std::vector<Object> calculationOrderOf(Input& input);
     void mergeDefaults(Object form, Input& input, bool isFirst);
     void renameFonts(Input& input, const std::map<std::string, std::string>& renamed);
     void adoptDefault(Input& input, const char* key, Object value);
 
     std::list<Group> m_groups;
-    std::set<std::string> m_usedNames;
+    NumberedNames m_usedNames;
 };
 
 } // namespace Pelgra::Documents

@@ -5,6 +5,8 @@
 
 #include <qpdf/QPDFMatrix.hh>
 
+#include <set>
+
 namespace Pelgra::Documents {
 
 /// A page of the output.
@@ -28,6 +30,7 @@ struct Input {
     Input(SourceDocument& document, ObjectCopier& shared)
         : source(document)
         , copier(shared)
+        , sharedAnnotationsLeft(leastSharedAnnotations + document.size() / 4)
     {
     }
 
@@ -51,6 +54,13 @@ struct Input {
     ObjectMap places;
     std::vector<PlacedPage> pages; ///< in output order; never resized once links are being made
     std::map<std::size_t, std::size_t> firstCopies; ///< source index to index in pages
+    /// Pages may share one list of annotations, each of which is then placed on every one of them: a file of a few
+    /// kilobytes could ask for any number. No more than these are placed.
+    std::uint64_t sharedAnnotationsLeft;
+    std::set<QPDFObjGen> annotationLists; ///< those read already
+
+private:
+    static constexpr std::uint64_t leastSharedAnnotations = 200'000;
 };
 
 } // namespace Pelgra::Documents

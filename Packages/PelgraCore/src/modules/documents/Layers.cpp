@@ -1,5 +1,7 @@
 #include "Layers.h"
 
+#include <algorithm>
+#include <numeric>
 #include <set>
 
 namespace Pelgra::Documents {
@@ -8,6 +10,8 @@ namespace {
 
 /// Groups nested deeper in the list that readers show are left out.
 constexpr int depthLimit = 32;
+/// Rules for showing layers by themselves; there are three occasions and eight categories.
+constexpr std::size_t usageLimit = 256;
 
 class LayerList {
 public:
@@ -17,18 +21,15 @@ public:
         m_copier = &input.copier;
         m_copier->setPlaces({&input.places});
         m_keepsAll = input.isComplete();
-        m_hidden = hiddenIn(dictionaryOf(properties, "/D"));
-        m_isHiddenByDefault = isNamed(dictionaryOf(properties, "/D"), "/BaseState", "/OFF");
-        const std::set<QPDFObjGen> shown = idsIn(valueOf(dictionaryOf(properties, "/D"), "/ON"));
+        const LayerIndex& index = input.source.layers();
         bool hasLayers = false;
-        for (const Object& layer : itemsOf(valueOf(properties, "/OCGs"))) {
-            Object copy = kept(layer);
-            if (copy.isNull() || !m_known.insert(copy.getObjGen()).second)
+        for (const std::size_t position : keptOf(index)) {
+            const Object copy = m_copier->copy(index.layers[position]);
+            if (!m_known.insert(copy.getObjGen()).second)
                 continue;
             hasLayers = true;
             m_layers.appendItem(copy);
-            const QPDFObjGen id = Object(layer).getObjGen();
-            if (m_hidden.count(id) != 0 || (m_isHiddenByDefault && shown.count(id) == 0))
+            if (index.isHidden[position])
                 m_off.appendItem(copy);
         }
         if (hasLayers)
@@ -52,15 +53,23 @@ public:
     }
 
 private:
-    static std::set<QPDFObjGen> idsIn(Object array)
+    /// Places in the list of layers, ascending. Of a part of many pages each has few, found without looking at all.
+    std::vector<std::size_t> keptOf(const LayerIndex& index) const
     {
-        std::set<QPDFObjGen> ids;
-        for (const Object& item : itemsOf(array))
-            ids.insert(Object(item).getObjGen());
-        return ids;
+        std::vector<std::size_t> kept;
+        if (m_keepsAll) {
+            kept.resize(index.layers.size());
+            std::iota(kept.begin(), kept.end(), std::size_t{0});
+            return kept;
+        }
+        m_copier->forEachKnown([&](QPDFObjGen id) {
+            if (const auto found = index.positions.find(id); found != index.positions.end())
+                kept.push_back(found->second);
+        });
+        std::sort(kept.begin(), kept.end());
+        kept.erase(std::unique(kept.begin(), kept.end()), kept.end());
+        return kept;
     }
-
-    static std::set<QPDFObjGen> hiddenIn(Object configuration) { return idsIn(valueOf(configuration, "/OFF")); }
 
     Object kept(Object layer)
     {
@@ -69,15 +78,21 @@ private:
     }
 
     /// An array of layers, texts and further arrays of them, with the kept layers only.
-    Object keptAmong(Object array, int depth = 0)
+    Object keptAmong(Object array)
+    {
+        ListsOnce lists;
+        return keptAmong(array, lists, 0);
+    }
+
+    Object keptAmong(Object array, ListsOnce& lists, int depth)
     {
         Object result = Object::newArray();
         bool hasLayer = false;
-        for (const Object& constItem : itemsOf(array)) {
+        for (const Object& constItem : lists.itemsOf(array)) {
             Object item = constItem;
             Object copy = Object::newNull();
             if (item.isArray() && depth < depthLimit)
-                copy = keptAmong(item, depth + 1);
+                copy = keptAmong(item, lists, depth + 1);
             else if (item.isString() && depth > 0)
                 copy = item.shallowCopy(); // the title of a group
             else if (item.isDictionary())
@@ -101,8 +116,9 @@ private:
         append(m_order, keptAmong(valueOf(source, "/Order")));
         append(m_radioGroups, keptAmong(valueOf(source, "/RBGroups")));
         append(m_locked, keptAmong(valueOf(source, "/Locked")));
+        std::size_t usages = 0;
         for (const Object& usage : itemsOf(valueOf(source, "/AS"))) {
-            if (!Object(usage).isDictionary())
+            if (!Object(usage).isDictionary() || ++usages > usageLimit)
                 continue;
             Object copy = m_copier->copyEntries(usage, {"/OCGs"});
             copy.replaceKey("/OCGs", keptAmong(valueOf(usage, "/OCGs")));
@@ -118,8 +134,6 @@ private:
 
     ObjectCopier* m_copier = nullptr;
     bool m_keepsAll = false;
-    bool m_isHiddenByDefault = false;
-    std::set<QPDFObjGen> m_hidden;
     bool m_hasConfiguration = false;
     std::set<QPDFObjGen> m_known;
     Object m_configuration = Object::newDictionary();

@@ -1,12 +1,15 @@
 #pragma once
 
-#include "ObjectCopier.h"
+#include "Objects.h"
 
 namespace Pelgra::Documents {
 
-/// A copy of an XMP packet without its claims to follow an archiving, accessibility or printing standard: copied pages
-/// may well break what the whole document kept. Null where it cannot be read.
-Object copyMetadata(ObjectCopier& copier, Object metadata);
+/// An XMP packet without its claims to follow an archiving, accessibility or printing standard: copied pages may well
+/// break what the whole document kept. Compressed (FlateDecode); empty where it cannot be read.
+std::string compressedMetadata(Object metadata);
+
+/// The metadata of a document for an output; null where there is none.
+Object copyMetadata(QPDF& output, const std::string& compressed);
 
 /// The packet without the claims; edited as text, neither parsed nor checked.
 std::string withoutConformanceClaims(std::string packet);

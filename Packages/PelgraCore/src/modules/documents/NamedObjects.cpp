@@ -1,13 +1,16 @@
 #include "NamedObjects.h"
 
+#include "NumberedNames.h"
 #include "Trees.h"
 
-#include <algorithm>
 #include <set>
 
 namespace Pelgra::Documents {
 
 namespace {
+
+/// No file has a longer name. One long text can be the name of any number of files, each of which would copy it.
+constexpr std::size_t nameLimit = 4096;
 
 /// "photo.jpg" and 2 give "photo 2.jpg".
 std::string numbered(const std::string& name, int number)
@@ -23,9 +26,9 @@ std::string shownName(Object file, const std::string& key)
 {
     for (const char* const entry : {"/UF", "/F"}) {
         if (Object name = valueOf(file, entry); name.isString())
-            return name.getUTF8Value();
+            return name.getUTF8Value().substr(0, nameLimit);
     }
-    return Object::newString(key).getUTF8Value();
+    return Object::newString(key).getUTF8Value().substr(0, nameLimit);
 }
 
 /// Attached files under unique keys and names.
@@ -33,24 +36,12 @@ class AttachmentList {
 public:
     void add(const std::string& key, Object file)
     {
-        if (!file.isDictionary())
-            return;
-        const bool isKnown = std::any_of(m_entries.begin(), m_entries.end(), [&](const auto& entry) {
-            return file.isIndirect() && Object(entry.second).isSameObjectAs(file);
-        });
-        if (isKnown)
-            return; // the same file given twice
+        if (!file.isDictionary() || (file.isIndirect() && !m_known.insert(file.getObjGen()).second))
+            return; // none, or the same file given twice
         const std::string name = shownName(file, key);
-        std::string newName = name;
-        for (int number = 2; m_shownNames.count(newName) != 0; ++number)
-            newName = numbered(name, number);
-        if (newName != name)
+        if (const std::string newName = m_shownNames.take(name, numbered); newName != name)
             file = renamed(file, newName);
-        std::string newKey = key;
-        for (int number = 2; m_entries.count(newKey) != 0; ++number)
-            newKey = numbered(key, number);
-        m_shownNames.insert(newName);
-        m_entries.emplace(newKey, file);
+        m_entries.emplace(m_keys.take(key.substr(0, nameLimit), numbered), file);
     }
 
     const std::map<std::string, Object>& entries() const { return m_entries; }
@@ -65,7 +56,9 @@ private:
     }
 
     std::map<std::string, Object> m_entries;
-    std::set<std::string> m_shownNames;
+    std::set<QPDFObjGen> m_known;
+    NumberedNames m_shownNames;
+    NumberedNames m_keys;
 };
 
 Object namesOf(Input& input, const char* tree)
@@ -89,14 +82,14 @@ Object combinedAttachments(const std::vector<std::unique_ptr<Input>>& inputs)
 Object combinedScripts(const std::vector<std::unique_ptr<Input>>& inputs)
 {
     std::map<std::string, Object> scripts;
+    NumberedNames keys;
+    std::set<std::pair<std::string, QPDFObjGen>> known;
     for (const std::unique_ptr<Input>& input : inputs) {
         for (const auto& [key, script] : readNameTree(namesOf(*input, "/JavaScript"))) {
             Object copy = input->copier.copy(script);
-            std::string newKey = key;
-            for (int number = 2; scripts.count(newKey) != 0 && !scripts.at(newKey).isSameObjectAs(copy); ++number)
-                newKey = numbered(key, number);
-            if (copy.isDictionary())
-                scripts.emplace(newKey, copy);
+            const std::string name = key.substr(0, nameLimit);
+            if (copy.isDictionary() && (!copy.isIndirect() || known.emplace(name, copy.getObjGen()).second))
+                scripts.emplace(keys.take(name, numbered), copy);
         }
     }
     return makeNameTree(scripts);

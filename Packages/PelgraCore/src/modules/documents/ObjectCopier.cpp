@@ -67,6 +67,16 @@ bool ObjectCopier::knows(Object value) const
         || std::any_of(m_places.begin(), m_places.end(), [&](const ObjectMap* map) { return map->count(id) != 0; });
 }
 
+void ObjectCopier::forEachKnown(const std::function<void(QPDFObjGen)>& visit) const
+{
+    for (const auto& [id, copy] : m_shared)
+        visit(id);
+    for (const ObjectMap* const map : m_places) {
+        for (const auto& [id, copy] : *map)
+            visit(id);
+    }
+}
+
 Object ObjectCopier::copy(Object value)
 {
     Object result = convert(value);
@@ -205,9 +215,14 @@ Object ObjectCopier::convertResources(Object resources, const std::optional<Name
             continue;
         }
         Object kept = Object::newDictionary();
-        for (const auto& [name, resource] : Object(entries).getDictAsMap()) {
-            // The default colour spaces are used without being named.
-            if (usedNames->count(name) != 0 || name.starts_with("/Default"))
+        // Looked up by what is used: many pages may share many resources of which each uses few.
+        for (const std::string& name : *usedNames) {
+            if (Object resource = valueOf(entries, name); !resource.isNull())
+                kept.replaceKey(name, convert(resource));
+        }
+        // The default colour spaces are used without being named.
+        for (const char* const name : {"/DefaultGray", "/DefaultRGB", "/DefaultCMYK"}) {
+            if (Object resource = valueOf(entries, name); !resource.isNull())
                 kept.replaceKey(name, convert(resource));
         }
         setUnlessEmpty(result, category, kept);

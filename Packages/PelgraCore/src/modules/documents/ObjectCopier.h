@@ -2,6 +2,7 @@
 
 #include "Resources.h"
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -39,6 +40,7 @@ public:
 
     /// Whether the (indirect) object has been copied or has a place.
     bool knows(Object value) const;
+    void forEachKnown(const std::function<void(QPDFObjGen)>& visit) const;
 
     /// Added to the keys by which the content of forms finds its structure; without it the keys are left out.
     void setStructureOffset(std::optional<long long> offset) { m_structureOffset = offset; }

@@ -34,6 +34,13 @@ std::vector<Object> itemsOf(Object array)
     return array.isArray() ? array.getArrayAsVector() : std::vector<Object>();
 }
 
+std::vector<Object> ListsOnce::itemsOf(Object array)
+{
+    if (array.isIndirect() && !m_read.insert(array.getObjGen()).second)
+        return {};
+    return Documents::itemsOf(array);
+}
+
 std::optional<long long> integerOf(Object value)
 {
     if (value.isInteger())

@@ -6,6 +6,7 @@
 #include <array>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,16 @@ bool isNamed(Object holder, const std::string& key, const char* name);
 
 /// The items of an array; none for anything else.
 std::vector<Object> itemsOf(Object array);
+
+/// Gives the items of each array once: where many nodes of a tree name one list, reading it for each of them would take
+/// the square of the file's size.
+class ListsOnce {
+public:
+    std::vector<Object> itemsOf(Object array);
+
+private:
+    std::set<QPDFObjGen> m_read;
+};
 
 std::optional<long long> integerOf(Object value);
 std::optional<double> numberOf(Object value);

@@ -1,13 +1,13 @@
 #include "Outlines.h"
 
-#include <set>
+#include "Destinations.h"
+#include "OutlineIndex.h"
+
+#include <map>
 
 namespace Pelgra::Documents {
 
 namespace {
-
-/// Entries nested deeper are left out.
-constexpr int depthLimit = 200;
 
 struct Entry {
     Object copy = Object::newNull(); ///< a dictionary without its place in the outline
@@ -26,26 +26,45 @@ public:
         input.copier.setPlaces({&input.places});
     }
 
-    std::vector<Entry> childrenOf(Object parent, int depth = 0)
+    /// What is kept of the outline.
+    std::vector<Entry> read()
+    {
+        OutlineIndex& outline = m_input.source.outline();
+        const auto addKept = [&](std::size_t index) {
+            m_children[outline.entries()[index].parent].push_back(index);
+        };
+        if (m_keepsUnplaced) {
+            for (std::size_t index = 0; index < outline.entries().size(); ++index)
+                addKept(index);
+        } else {
+            std::vector<std::size_t> pages;
+            for (const PlacedPage& page : m_input.pages)
+                pages.push_back(page.sourceIndex);
+            for (const std::size_t index : outline.entriesFor(pages))
+                addKept(index);
+        }
+        return childrenOf(OutlineIndex::noParent);
+    }
+
+private:
+    std::vector<Entry> childrenOf(std::size_t parent)
     {
         std::vector<Entry> entries;
-        Object item = dictionaryOf(parent, "/First");
-        while (!item.isNull() && depth < depthLimit) {
-            if (item.isIndirect() && !m_visited.insert(item.getObjGen()).second)
-                break;
-            if (std::optional<Entry> entry = entryFrom(item, depth))
+        const auto children = m_children.find(parent);
+        if (children == m_children.end())
+            return entries;
+        for (const std::size_t index : children->second) {
+            if (std::optional<Entry> entry = entryFrom(m_input.source.outline().entries()[index].item, index))
                 entries.push_back(std::move(*entry));
-            item = dictionaryOf(item, "/Next");
         }
         return entries;
     }
 
-private:
-    std::optional<Entry> entryFrom(Object item, int depth)
+    std::optional<Entry> entryFrom(Object item, std::size_t index)
     {
         Entry entry;
         entry.isOpen = integerOf(valueOf(item, "/Count")).value_or(0) > 0;
-        entry.children = childrenOf(item, depth + 1);
+        entry.children = childrenOf(index);
         const bool leads = m_links.leadsSomewhere(item);
         const bool hadChildren = valueOf(item, "/First").isDictionary();
         const bool isUnplaced = !LinkRewriter::hasTarget(item) && !hadChildren;
@@ -84,7 +103,7 @@ private:
     Input& m_input;
     LinkRewriter m_links;
     bool m_keepsUnplaced;
-    std::set<QPDFObjGen> m_visited;
+    std::map<std::size_t, std::vector<std::size_t>> m_children; ///< kept entries by the one above them
 };
 
 /// Links the entries together beneath their parent; returns how many rows a reader shows for them.
@@ -119,7 +138,7 @@ Object combinedOutline(const std::vector<std::unique_ptr<Input>>& inputs, bool k
     std::vector<Entry> entries;
     for (const std::unique_ptr<Input>& input : inputs) {
         OutlineReader reader(*input, inputs, keepsUnplaced);
-        for (Entry& entry : reader.childrenOf(dictionaryOf(input->source.catalog(), "/Outlines")))
+        for (Entry& entry : reader.read())
             entries.push_back(std::move(entry));
     }
     if (entries.empty())

@@ -8,6 +8,9 @@ namespace Pelgra::Documents {
 
 namespace {
 
+/// A longer one is cut off: one text can be the prefix of any number of ranges, each of which would copy it.
+constexpr std::size_t prefixLimit = 4096;
+
 struct Label {
     std::string style; ///< a name with its slash; empty for none
     std::string prefix; ///< bytes as in the file
@@ -22,11 +25,8 @@ struct Label {
 class SourceLabels {
 public:
     explicit SourceLabels(SourceDocument& source)
+        : m_ranges(source.pageLabels())
     {
-        for (const auto& [start, label] : readNumberTree(dictionaryOf(source.catalog(), "/PageLabels")))
-            m_ranges.emplace(start, label);
-        // Pages before the first range count in plain numbers, and so do all pages where there are no ranges.
-        m_ranges.emplace(0, Object::newDictionary(std::map<std::string, Object>{{"/S", Object::newName("/D")}}));
     }
 
     Label labelOf(std::size_t pageIndex) const
@@ -34,12 +34,13 @@ public:
         const auto range = std::prev(m_ranges.upper_bound(static_cast<long long>(pageIndex)));
         Object prefix = valueOf(range->second, "/P");
         const long long start = std::max(1LL, integerOf(valueOf(range->second, "/St")).value_or(1));
-        return {nameOf(range->second, "/S"), prefix.isString() ? prefix.getStringValue() : std::string(),
+        return {nameOf(range->second, "/S"),
+                prefix.isString() ? prefix.getStringValue().substr(0, prefixLimit) : std::string(),
                 std::min(start, 1LL << 40) + static_cast<long long>(pageIndex) - std::max(0LL, range->first)};
     }
 
 private:
-    std::map<long long, Object> m_ranges;
+    const std::map<long long, Object>& m_ranges;
 };
 
 Object rangeFor(const Label& label)

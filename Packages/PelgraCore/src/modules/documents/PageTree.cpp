@@ -41,6 +41,7 @@ std::vector<SourcePage> pagesBelow(Object root, std::size_t& emptyEntries)
 {
     std::vector<SourcePage> pages;
     std::set<QPDFObjGen> visited;
+    ListsOnce lists;
     std::vector<SourcePage> pending{inheriting(root, nothingInherited)};
     while (!pending.empty()) {
         SourcePage node = pending.back();
@@ -54,10 +55,10 @@ std::vector<SourcePage> pagesBelow(Object root, std::size_t& emptyEntries)
         }
         if (node.object.isIndirect() && !visited.insert(node.object.getObjGen()).second)
             continue;
-        std::vector<Object> kids = itemsOf(valueOf(node.object, "/Kids"));
+        const std::vector<Object> kids = lists.itemsOf(valueOf(node.object, "/Kids"));
         for (auto kid = kids.rbegin(); kid != kids.rend(); ++kid) {
-            if (kid->isDictionary())
-                pending.push_back(inheriting(*kid, node));
+            if (Object object = *kid; object.isDictionary())
+                pending.push_back(inheriting(object, node));
             else
                 ++emptyEntries;
         }
@@ -79,23 +80,67 @@ bool isLost(Object value)
     }
 }
 
-bool hasLostSomething(const SourcePage& page)
-{
-    Object contents = valueOf(page.object, "/Contents");
-    std::vector<Object> parts = itemsOf(contents);
-    parts.push_back(contents);
-    parts.push_back(page.resources);
-    parts.push_back(valueOf(page.object, "/Resources"));
-    for (const char* const category : {"/XObject", "/Font"}) {
-        Object entries = valueOf(page.resources, category);
-        parts.push_back(entries);
-        if (!entries.isDictionary())
-            continue;
-        for (const auto& [name, value] : entries.getDictAsMap())
-            parts.push_back(value);
+/// Looks at the pages one after another; resources that many of them share are looked at once.
+class LossFinder {
+public:
+    bool hasLostSomething(const SourcePage& page)
+    {
+        Object contents = valueOf(page.object, "/Contents");
+        const std::vector<Object> parts = m_lists.itemsOf(contents);
+        const bool hasLostParts = isAnyGone(parts);
+        if (contents.isIndirect() && hasLostParts)
+            m_lostLists.insert(contents.getObjGen());
+        return hasLostParts || m_lostLists.count(contents.getObjGen()) != 0 || isGone(contents)
+            || isGone(page.resources) || isGone(valueOf(page.object, "/Resources")) || areResourcesLost(page.resources);
     }
-    return std::any_of(parts.begin(), parts.end(), isLost);
-}
+
+private:
+    bool isGone(Object value)
+    {
+        if (!value.isIndirect())
+            return false;
+        const auto [place, isNew] = m_verdicts.emplace(value.getObjGen(), false);
+        if (isNew)
+            place->second = isLost(value);
+        return place->second;
+    }
+
+    bool isAnyGone(const std::vector<Object>& values)
+    {
+        return std::any_of(values.begin(), values.end(), [&](const Object& value) { return isGone(value); });
+    }
+
+    bool areResourcesLost(Object resources)
+    {
+        if (m_last && m_last->first.isSameObjectAs(resources))
+            return m_last->second;
+        const bool result = isAnyLost(resources, "/XObject") || isAnyLost(resources, "/Font");
+        m_last.emplace(resources, result);
+        return result;
+    }
+
+    bool isAnyLost(Object resources, const char* category)
+    {
+        Object entries = valueOf(resources, category);
+        if (!entries.isDictionary() || isGone(entries))
+            return isGone(entries);
+        if (entries.isIndirect() && !m_categories.insert(entries.getObjGen()).second)
+            return m_lostCategories.count(entries.getObjGen()) != 0;
+        const auto map = entries.getDictAsMap();
+        const bool result =
+            std::any_of(map.begin(), map.end(), [&](const auto& entry) { return isGone(entry.second); });
+        if (result && entries.isIndirect())
+            m_lostCategories.insert(entries.getObjGen());
+        return result;
+    }
+
+    ListsOnce m_lists;
+    std::set<QPDFObjGen> m_lostLists; ///< of content streams
+    std::optional<std::pair<Object, bool>> m_last; ///< the resources of the page before
+    std::set<QPDFObjGen> m_categories;
+    std::set<QPDFObjGen> m_lostCategories;
+    std::map<QPDFObjGen, bool> m_verdicts;
+};
 
 } // namespace
 
@@ -123,8 +168,9 @@ PageTree walkPageTree(QPDF& document)
         tree.losses.missing = missingPages(claimed, tree.pages.size(), emptyEntries);
     }
     if (document.anyWarnings()) {
+        LossFinder finder;
         for (std::size_t index = 0; index < tree.pages.size(); ++index) {
-            if (hasLostSomething(tree.pages[index]))
+            if (finder.hasLostSomething(tree.pages[index]))
                 tree.losses.incomplete.push_back(static_cast<int>(index));
         }
     }

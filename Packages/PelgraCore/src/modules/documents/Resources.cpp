@@ -48,9 +48,11 @@ std::string decodedName(std::string_view written)
 /// Picks out whatever follows a slash. Strings and inline images are not told apart: they only add names.
 class NameScanner final : public Pipeline {
 public:
-    explicit NameScanner(NameSet& names)
+    /// `found` gets the names that are new to `names`.
+    NameScanner(NameSet& names, std::vector<std::string>& found)
         : Pipeline("names", nullptr)
         , m_names(names)
+        , m_found(found)
     {
     }
 
@@ -86,21 +88,24 @@ public:
 private:
     void endName()
     {
-        if (m_name.size() <= nameLimit)
-            m_names.insert(decodedName(m_name));
+        if (m_name.size() <= nameLimit) {
+            if (const auto [place, isNew] = m_names.insert(decodedName(m_name)); isNew)
+                m_found.push_back(*place);
+        }
         m_name.clear();
         m_isInName = false;
     }
 
     NameSet& m_names;
+    std::vector<std::string>& m_found;
     std::string m_name;
     std::size_t m_total = 0;
     bool m_isInName = false;
 };
 
-bool addNamesOf(Object stream, NameSet& names)
+bool addNamesOf(Object stream, NameSet& names, std::vector<std::string>& found)
 {
-    NameScanner scanner(names);
+    NameScanner scanner(names, found);
     bool isDecoded = false;
     return stream.pipeStreamData(&scanner, &isDecoded, 0, qpdf_dl_all, true) && isDecoded;
 }
@@ -123,18 +128,17 @@ std::vector<Object> borrowingStreamsOf(Object resource)
     return glyphs;
 }
 
-/// The used resources not seen before, through which more names may be used.
-std::vector<Object> borrowedContents(Object resources, const NameSet& names, std::set<QPDFObjGen>& seen)
+/// The resources of these names not seen before, through which more names may be used.
+std::vector<Object> borrowedContents(Object resources, const std::vector<std::string>& names,
+                                     std::set<QPDFObjGen>& seen)
 {
     std::vector<Object> contents;
     for (const char* const category : {"/XObject", "/Pattern", "/Font"}) {
         Object dictionary = dictionaryOf(resources, category);
         if (dictionary.isNull())
             continue;
-        for (const auto& [name, resource] : dictionary.getDictAsMap()) {
-            if (names.count(name) == 0)
-                continue;
-            for (const Object& stream : borrowingStreamsOf(resource)) {
+        for (const std::string& name : names) {
+            for (const Object& stream : borrowingStreamsOf(valueOf(dictionary, name))) {
                 if (Object(stream).isStream() && seen.insert(stream.getObjGen()).second)
                     contents.push_back(stream);
             }
@@ -151,11 +155,12 @@ std::optional<NameSet> namesUsedBy(const std::vector<Object>& contents, Object r
     std::set<QPDFObjGen> seen;
     std::vector<Object> pending = contents;
     while (!pending.empty()) {
+        std::vector<std::string> found;
         for (const Object& stream : pending) {
-            if (!addNamesOf(stream, names))
+            if (!addNamesOf(stream, names, found))
                 return std::nullopt;
         }
-        pending = borrowedContents(resources, names, seen);
+        pending = borrowedContents(resources, found, seen);
     }
     return names;
 }

@@ -1,7 +1,8 @@
 #include "SourceDocument.h"
 
 #include "files/FileBytes.h"
-#include "files/UniqueDescriptor.h"
+#include "Metadata.h"
+#include "OutlineIndex.h"
 #include "PelgraCore/EngineError.h"
 #include "Trees.h"
 
@@ -12,6 +13,8 @@
 #include <cstdio>
 #include <span>
 #include <string_view>
+
+#include <fcntl.h>
 
 namespace Pelgra::Documents {
 
@@ -32,18 +35,29 @@ std::vector<Object> resourceDictionaries(Object resources)
 /// "12 0" of the last object that says it is the catalogue, else empty.
 std::string catalogNumberIn(std::string_view bytes)
 {
-    for (std::size_t at = bytes.rfind("/Catalog"); at != std::string_view::npos && at > 0;
-         at = bytes.rfind("/Catalog", at - 1)) {
-        const std::size_t keyword = bytes.rfind(" obj", at);
+    constexpr std::size_t longest = 24;
+    std::size_t end = bytes.size();
+    for (;;) {
+        const std::size_t at = bytes.substr(0, end).rfind("/Catalog");
+        const std::size_t keyword = at != std::string_view::npos ? bytes.rfind(" obj", at) : at;
         if (keyword == std::string_view::npos)
             return {};
-        const std::size_t start = bytes.find_last_not_of("0123456789 ", keyword) + 1;
-        std::string number(bytes.substr(start, keyword - start));
+        const std::string_view before = bytes.substr(0, keyword);
+        const std::string_view last = before.substr(before.size() - std::min(before.size(), longest));
+        const std::string number(last.substr(last.find_last_not_of("0123456789 ") + 1));
         const std::size_t first = number.find_first_not_of(' ');
-        if (first != std::string::npos && number.find(' ', first) != std::string::npos && number.size() < 24)
+        if (first != std::string::npos && number.find(' ', first) != std::string::npos && number.size() < longest)
             return number;
+        end = keyword; // whatever else stands between belongs to the same object
     }
-    return {};
+}
+
+std::set<QPDFObjGen> idsIn(Object array)
+{
+    std::set<QPDFObjGen> ids;
+    for (const Object& item : itemsOf(array))
+        ids.insert(Object(item).getObjGen());
+    return ids;
 }
 
 void append(Bytes& bytes, std::string_view text)
@@ -110,6 +124,9 @@ SourceDocument::SourceDocument(const std::filesystem::path& file)
         openWithoutTables();
     if (!m_document || !isUnlocked(*m_document) || (pages().empty() && losses().any()))
         throw EngineError::unreadable(file);
+    std::error_code ignored;
+    m_absoluteFile = std::filesystem::absolute(file, ignored).lexically_normal();
+    m_canonicalFile = std::filesystem::canonical(file, ignored);
     for (std::size_t index = 0; index < pages().size(); ++index) {
         if (pages()[index].object.isIndirect())
             m_pageIndexes.emplace(pages()[index].object.getObjGen(), index);
@@ -123,14 +140,17 @@ void SourceDocument::open(const std::filesystem::path& file)
     if (std::filesystem::file_size(file, error) <= memoryLimit && !error) {
         // qpdf seeks and reads a few bytes at a time, each of which is a system call on an open file.
         m_bytes = readFile(file);
+        m_size = m_bytes.size();
         append(m_bytes, "\n%%EOF\n"); // qpdf 12 does not see the last object of a file cut off right behind it
         document = openedFrom(file, m_bytes);
     } else {
-        UniqueDescriptor descriptor(openRegularFile(file));
+        m_descriptor = openDocument(file);
+        UniqueDescriptor descriptor(m_descriptor ? fcntl(m_descriptor.get(), F_DUPFD_CLOEXEC, 0) : -1);
         FILE* const stream = descriptor ? fdopen(descriptor.get(), "rb") : nullptr;
         if (!stream)
             throw EngineError::unreadable(file);
         descriptor.release();
+        m_size = fileSize(m_descriptor);
         document = std::make_unique<QPDF>();
         document->setSuppressWarnings(true);
         document->processFile(file.c_str(), stream, true, ""); // closes the stream, also on failure
@@ -177,12 +197,19 @@ PDFVersion SourceDocument::version()
 
 bool SourceDocument::mayListUnusedResources(std::size_t pageIndex)
 {
-    if (!m_resourceUsers) {
-        m_resourceUsers.emplace();
+    const auto isLong = [](Object dictionary) {
+        return dictionary.isDictionary() && dictionary.getKeys().size() > manyResources;
+    };
+    if (!m_resourceUse) {
+        m_resourceUse.emplace();
         for (const SourcePage& page : pages()) {
             for (const Object& dictionary : resourceDictionaries(page.resources)) {
-                if (dictionary.isIndirect())
-                    ++(*m_resourceUsers)[dictionary.getObjGen()];
+                if (!dictionary.isIndirect())
+                    continue;
+                const auto [place, isNew] = m_resourceUse->try_emplace(dictionary.getObjGen());
+                ++place->second.users;
+                if (isNew)
+                    place->second.isLong = isLong(dictionary);
             }
         }
     }
@@ -191,8 +218,10 @@ bool SourceDocument::mayListUnusedResources(std::size_t pageIndex)
         return true; // inherited
     const std::vector<Object> dictionaries = resourceDictionaries(page.resources);
     return std::any_of(dictionaries.begin(), dictionaries.end(), [&](Object dictionary) {
-        const bool isLong = dictionary.isDictionary() && dictionary.getKeys().size() > manyResources;
-        return isLong || (dictionary.isIndirect() && (*m_resourceUsers)[dictionary.getObjGen()] > 1);
+        if (!dictionary.isIndirect())
+            return isLong(dictionary);
+        const ResourceUse& use = (*m_resourceUse)[dictionary.getObjGen()];
+        return use.isLong || use.users > 1;
     });
 }
 
@@ -202,6 +231,76 @@ std::optional<std::size_t> SourceDocument::pageIndexOf(Object page) const
         return std::nullopt;
     const auto found = m_pageIndexes.find(page.getObjGen());
     return found != m_pageIndexes.end() ? std::optional(found->second) : std::nullopt;
+}
+
+SourceDocument::~SourceDocument() = default;
+
+const std::map<long long, Object>& SourceDocument::pageLabels()
+{
+    if (!m_pageLabels) {
+        m_pageLabels.emplace();
+        for (const auto& [start, label] : readNumberTree(dictionaryOf(catalog(), "/PageLabels")))
+            m_pageLabels->emplace(start, label);
+        // Pages before the first range count in plain numbers, and so do all pages where there are no ranges.
+        m_pageLabels->emplace(0, Object::newDictionary(std::map<std::string, Object>{{"/S", Object::newName("/D")}}));
+    }
+    return *m_pageLabels;
+}
+
+const LayerIndex& SourceDocument::layers()
+{
+    if (m_layers)
+        return *m_layers;
+    m_layers.emplace();
+    Object properties = dictionaryOf(catalog(), "/OCProperties");
+    Object configuration = dictionaryOf(properties, "/D");
+    const std::set<QPDFObjGen> hidden = idsIn(valueOf(configuration, "/OFF"));
+    const std::set<QPDFObjGen> shown = idsIn(valueOf(configuration, "/ON"));
+    const bool isHiddenByDefault = isNamed(configuration, "/BaseState", "/OFF");
+    for (const Object& constLayer : itemsOf(valueOf(properties, "/OCGs"))) {
+        Object layer = constLayer;
+        const QPDFObjGen id = layer.getObjGen();
+        if (!layer.isDictionary() || !layer.isIndirect()
+            || !m_layers->positions.emplace(id, m_layers->layers.size()).second)
+            continue;
+        m_layers->layers.push_back(layer);
+        m_layers->isHidden.push_back(hidden.count(id) != 0 || (isHiddenByDefault && shown.count(id) == 0));
+    }
+    return *m_layers;
+}
+
+void SourceDocument::checkComplete() const
+{
+    if (m_descriptor && fileSize(m_descriptor) < m_size)
+        throw EngineError::unreadable(m_file);
+}
+
+OutlineIndex& SourceDocument::outline()
+{
+    if (!m_outline)
+        m_outline = std::make_unique<OutlineIndex>(*this);
+    return *m_outline;
+}
+
+const std::string& SourceDocument::metadata()
+{
+    if (!m_metadata)
+        m_metadata = compressedMetadata(valueOf(catalog(), "/Metadata"));
+    return *m_metadata;
+}
+
+const std::map<QPDFObjGen, std::size_t>& SourceDocument::positionsIn(Object owner, const char* key)
+{
+    Object list = valueOf(owner, key);
+    const auto [place, isNew] =
+        m_positions.try_emplace({list.isIndirect() ? list.getObjGen() : owner.getObjGen(), key});
+    if (isNew) {
+        for (const Object& item : itemsOf(list)) {
+            if (Object(item).isIndirect())
+                place->second.emplace(Object(item).getObjGen(), place->second.size());
+        }
+    }
+    return place->second;
 }
 
 void SourceDocument::readNamedDestinations()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "files/UniqueDescriptor.h"
 #include "PageTree.h"
 #include "PelgraCore/RasterImage.h"
 
@@ -10,6 +11,15 @@
 
 namespace Pelgra::Documents {
 
+/// The layers of a document in the order of its list.
+struct LayerIndex {
+    std::vector<Object> layers;
+    std::vector<bool> isHidden; ///< when the document is opened
+    std::map<QPDFObjGen, std::size_t> positions;
+};
+
+class OutlineIndex;
+
 /// A document that pages are taken from. Never changed, so any number of outputs may be made of it.
 class SourceDocument {
 public:
@@ -18,8 +28,17 @@ public:
     explicit SourceDocument(const std::filesystem::path& file);
     SourceDocument(const SourceDocument&) = delete;
     SourceDocument& operator=(const SourceDocument&) = delete;
+    ~SourceDocument();
 
     const std::filesystem::path& file() const { return m_file; }
+    /// The same from the root of the file system, without dots; and besides with links followed.
+    const std::filesystem::path& absoluteFile() const { return m_absoluteFile; }
+    const std::filesystem::path& canonicalFile() const { return m_canonicalFile; }
+    /// In bytes, as it was when the document was opened.
+    std::uint64_t size() const { return m_size; }
+    /// Throws EngineError::unreadable where the file has become shorter since, so that what was copied from it may lack
+    /// what stood there.
+    void checkComplete() const;
     QPDF& document() { return *m_document; }
     Object catalog() { return m_document->getRoot(); }
     /// The format's version that the document asks for.
@@ -36,6 +55,17 @@ public:
     /// What a named destination stands for (an array or a dictionary with /D), else null.
     Object namedDestination(const std::string& name);
 
+    /// What follows is worked out when first asked for, so that a document of many pages is not gone through for each.
+
+    /// The dictionaries of page labels by the index of the first page they hold for.
+    const std::map<long long, Object>& pageLabels();
+    const LayerIndex& layers();
+    OutlineIndex& outline();
+    /// The packet of metadata as it goes into outputs, compressed (FlateDecode); empty where there is none.
+    const std::string& metadata();
+    /// The first position of each indirect object in a list: an array under a key of an object, or of the form.
+    const std::map<QPDFObjGen, std::size_t>& positionsIn(Object owner, const char* key);
+
 private:
     void open(const std::filesystem::path& file);
     /// Opens a file by the catalogue object that stands in it, with cross references made anew: one that has lost its
@@ -44,13 +74,25 @@ private:
     void readNamedDestinations();
 
     std::filesystem::path m_file;
+    std::filesystem::path m_absoluteFile;
+    std::filesystem::path m_canonicalFile;
+    UniqueDescriptor m_descriptor; ///< of a file that is not in memory
+    std::uint64_t m_size = 0;
     Bytes m_bytes; ///< what the document reads from, if it was read into memory
     std::unique_ptr<QPDF> m_document;
     PageTree m_tree;
     std::map<QPDFObjGen, std::size_t> m_pageIndexes;
-    /// How many pages list an object as resources; counted when first needed.
-    std::optional<std::map<QPDFObjGen, int>> m_resourceUsers;
-    std::optional<std::map<std::string, Object>> m_namedDestinations; ///< read when first asked for
+    struct ResourceUse {
+        int users = 0; ///< pages that list the object as resources
+        bool isLong = false;
+    };
+    std::optional<std::map<QPDFObjGen, ResourceUse>> m_resourceUse; ///< counted when first needed
+    std::optional<std::map<std::string, Object>> m_namedDestinations;
+    std::optional<std::map<long long, Object>> m_pageLabels;
+    std::optional<LayerIndex> m_layers;
+    std::unique_ptr<OutlineIndex> m_outline;
+    std::optional<std::string> m_metadata;
+    std::map<std::pair<QPDFObjGen, std::string>, std::map<QPDFObjGen, std::size_t>> m_positions;
 };
 
 } // namespace Pelgra::Documents

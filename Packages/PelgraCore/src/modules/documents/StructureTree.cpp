@@ -49,11 +49,11 @@ private:
         Object copy = Object::newNull();
     };
 
-    static std::vector<Object> kidsOf(Object element)
+    std::vector<Object> kidsOf(Object element)
     {
         Object kids = valueOf(element, "/K");
         if (kids.isArray())
-            return itemsOf(kids);
+            return m_lists.itemsOf(kids);
         return kids.isNull() ? std::vector<Object>() : std::vector<Object>{kids};
     }
 
@@ -144,6 +144,7 @@ private:
 
     Input& m_input;
     std::set<QPDFObjGen> m_visited;
+    ListsOnce m_lists;
 };
 
 /// Those parts of the parent tree that lead to elements still there.
@@ -153,10 +154,20 @@ void addParents(Input& input, std::map<long long, Object>& parents)
         const auto found = input.places.find(element.getObjGen());
         return element.isIndirect() && found != input.places.end() ? found->second : Object::newNull();
     };
-    for (const auto& [key, constValue] : readNumberTree(valueOf(rootOf(input.source), "/ParentTree"))) {
+    const auto entries = readNumberTree(valueOf(rootOf(input.source), "/ParentTree"));
+    std::map<QPDFObjGen, int> users;
+    for (const auto& [key, value] : entries) {
+        if (Object(value).isIndirect())
+            ++users[Object(value).getObjGen()];
+    }
+    ObjectMap shared;
+    for (const auto& [key, constValue] : entries) {
         Object value = constValue;
         Object copy = Object::newNull();
-        if (value.isArray()) {
+        const bool isShared = value.isArray() && value.isIndirect() && users[value.getObjGen()] > 1;
+        if (const auto known = shared.find(value.getObjGen()); isShared && known != shared.end()) {
+            copy = known->second;
+        } else if (value.isArray()) {
             std::vector<Object> items = itemsOf(value);
             for (Object& item : items)
                 item = placed(item);
@@ -164,6 +175,8 @@ void addParents(Input& input, std::map<long long, Object>& parents)
                 std::any_of(items.begin(), items.end(), [](const Object& item) { return !Object(item).isNull(); });
             if (isUsed)
                 copy = Object::newArray(items);
+            if (isShared)
+                copy = shared[value.getObjGen()] = isUsed ? input.copier.output().makeIndirectObject(copy) : copy;
         } else if (value.isDictionary()) {
             copy = placed(value);
         }

@@ -11,16 +11,17 @@ template <typename Visit>
 void walk(Object root, const char* leafKey, Visit&& visit)
 {
     std::set<QPDFObjGen> visited;
+    ListsOnce lists;
     std::vector<Object> pending{root};
     while (!pending.empty()) {
         Object node = pending.back();
         pending.pop_back();
         if (!node.isDictionary() || (node.isIndirect() && !visited.insert(node.getObjGen()).second))
             continue;
-        const std::vector<Object> pairs = itemsOf(valueOf(node, leafKey));
+        const std::vector<Object> pairs = lists.itemsOf(valueOf(node, leafKey));
         for (std::size_t index = 0; index + 1 < pairs.size(); index += 2)
             visit(pairs[index], pairs[index + 1]);
-        const std::vector<Object> kids = itemsOf(valueOf(node, "/Kids"));
+        const std::vector<Object> kids = lists.itemsOf(valueOf(node, "/Kids"));
         pending.insert(pending.end(), kids.rbegin(), kids.rend());
     }
 }

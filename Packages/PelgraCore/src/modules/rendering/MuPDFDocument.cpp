@@ -179,9 +179,8 @@ bool isLocked(fz_context* context, pdf_document* document)
 std::unique_ptr<MuPDFDocument> MuPDFDocument::open(const std::filesystem::path& file, int pagesNeeded)
 {
     std::unique_ptr<MuPDFDocument> document(new MuPDFDocument);
-    document->m_file.reset(openRegularFile(file));
-    if (!document->m_file)
-        return nullptr;
+    document->m_file = openDocument(file);
+    document->m_fileSize = fileSize(document->m_file);
     document->m_context.reset(fz_new_context(document->m_account.allocator(), nullptr, storeLimit));
     if (!document->m_context)
         return nullptr;
@@ -258,6 +257,8 @@ int MuPDFDocument::readFromFile(fz_stream* stream)
     do
         count = pread(m_file.get(), m_buffer, bufferSize, stream->pos);
     while (count < 0 && errno == EINTR);
+    if (count <= 0 && static_cast<std::uint64_t>(stream->pos) < m_fileSize)
+        m_isCutShort = true;
     if (count <= 0)
         return -1;
     stream->rp = m_buffer;

@@ -38,8 +38,8 @@ struct PageGeometry {
 /// One document with a context of its own. Used by one thread at a time; several threads open one each.
 class MuPDFDocument {
 public:
-    /// Null for what cannot be read, needs a password, or has none of the pages it says it has. Broken cross references
-    /// are repaired.
+    /// Null for what is no document, needs a password, or has none of the pages it says it has. Broken cross references
+    /// are repaired. Throws EngineError::unreadable for what cannot be opened or is too large.
     static std::unique_ptr<MuPDFDocument> open(const std::filesystem::path& file, int pagesNeeded);
     ~MuPDFDocument();
     MuPDFDocument(const MuPDFDocument&) = delete;
@@ -54,6 +54,9 @@ public:
 
     /// What the document has lost of its pages, if all of them were looked for.
     PageLosses losses();
+
+    /// Whether the file has become shorter since it was opened, and something was looked for where it ends now.
+    bool isCutShort() const { return m_isCutShort; }
 
     /// Null where there is no such page or it cannot be loaded. The boxes of the page (in memory) are replaced by
     /// the valid ones of geometryOf().
@@ -78,6 +81,8 @@ private:
     ContextHandle m_context;
     pdf_document* m_document = nullptr;
     int m_pageCount = 0;
+    std::uint64_t m_fileSize = 0; ///< when it was opened
+    bool m_isCutShort = false;
     PageLosses m_losses; ///< without the incomplete pages
 };
 

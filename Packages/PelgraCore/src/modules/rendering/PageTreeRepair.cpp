@@ -47,7 +47,10 @@ bool isBranchToLibrary(fz_context* context, pdf_obj* node)
 void enter(Walk* walk, pdf_obj* node)
 {
     fz_context* const context = walk->context;
-    if (pdf_is_indirect(context, node) && pdf_mark_bits_set(context, walk->visited, node)) {
+    pdf_obj* const kids = pdf_dict_get(context, node, PDF_NAME(Kids));
+    // The list too: where many branches share one, it would be gone through for each of them.
+    if ((pdf_is_indirect(context, node) && pdf_mark_bits_set(context, walk->visited, node))
+        || (pdf_is_indirect(context, kids) && pdf_mark_bits_set(context, walk->visited, kids))) {
         walk->isAsClaimed = false;
         return;
     }
@@ -57,7 +60,7 @@ void enter(Walk* walk, pdf_obj* node)
             fz_realloc(context, walk->branches, static_cast<std::size_t>(capacity) * sizeof(Branch)));
         walk->capacity = capacity;
     }
-    walk->branches[walk->depth++] = {node, pdf_dict_get(context, node, PDF_NAME(Kids)), 0, 0};
+    walk->branches[walk->depth++] = {node, kids, 0, 0};
 }
 
 void leave(Walk* walk)

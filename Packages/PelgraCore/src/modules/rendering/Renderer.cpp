@@ -191,7 +191,7 @@ bool Renderer::drawRows(int pageIndex, PixelSize size, int top, std::span<std::b
     fz_colorspace* const space = size.model == ColorModel::gray ? fz_device_gray(context) : fz_device_rgb(context);
     const bool isDrawn = drawArea(context, page.get(), pixelsOf(geometry, size), {0, top, size.width, top + rows},
                                   space, pixels.data(), m_document->account().cookie());
-    return isDrawn && !m_document->account().isCutOff();
+    return isDrawn && !m_document->account().isCutOff() && !m_document->isCutShort();
 }
 
 std::optional<RasterImage> Renderer::render(int pageIndex, double scale)
@@ -212,6 +212,8 @@ std::vector<TextPiece> Renderer::textPieces(int pageIndex, const std::stop_token
     std::vector<TextPiece> pieces = page ? readTextPieces(*m_document, page) : std::vector<TextPiece>();
     if (pieces.empty() && m_document->account().isCutOff() && !stop.stop_requested())
         throw std::runtime_error("the page takes too much");
+    if (m_document->isCutShort())
+        throw std::runtime_error("the file was cut short");
     return pieces;
 }
 
