@@ -5,6 +5,7 @@
 #include "metadata/MetadataBlocks.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <libdeflate.h>
 #include <zlib.h>
@@ -16,31 +17,40 @@ namespace {
 using namespace std::string_view_literals;
 using ByteSpan = std::span<const std::byte>;
 
-/// More than any real profile or metadata block; compressed text can be a thousand times its size.
-constexpr std::size_t inflatedLimit = std::size_t{16} << 20;
-
-/// The content of a zlib stream; empty where it is damaged or too large.
-Bytes inflated(ByteSpan compressed)
-{
-    z_stream stream{};
-    if (inflateInit(&stream) != Z_OK)
-        return {};
-    // The interface lacks const, but the library does not write here.
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<std::byte*>(compressed.data()));
-    stream.avail_in = static_cast<uInt>(compressed.size());
-    Bytes content;
-    int status = Z_OK;
-    while (status == Z_OK && content.size() < inflatedLimit) {
-        const std::size_t filled = content.size();
-        content.resize(filled + std::max<std::size_t>(filled, 4096));
-        stream.next_out = reinterpret_cast<Bytef*>(content.data() + filled);
-        stream.avail_out = static_cast<uInt>(content.size() - filled);
-        status = inflate(&stream, Z_NO_FLUSH);
-        content.resize(content.size() - stream.avail_out);
+/// Inflates the blocks of one file. The sum of what comes out is limited: any number of blocks may be damaged, or of a
+/// kind of which one counts.
+class Inflation {
+public:
+    /// The content of a zlib stream; empty where it is damaged or too large.
+    Bytes operator()(ByteSpan compressed)
+    {
+        z_stream stream{};
+        if (m_left == 0 || inflateInit(&stream) != Z_OK)
+            return {};
+        // The interface lacks const, but the library does not write here.
+        stream.next_in = reinterpret_cast<Bytef*>(const_cast<std::byte*>(compressed.data()));
+        stream.avail_in = static_cast<uInt>(compressed.size());
+        Bytes content;
+        int status = Z_OK;
+        while (status == Z_OK && content.size() < std::min(inflatedLimit, m_left)) {
+            const std::size_t filled = content.size();
+            content.resize(filled + std::max<std::size_t>(filled, 4096));
+            stream.next_out = reinterpret_cast<Bytef*>(content.data() + filled);
+            stream.avail_out = static_cast<uInt>(content.size() - filled);
+            status = inflate(&stream, Z_NO_FLUSH);
+            content.resize(content.size() - stream.avail_out);
+        }
+        inflateEnd(&stream);
+        m_left -= std::min(m_left, content.size());
+        return status == Z_STREAM_END ? content : Bytes();
     }
-    inflateEnd(&stream);
-    return status == Z_STREAM_END ? content : Bytes();
-}
+
+private:
+    /// More than any real profile or metadata block; compressed text can be a thousand times its size.
+    static constexpr std::size_t inflatedLimit = std::size_t{16} << 20;
+
+    std::size_t m_left = 4 * inflatedLimit;
+};
 
 std::string_view textOf(ByteSpan bytes)
 {
@@ -74,37 +84,39 @@ void readDensity(ByteSpan content, PngProperties& properties)
         properties.dpiY = dpiY;
 }
 
+constexpr auto rawProfilePrefix = "Raw profile type "sv;
+
+/// Whether a text holds a block that is still missing; the first of each kind counts.
+bool isWanted(std::string_view keyword, const PngProperties& properties)
+{
+    if (!keyword.starts_with(rawProfilePrefix))
+        return false;
+    const std::string_view kind = keyword.substr(rawProfilePrefix.size());
+    return ((kind == "exif" || kind == "APP1") && properties.exif.empty())
+        || (kind == "iptc" && properties.iptc.empty()) || (kind == "xmp" && properties.xmp.empty());
+}
+
 void readRawProfile(std::string_view keyword, std::string_view text, PngProperties& properties)
 {
-    constexpr auto keywordPrefix = "Raw profile type "sv;
-    if (!keyword.starts_with(keywordPrefix))
-        return;
-    const std::string_view kind = keyword.substr(keywordPrefix.size());
-    if (kind == "exif" || kind == "APP1") {
-        const Bytes bytes = rawProfileBytes(text);
+    const std::string_view kind = keyword.substr(rawProfilePrefix.size());
+    Bytes bytes = rawProfileBytes(text);
+    if (kind == "xmp") {
+        properties.xmp = std::move(bytes);
+    } else if (kind != "iptc") {
         const ByteSpan exif = withoutExifPrefix(bytes);
-        if (properties.exif.empty() && (startsWith(exif, "II") || startsWith(exif, "MM")))
+        if (startsWith(exif, "II") || startsWith(exif, "MM"))
             properties.exif = copyOf(exif);
-    } else if (kind == "iptc" && properties.iptc.empty()) {
-        const Bytes bytes = rawProfileBytes(text);
-        if (startsWith(bytes, "8BIM"))
-            appendIptc(bytes, properties.iptc);
-        else
-            properties.iptc = bytes;
-    } else if (kind == "xmp" && properties.xmp.empty()) {
-        properties.xmp = rawProfileBytes(text);
+    } else if (startsWith(bytes, "8BIM")) {
+        appendIptc(bytes, properties.iptc);
+    } else {
+        properties.iptc = std::move(bytes);
     }
 }
 
-bool isWantedKeyword(std::string_view keyword)
-{
-    return keyword.starts_with("Raw profile type ") || keyword == "XML:com.adobe.xmp";
-}
-
-void readText(ByteSpan content, bool isCompressed, PngProperties& properties)
+void readText(ByteSpan content, bool isCompressed, Inflation& inflated, PngProperties& properties)
 {
     const std::string_view keyword = textOf(takeTerminated(content));
-    if (!isWantedKeyword(keyword) || content.empty())
+    if (!isWanted(keyword, properties) || content.empty())
         return;
     if (!isCompressed)
         readRawProfile(keyword, textOf(content), properties);
@@ -112,7 +124,7 @@ void readText(ByteSpan content, bool isCompressed, PngProperties& properties)
         readRawProfile(keyword, textOf(bytes), properties);
 }
 
-void readInternationalText(ByteSpan content, PngProperties& properties)
+void readInternationalText(ByteSpan content, Inflation& inflated, PngProperties& properties)
 {
     const std::string_view keyword = textOf(takeTerminated(content));
     if (keyword != "XML:com.adobe.xmp" || content.size() < 2 || !properties.xmp.empty())
@@ -124,7 +136,7 @@ void readInternationalText(ByteSpan content, PngProperties& properties)
     properties.xmp = isCompressed ? inflated(content) : copyOf(content);
 }
 
-void readProfile(ByteSpan content, PngProperties& properties)
+void readProfile(ByteSpan content, Inflation& inflated, PngProperties& properties)
 {
     takeTerminated(content); // its name
     if (content.size() > 1 && properties.iccProfile.empty())
@@ -141,7 +153,7 @@ void readChromaticities(ByteSpan content, PngProperties& properties)
     properties.chromaticities = values;
 }
 
-void readChunk(const PngChunks& chunk, PngProperties& properties)
+void readChunk(const PngChunks& chunk, Inflation& inflated, PngProperties& properties)
 {
     const ByteSpan content = chunk.content();
     if (chunk.is("pHYs"))
@@ -149,11 +161,11 @@ void readChunk(const PngChunks& chunk, PngProperties& properties)
     else if (chunk.is("eXIf"))
         properties.exif = copyOf(withoutExifPrefix(content));
     else if (chunk.is("iCCP"))
-        readProfile(content, properties);
+        readProfile(content, inflated, properties);
     else if (chunk.is("tEXt") || chunk.is("zTXt"))
-        readText(content, chunk.is("zTXt"), properties);
+        readText(content, chunk.is("zTXt"), inflated, properties);
     else if (chunk.is("iTXt"))
-        readInternationalText(content, properties);
+        readInternationalText(content, inflated, properties);
     else if (chunk.is("sRGB"))
         properties.isSrgb = true;
     else if (chunk.is("gAMA") && content.size() == 4 && bigEndianNumber(content, 0, 4) > 0)
@@ -216,10 +228,11 @@ bool PngChunks::isIntact() const
 PngProperties readPngProperties(ByteSpan file)
 {
     PngProperties properties;
+    Inflation inflation;
     PngChunks chunk(file);
     while (chunk.next()) {
         if (isProperty(chunk) && chunk.isIntact())
-            readChunk(chunk, properties);
+            readChunk(chunk, inflation, properties);
     }
     return properties;
 }

@@ -3,6 +3,7 @@
 #include "HeifHandles.h"
 #include "HeifPixels.h"
 #include "HeifProfile.h"
+#include "HeifStructure.h"
 #include "metadata/ExifFields.h"
 #include "parallel/WorkerCount.h"
 
@@ -119,6 +120,7 @@ bool isGrayProfile(const Bytes& profile)
 
 DecodedImage decodeHeif(std::span<const std::byte> file, int index)
 {
+    HeifStructure(file).checkReferences();
     const HeifContext context(heif_context_alloc());
     if (!context)
         throw std::bad_alloc();

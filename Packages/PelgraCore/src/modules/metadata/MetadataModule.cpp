@@ -16,9 +16,13 @@ namespace {
 
 /// More than any camera or program writes; parsing takes several times a block's size in memory.
 constexpr std::size_t blockLimit = std::size_t{16} << 20;
+/// Each of its texts may be a few bytes long, and takes hundreds in memory.
+constexpr std::size_t iptcLimit = std::size_t{1} << 20;
 
 Bytes filteredIptc(std::span<const std::byte> iptc)
 {
+    if (iptc.size() > iptcLimit)
+        return {};
     Exiv2::IptcData data;
     const int status = Exiv2::IptcParser::decode(data, reinterpret_cast<const Exiv2::byte*>(iptc.data()),
                                                  static_cast<std::uint32_t>(iptc.size()));

@@ -1,0 +1,189 @@
+#include "PelgraCore/EngineError.h"
+#include "PelgraCore/ImageLoading.h"
+
+#include "Support/ImageSamples.h"
+
+#include <QtEndian>
+#include <QTest>
+
+#include <functional>
+
+#include <zlib.h>
+
+using namespace Pelgra;
+
+namespace {
+
+using Path = std::filesystem::path;
+
+/// A number, most significant byte first.
+QByteArray number(std::uint64_t value, int size)
+{
+    QByteArray bytes;
+    for (int shift = 8 * (size - 1); shift >= 0; shift -= 8)
+        bytes.append(static_cast<char>(value >> shift));
+    return bytes;
+}
+
+QByteArray pngChunk(const QByteArray& typeAndContent)
+{
+    const auto* const bytes = reinterpret_cast<const Bytef*>(typeAndContent.constData());
+    return number(static_cast<std::uint64_t>(typeAndContent.size() - 4), 4) + typeAndContent
+        + number(crc32(0, bytes, static_cast<uInt>(typeAndContent.size())), 4);
+}
+
+/// A small PNG with these chunks behind its header.
+Path pngWith(const TemporaryFolder& folder, const QByteArray& chunks)
+{
+    const Bytes plain = pngSample(testPicture(8, 8));
+    QByteArray file(reinterpret_cast<const char*>(plain.data()), static_cast<qsizetype>(plain.size()));
+    file.insert(33, chunks);
+    return folder.write("a.png", file.toStdString());
+}
+
+QByteArray compressed(const QByteArray& content)
+{
+    return qCompress(content).mid(4); // without Qt's own header
+}
+
+bool holds(const Bytes& bytes, std::string_view text)
+{
+    return std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()).find(text)
+        != std::string_view::npos;
+}
+
+QByteArray repeated(int count, const std::function<QByteArray(int)>& part)
+{
+    QByteArray bytes;
+    for (int index = 0; index < count; ++index)
+        bytes += part(index);
+    return bytes;
+}
+
+QByteArray box(const char* type, const QByteArray& content)
+{
+    return number(static_cast<std::uint64_t>(content.size()) + 8, 4) + type + content;
+}
+
+struct HeifPart {
+    int id = 0;
+    const char* type = "iden";
+    QList<int> parts = {};
+    const char* kind = "dimg"; ///< of the reference to the parts
+};
+
+/// A file of derived pictures, the first of which is its primary one.
+Path heifOf(const TemporaryFolder& folder, const QList<HeifPart>& parts)
+{
+    QByteArray entries, references, associations;
+    for (const HeifPart& part : parts) {
+        entries +=
+            box("infe",
+                number(2 << 24, 4) + number(static_cast<std::uint64_t>(part.id), 2) + number(0, 2) + part.type + '\0');
+        associations += number(static_cast<std::uint64_t>(part.id), 2) + number(1, 1) + number(1, 1);
+        if (part.parts.isEmpty())
+            continue;
+        QByteArray reference =
+            number(static_cast<std::uint64_t>(part.id), 2) + number(static_cast<std::uint64_t>(part.parts.size()), 2);
+        for (const int id : part.parts)
+            reference += number(static_cast<std::uint64_t>(id), 2);
+        references += box(part.kind, reference);
+    }
+    const auto count = static_cast<std::uint64_t>(parts.size());
+    const QByteArray size = box("ispe", number(0, 4) + number(64, 4) + number(64, 4));
+    const QByteArray meta = number(0, 4) + box("hdlr", number(0, 8) + "pict" + QByteArray(13, '\0'))
+        + box("pitm", number(0, 4) + number(static_cast<std::uint64_t>(parts.front().id), 2))
+        + box("iloc", number(0, 4) + number(0x4400, 2) + number(0, 2))
+        + box("iinf", number(0, 4) + number(count, 2) + entries) + box("iref", number(0, 4) + references)
+        + box("iprp", box("ipco", size) + box("ipma", number(0, 4) + number(count, 4) + associations));
+    const QByteArray file = box("ftyp", QByteArray("heic\0\0\0\0mif1heic", 16)) + box("meta", meta) + box("mdat", {});
+    return folder.write("a.heic", file.toStdString());
+}
+
+} // namespace
+
+/// Small pictures that once took minutes or all memory, or ended the process.
+class HostilePicturesTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void oneBlockOfAKindIsInflated_data()
+    {
+        QTest::addColumn<QByteArray>("keyword");
+        QTest::addColumn<QByteArray>("start");
+        QTest::newRow("of a kind that is held")
+            << QByteArray("Raw profile type iptc") << QByteArray("\niptc\n 4\n1c021900");
+        QTest::newRow("damaged") << QByteArray("Raw profile type iptc") << QByteArray("\niptc\n 4\n?");
+        QTest::newRow("not of its kind") << QByteArray("Raw profile type exif") << QByteArray("\nexif\n 4\n00000000");
+    }
+    void oneBlockOfAKindIsInflated()
+    {
+        QFETCH(QByteArray, keyword);
+        QFETCH(QByteArray, start);
+        TemporaryFolder folder;
+        const QByteArray text =
+            pngChunk("zTXt" + keyword + QByteArray(2, '\0') + compressed(start + QByteArray(15 << 20, '0')));
+        const LoadedImage loaded = ImageLoader::load(pngWith(folder, text.repeated(5000)));
+        QCOMPARE(loaded.image->width, 8);
+    }
+
+    void manyPropertiesAreNotParsed()
+    {
+        TemporaryFolder folder;
+        const auto packet = [](int count) {
+            return QByteArray("<x:xmpmeta xmlns:x=\"adobe:ns:meta/\"><rdf:RDF "
+                              "xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\"><rdf:Description "
+                              "xmlns:n=\"http://example.org/\" xmlns:aux=\"http://ns.adobe.com/exif/1.0/aux/\" "
+                              "aux:Lens=\"Lens 50\" ")
+                + repeated(count, [](int index) { return "n:a" + QByteArray::number(index) + "=\"1\" "; }) + ">"
+                + repeated(count,
+                           [](int index) {
+                               return "<n:e" + QByteArray::number(index) + ">1</n:e" + QByteArray::number(index) + ">";
+                           })
+                + "</rdf:Description></rdf:RDF></x:xmpmeta>";
+        };
+        const auto loaded = [&](int count) {
+            return ImageLoader::load(
+                pngWith(folder, pngChunk(QByteArray("iTXtXML:com.adobe.xmp\0\0\0\0\0", 26) + packet(count))));
+        };
+        QVERIFY(holds(loaded(500).metadata.auxiliaryXmp, "Lens 50"));
+        QCOMPARE(loaded(100'000).image->width, 8);
+    }
+
+    void manyTextsAreNotParsed()
+    {
+        TemporaryFolder folder;
+        const QByteArray text = "\niptc\n 9\n" + QByteArray("1c0219000161").repeated(1 << 20);
+        const Path file =
+            pngWith(folder, pngChunk("zTXtRaw profile type iptc" + QByteArray(2, '\0') + compressed(text)));
+        QVERIFY(ImageLoader::load(file).metadata.iptc.empty());
+    }
+
+    void picturesInCirclesAreRefused_data()
+    {
+        QTest::addColumn<QList<HeifPart>>("parts");
+        QTest::newRow("itself") << QList<HeifPart>{{1, "iden", {1}}};
+        QTest::newRow("each other") << QList<HeifPart>{{1, "iden", {2}}, {2, "iden", {1}}};
+        QTest::newRow("its own alpha") << QList<HeifPart>{{1, "iden", {2}}, {2, "iden", {1}, "auxl"}, {3, "iden", {2}}};
+        QTest::newRow("missing") << QList<HeifPart>{{1, "iden", {9}}};
+        QList<HeifPart> chain;
+        for (int id = 1; id < 20'000; ++id)
+            chain.append({id, "iden", {id + 1}});
+        chain.append({20'000, "iden"});
+        QTest::newRow("deep") << chain;
+        QList<HeifPart> many;
+        for (int id = 1; id < 8; ++id)
+            many.append({id, "iovl", QList<int>(50, id + 1)});
+        many.append({8, "hvc1"});
+        QTest::newRow("many times") << many;
+    }
+    void picturesInCirclesAreRefused()
+    {
+        QFETCH(QList<HeifPart>, parts);
+        TemporaryFolder folder;
+        QVERIFY_EXCEPTION_THROWN(ImageLoader::load(heifOf(folder, parts)), EngineError);
+    }
+};
+
+QTEST_GUILESS_MAIN(HostilePicturesTest)
+#include "HostilePicturesTest.moc"

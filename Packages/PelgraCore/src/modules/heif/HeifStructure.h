@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace Pelgra {
+
+/// An item of a HEIF file (ISO/IEC 23008-12), as far as its place among the others goes.
+struct HeifItem {
+    bool isThere = false; ///< listed, not only referred to
+    std::string_view type; ///< four letters, such as "hvc1" or "grid"; empty for old kinds without one
+    std::uint64_t pixels = 0; ///< the area its size property claims, before any turn
+    std::vector<std::uint32_t> parts; ///< the items it is derived from, in order ("dimg")
+    std::vector<std::uint32_t> auxiliaries; ///< transparency, depth and the like that belong to it ("auxl")
+    std::span<const std::byte> content; ///< where it is in one piece of the file; else empty
+};
+
+/// The items of a file and how they refer to each other. Views point into the file.
+class HeifStructure {
+public:
+    /// Throws DecodeError for what is cut off or contradicts itself.
+    explicit HeifStructure(std::span<const std::byte> file);
+
+    /// The item of this number; null where there is none.
+    const HeifItem* item(std::uint32_t id) const;
+    std::optional<std::uint32_t> primary() const { return m_primary; }
+
+    /// Throws DecodeError where an item is derived from itself or from one that is not there, or where the pictures
+    /// derived from each other would be decoded without end: the library goes wherever references lead.
+    void checkReferences() const;
+
+private:
+    class Reader;
+
+    std::map<std::uint32_t, HeifItem> m_items;
+    std::optional<std::uint32_t> m_primary;
+};
+
+/// A picture put together from tiles of one size, row by row (ISO/IEC 23008-12, 6.6.2.3).
+struct HeifGrid {
+    int rows = 0;
+    int columns = 0;
+    int width = 0; ///< of the whole in pixels; the last tiles may reach beyond
+    int height = 0;
+};
+
+/// What the content of a "grid" item says; none where it is damaged.
+std::optional<HeifGrid> heifGridIn(std::span<const std::byte> content);
+
+} // namespace Pelgra
