@@ -6,11 +6,14 @@
 #include "PelgraCore/EngineError.h"
 #include "Trees.h"
 
+#include <qpdf/DLL.h>
 #include <qpdf/QPDFExc.hh>
+#include <qpdf/QPDFLogger.hh>
 
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <mutex>
 #include <span>
 #include <string_view>
 
@@ -96,13 +99,57 @@ bool isUnlocked(QPDF& document)
     return areMethodsKnown && (version > 4 || document.getTrimmedUserPassword().empty());
 }
 
+std::unique_ptr<QPDF> silentDocument()
+{
+    // What has no document to warn of goes to the default logger, and from there to standard error.
+    static std::once_flag isSilenced;
+    std::call_once(isSilenced, [] { QPDFLogger::defaultLogger()->setError(QPDFLogger::defaultLogger()->discard()); });
+    auto document = std::make_unique<QPDF>();
+    document->setSuppressWarnings(true);
+    return document;
+}
+
 /// The bytes must outlive the document.
 std::unique_ptr<QPDF> openedFrom(const std::filesystem::path& file, const Bytes& bytes)
 {
-    auto document = std::make_unique<QPDF>();
-    document->setSuppressWarnings(true);
+    std::unique_ptr<QPDF> document = silentDocument();
     document->processMemoryFile(file.c_str(), reinterpret_cast<const char*>(bytes.data()), bytes.size(), "");
     return document;
+}
+
+/// Whether the library has rebuilt the tables and, from version 12 on, with them the list of pages.
+bool mayHaveMendedPages(QPDF& document)
+{
+    const std::vector<QPDFExc> warnings = QPDF_MAJOR_VERSION >= 12 ? document.getWarnings() : std::vector<QPDFExc>();
+    return std::any_of(warnings.begin(), warnings.end(), [](const QPDFExc& warning) {
+        return warning.getMessageDetail().find("reconstruct") != std::string::npos;
+    });
+}
+
+/// A catalogue with one empty page.
+constexpr std::string_view standIn =
+    "<< /Type /Catalog /Pages << /Type /Pages /Count 1 /Kids [<< /Type /Page /MediaBox [0 0 1 1] >>] >> >>";
+
+/// Puts the true catalogue into the place of the stand-in.
+void takeTrueCatalog(QPDF& document)
+{
+    Object trailer = document.getTrailer();
+    for (Object& page : itemsOf(valueOf(dictionaryOf(trailer.getKey("/Root"), "/Pages"), "/Kids"))) {
+        if (page.isIndirect()) // the library has made an object of it
+            document.replaceObject(page.getObjGen(), Object::newDictionary());
+    }
+    trailer.replaceKey("/Root", trailer.getKey("/True"));
+}
+
+/// The entries of a trailer that unlock the document; none for none.
+std::string lockOf(QPDF* document)
+{
+    std::string entries;
+    for (const char* const key : {"/Encrypt", "/ID"}) {
+        if (document && document->getTrailer().hasKey(key))
+            entries += std::string(key) + ' ' + document->getTrailer().getKey(key).unparse() + ' ';
+    }
+    return entries;
 }
 
 } // namespace
@@ -116,12 +163,14 @@ SourceDocument::SourceDocument(const std::filesystem::path& file)
         // What is locked in an unknown way must not be opened as if it were not locked.
         if (error.getErrorCode() == qpdf_e_password || error.getErrorCode() == qpdf_e_unsupported)
             throw EngineError::unreadable(file);
-        openWithoutTables();
+        openWithoutTables(catalogNumberIn(text()));
     } catch (const std::exception&) {
         throw EngineError::unreadable(file);
     }
     if (m_document && m_tree.losses.missing > 0)
-        openWithoutTables();
+        openWithoutTables(catalogNumberIn(text()));
+    else if (m_document && mayHaveMendedPages(*m_document))
+        openWithoutTables(m_document->getRoot().getObjGen().unparse(' '));
     if (!m_document || !isUnlocked(*m_document) || (pages().empty() && losses().any()))
         throw EngineError::unreadable(file);
     std::error_code ignored;
@@ -151,28 +200,36 @@ void SourceDocument::open(const std::filesystem::path& file)
             throw EngineError::unreadable(file);
         descriptor.release();
         m_size = fileSize(m_descriptor);
-        document = std::make_unique<QPDF>();
-        document->setSuppressWarnings(true);
+        document = silentDocument();
         document->processFile(file.c_str(), stream, true, ""); // closes the stream, also on failure
     }
     m_tree = walkPageTree(*document);
     m_document = std::move(document);
 }
 
-void SourceDocument::openWithoutTables()
+std::string_view SourceDocument::text() const
 {
-    const std::string_view text(reinterpret_cast<const char*>(m_bytes.data()), m_bytes.size());
-    const std::string catalog = catalogNumberIn(text);
-    if (catalog.empty())
+    return {reinterpret_cast<const char*>(m_bytes.data()), m_bytes.size()};
+}
+
+/// Where the tables are lost, version 12 of the library mends the list of pages as well, and nobody could tell any more
+/// what is missing of it. So it is shown a list of one empty page; the true catalogue takes its place afterwards.
+void SourceDocument::openWithoutTables(const std::string& catalog)
+{
+    if (catalog.empty() || m_bytes.empty())
         return;
-    const std::string trailer = "\ntrailer\n<< /Root " + catalog + " R >>\nstartxref\n0\n%%EOF\n";
     Bytes bytes = m_bytes;
-    append(bytes, trailer);
+    append(bytes,
+           "\ntrailer\n<< " + lockOf(m_document.get()) + "/True " + catalog + " R /Root " + std::string(standIn)
+               + " >>\nstartxref\n0\n%%EOF\n");
     try {
         std::unique_ptr<QPDF> document = openedFrom(m_file, bytes);
+        takeTrueCatalog(*document);
         PageTree tree = walkPageTree(*document);
-        const bool hasLostItsLock = !document->isEncrypted() && mentionsLock(text);
-        if (hasLostItsLock || (m_document && tree.pages.size() <= pages().size()))
+        const bool hasLostItsLock = !document->isEncrypted() && mentionsLock(text());
+        const bool tellsMore =
+            !m_document || tree.pages.size() > pages().size() || tree.losses.missing > losses().missing;
+        if (hasLostItsLock || !tellsMore)
             return;
         m_tree = std::move(tree);
         m_document = std::move(document);

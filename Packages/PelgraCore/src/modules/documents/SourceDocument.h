@@ -68,9 +68,11 @@ public:
 
 private:
     void open(const std::filesystem::path& file);
-    /// Opens a file by the catalogue object that stands in it, with cross references made anew: one that has lost its
-    /// trailer, or whose table leads to fewer pages than there are. Keeps what is open where that finds no more pages.
-    void openWithoutTables();
+    /// Opens a file by this catalogue object that stands in it ("12 0", empty for none), with cross references made
+    /// anew: one that has lost its trailer, whose table leads to fewer pages than there are, or whose list of pages the
+    /// library has mended. Keeps what is open where that tells of no more pages, found or missing.
+    void openWithoutTables(const std::string& catalog);
+    std::string_view text() const;
     void readNamedDestinations();
 
     std::filesystem::path m_file;
