@@ -37,8 +37,8 @@ set_up() {
     fi
 }
 
-printf '# of the tests\n\nbash\nawk  # only provided, by mawk or another\npelgra-is-not-there | bash\n' >"$scratch/packages/present.txt"
-printf 'bash\npelgra-is-not-there\n' >"$scratch/packages/absent.txt"
+printf '# of the tests\n\nbash\nawk  # only provided, by mawk or another\npelgra-is-not-there | bash\npelgra-is-not-there from 99999\n' >"$scratch/packages/present.txt"
+printf 'bash\npelgra-is-not-there from 1\n' >"$scratch/packages/absent.txt"
 set_up 0 '' present
 set_up 1 "*'pelgra-is-not-there'" absent
 # ./test has installed these before it runs this.

@@ -12,12 +12,17 @@ fail() {
     exit 1
 }
 
-# package_names LIST…: the names in packages/LIST.txt.
+# debian_release: its number; a large one where the system has none, as Debian's next.
+debian_release() {
+    (VERSION_ID= && . /etc/os-release 2>/dev/null; echo "${VERSION_ID:-99}")
+}
+
+# package_names LIST…: the names in packages/LIST.txt. A line that ends with "from 13" is left out on earlier releases.
 package_names() {
     local list
     for list in "$@"; do
         sed -e 's/[[:space:]]*\(#.*\)\?$//' -e '/^$/d' "$pelgra_root/packages/$list.txt"
-    done
+    done | awk -v release="$(debian_release)" '/ from [0-9]+$/ { if (release + 0 < $NF) next; sub(/ +from [0-9]+$/, "") } 1'
 }
 
 # missing_packages LIST…: the lines of packages/LIST.txt of which no installed package has or provides a name.
