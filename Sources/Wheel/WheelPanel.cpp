@@ -63,13 +63,18 @@ WheelPanel::~WheelPanel()
 
 void WheelPanel::centerOn(QPoint point)
 {
-    const QScreen* screen = QGuiApplication::screenAt(point);
+    QScreen* screen = QGuiApplication::screenAt(point);
     if (screen == nullptr)
         screen = QGuiApplication::primaryScreen();
-    move(screen != nullptr ? panelOriginFor(point, size(), screen->geometry()) : point - rect().center());
+    const QPoint origin =
+        screen != nullptr ? panelOriginFor(point, size(), screen->geometry()) : point - rect().center();
+    // Told to its screen first: under Qt 6.8 a window that a move alone brings to a screen of twice the scale comes out
+    // half as large, beside its place.
+    windowHandle()->setScreen(screen);
+    move(origin);
     // Even where that changes nothing, as in the first corner of the desktop: a window that nobody has placed is placed
     // by the window manager.
-    windowHandle()->setPosition(pos());
+    windowHandle()->setPosition(origin);
 }
 
 void WheelPanel::applyFlags()
