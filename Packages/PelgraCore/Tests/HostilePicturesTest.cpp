@@ -1,9 +1,9 @@
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/ImageLoading.h"
 
+#include "Support/HeifBoxes.h"
 #include "Support/ImageSamples.h"
 
-#include <QtEndian>
 #include <QTest>
 
 #include <functional>
@@ -16,20 +16,11 @@ namespace {
 
 using Path = std::filesystem::path;
 
-/// A number, most significant byte first.
-QByteArray number(std::uint64_t value, int size)
-{
-    QByteArray bytes;
-    for (int shift = 8 * (size - 1); shift >= 0; shift -= 8)
-        bytes.append(static_cast<char>(value >> shift));
-    return bytes;
-}
-
 QByteArray pngChunk(const QByteArray& typeAndContent)
 {
     const auto* const bytes = reinterpret_cast<const Bytef*>(typeAndContent.constData());
-    return number(static_cast<std::uint64_t>(typeAndContent.size() - 4), 4) + typeAndContent
-        + number(crc32(0, bytes, static_cast<uInt>(typeAndContent.size())), 4);
+    return heifNumber(static_cast<quint64>(typeAndContent.size() - 4), 4) + typeAndContent
+        + heifNumber(crc32(0, bytes, static_cast<uInt>(typeAndContent.size())), 4);
 }
 
 /// A small PNG with these chunks behind its header.
@@ -60,11 +51,6 @@ QByteArray repeated(int count, const std::function<QByteArray(int)>& part)
     return bytes;
 }
 
-QByteArray box(const char* type, const QByteArray& content)
-{
-    return number(static_cast<std::uint64_t>(content.size()) + 8, 4) + type + content;
-}
-
 struct HeifPart {
     int id = 0;
     const char* type = "iden";
@@ -75,28 +61,36 @@ struct HeifPart {
 /// A file of derived pictures, the first of which is its primary one.
 Path heifOf(const TemporaryFolder& folder, const QList<HeifPart>& parts)
 {
-    QByteArray entries, references, associations;
+    QByteArray entries, references, associations, locations;
     for (const HeifPart& part : parts) {
-        entries +=
-            box("infe",
-                number(2 << 24, 4) + number(static_cast<std::uint64_t>(part.id), 2) + number(0, 2) + part.type + '\0');
-        associations += number(static_cast<std::uint64_t>(part.id), 2) + number(1, 1) + number(1, 1);
+        entries += heifBox("infe",
+                           heifNumber(2 << 24, 4) + heifNumber(static_cast<quint64>(part.id), 2) + heifNumber(0, 2)
+                               + part.type + '\0');
+        associations +=
+            heifNumber(static_cast<quint64>(part.id), 2) + heifNumber(2, 1) + heifNumber(0x8102, 2); // both properties
+        locations += heifNumber(static_cast<quint64>(part.id), 2) + heifNumber(0, 2) + heifNumber(1, 2)
+            + heifNumber(0, 4) + heifNumber(24, 4);
         if (part.parts.isEmpty())
             continue;
         QByteArray reference =
-            number(static_cast<std::uint64_t>(part.id), 2) + number(static_cast<std::uint64_t>(part.parts.size()), 2);
+            heifNumber(static_cast<quint64>(part.id), 2) + heifNumber(static_cast<quint64>(part.parts.size()), 2);
         for (const int id : part.parts)
-            reference += number(static_cast<std::uint64_t>(id), 2);
-        references += box(part.kind, reference);
+            reference += heifNumber(static_cast<quint64>(id), 2);
+        references += heifBox(part.kind, reference);
     }
-    const auto count = static_cast<std::uint64_t>(parts.size());
-    const QByteArray size = box("ispe", number(0, 4) + number(64, 4) + number(64, 4));
-    const QByteArray meta = number(0, 4) + box("hdlr", number(0, 8) + "pict" + QByteArray(13, '\0'))
-        + box("pitm", number(0, 4) + number(static_cast<std::uint64_t>(parts.front().id), 2))
-        + box("iloc", number(0, 4) + number(0x4400, 2) + number(0, 2))
-        + box("iinf", number(0, 4) + number(count, 2) + entries) + box("iref", number(0, 4) + references)
-        + box("iprp", box("ipco", size) + box("ipma", number(0, 4) + number(count, 4) + associations));
-    const QByteArray file = box("ftyp", QByteArray("heic\0\0\0\0mif1heic", 16)) + box("meta", meta) + box("mdat", {});
+    const auto count = static_cast<quint64>(parts.size());
+    const QByteArray coding = heifBox("hvcC", QByteArray::fromHex("0103700000000000000000001ef000fcfdf8f800000f00"));
+    const QByteArray size = heifBox("ispe", heifNumber(0, 4) + heifNumber(64, 4) + heifNumber(64, 4));
+    const QByteArray meta = heifNumber(0, 4) + heifBox("hdlr", heifNumber(0, 8) + "pict" + QByteArray(13, '\0'))
+        + heifBox("pitm", heifNumber(0, 4) + heifNumber(static_cast<quint64>(parts.front().id), 2))
+        + heifBox("iloc", heifNumber(0, 4) + heifNumber(0x4400, 2) + heifNumber(count, 2) + locations)
+        + heifBox("iinf", heifNumber(0, 4) + heifNumber(count, 2) + entries)
+        + heifBox("iref", heifNumber(0, 4) + references)
+        + heifBox("iprp",
+                  heifBox("ipco", coding + size)
+                      + heifBox("ipma", heifNumber(0, 4) + heifNumber(count, 4) + associations));
+    const QByteArray file =
+        heifBox("ftyp", QByteArray("heic\0\0\0\0mif1heic", 16)) + heifBox("meta", meta) + heifBox("mdat", {});
     return folder.write("a.heic", file.toStdString());
 }
 
@@ -138,7 +132,8 @@ private Q_SLOTS:
                 + repeated(count, [](int index) { return "n:a" + QByteArray::number(index) + "=\"1\" "; }) + ">"
                 + repeated(count,
                            [](int index) {
-                               return "<n:e" + QByteArray::number(index) + ">1</n:e" + QByteArray::number(index) + ">";
+                               return "<n:e" + QByteArray::number(index) + ">1</n:e" + QByteArray::number(index)
+                                   + ">";
                            })
                 + "</rdf:Description></rdf:RDF></x:xmpmeta>";
         };

@@ -3,25 +3,22 @@
 #include "HeifHandles.h"
 #include "HeifPixels.h"
 #include "HeifProfile.h"
-#include "HeifStructure.h"
+#include "HeifTiles.h"
 #include "metadata/ExifFields.h"
-#include "parallel/WorkerCount.h"
 
 #include <algorithm>
 #include <cstring>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Pelgra {
 
 namespace {
 
-/// No side of a coded picture may be longer; the library checks it before it decodes.
-constexpr int sideLimit = 32768;
-
 /// The picture with this index, the primary one being the first. A reduced copy named as the primary one stands for the
 /// picture it was made of.
-HeifImageHandle pictureAt(heif_context& context, int index)
+std::pair<heif_item_id, HeifImageHandle> pictureAt(heif_context& context, int index)
 {
     heif_item_id primary = 0;
     checkHeif<DecodeError>(heif_context_get_primary_image_ID(&context, &primary));
@@ -33,10 +30,10 @@ HeifImageHandle pictureAt(heif_context& context, int index)
     if (const auto found = std::find(pictures.begin(), pictures.end(), primary); found != pictures.end())
         std::rotate(pictures.begin(), found, found + 1);
     const bool exists = index > 0 && static_cast<std::size_t>(index) < pictures.size();
+    const heif_item_id id = pictures[exists ? static_cast<std::size_t>(index) : 0];
     heif_image_handle* handle = nullptr;
-    checkHeif<DecodeError>(
-        heif_context_get_image_handle(&context, pictures[exists ? static_cast<std::size_t>(index) : 0], &handle));
-    return HeifImageHandle(handle);
+    checkHeif<DecodeError>(heif_context_get_image_handle(&context, id, &handle));
+    return {id, HeifImageHandle(handle)};
 }
 
 /// Refuses, before anything is decoded, what would not fit.
@@ -120,19 +117,16 @@ bool isGrayProfile(const Bytes& profile)
 
 DecodedImage decodeHeif(std::span<const std::byte> file, int index)
 {
-    HeifStructure(file).checkReferences();
-    const HeifContext context(heif_context_alloc());
-    if (!context)
-        throw std::bad_alloc();
-    heif_context_set_maximum_image_size_limit(context.get(), sideLimit);
-    heif_context_set_max_decoding_threads(context.get(), std::min(workerCount(), mostThreads));
-    checkHeif<DecodeError>(
-        heif_context_read_from_memory_without_copy(context.get(), file.data(), file.size(), nullptr));
-    const HeifImageHandle handle = pictureAt(*context, index);
+    const HeifStructure structure(file);
+    structure.checkReferences();
+    const HeifContext context = openHeif(file);
+    const auto [id, handle] = pictureAt(*context, index);
     checkSize(*handle);
 
     DecodedImage decoded;
-    {
+    if (std::optional<RasterImage> tiles = decodeHeifTiles(file, structure, id, *handle)) {
+        decoded.image = std::move(*tiles);
+    } else {
         heif_image* image = nullptr;
         checkHeif<DecodeError>(
             heif_decode_image(handle.get(), &image, heif_colorspace_undefined, heif_chroma_undefined, nullptr));

@@ -231,11 +231,11 @@ void convertAlpha(const Plane& plane, RasterImage& out)
 
 /// Rows are independent of one another, so every core takes a band.
 template <typename Sample>
-void convertInBands(const Conversion<Sample>& conversion)
+void convertInBands(const Conversion<Sample>& conversion, int threads)
 {
     const int height = conversion.out->height;
     constexpr int smallestBand = 256;
-    const int bands = std::clamp(height / smallestBand, 1, std::min(workerCount(), mostThreads));
+    const int bands = std::clamp(height / smallestBand, 1, std::min(workerCount(), threads));
     inParallel(bands, bands, {},
                [&](int band) { convertRows(conversion, height * band / bands, height * (band + 1) / bands); });
 }
@@ -275,7 +275,7 @@ bool isGreenBlueRed(heif_colorspace space, const heif_color_profile_nclx* codes)
 
 template <typename Sample>
 void convertColors(const std::vector<Plane>& planes, heif_colorspace space, const heif_color_profile_nclx* codes,
-                   RasterImage& out)
+                   RasterImage& out, int threads)
 {
     Conversion<Sample> conversion;
     conversion.colors = planes;
@@ -283,18 +283,20 @@ void convertColors(const std::vector<Plane>& planes, heif_colorspace space, cons
     conversion.isDifference = space == heif_colorspace_YCbCr && !conversion.isGreenBlueRed;
     conversion.matrix = ColorMatrix<Sample>::make(space == heif_colorspace_RGB ? nullptr : codes, planes.front().depth);
     conversion.out = &out;
-    convertInBands(conversion);
+    convertInBands(conversion, threads);
 }
 
 } // namespace
 
-RasterImage pixelsOf(const heif_image& image, bool isPremultiplied)
+RasterImage pixelsOf(const heif_image& image, bool isPremultiplied, int threads,
+                     const heif_color_profile_nclx* givenCodes)
 {
     const heif_colorspace space = heif_image_get_colorspace(&image);
-    heif_color_profile_nclx* codes = nullptr;
-    if (heif_image_get_nclx_color_profile(&image, &codes).code != heif_error_Ok)
-        codes = nullptr;
-    const HeifColorCodes codesOwner(codes);
+    heif_color_profile_nclx* ownCodes = nullptr;
+    if (heif_image_get_nclx_color_profile(&image, &ownCodes).code != heif_error_Ok)
+        ownCodes = nullptr;
+    const HeifColorCodes codesOwner(ownCodes);
+    const heif_color_profile_nclx* const codes = givenCodes ? givenCodes : ownCodes;
 
     const std::vector<Plane> planes = colorPlanes(image, space);
     checkPlanes(planes, space == heif_colorspace_YCbCr && !isGreenBlueRed(space, codes));
@@ -307,9 +309,9 @@ RasterImage pixelsOf(const heif_image& image, bool isPremultiplied)
     if (!out)
         throw DecodeError("the picture is too large");
     if (isDeep)
-        convertColors<std::uint16_t>(planes, space, codes, *out);
+        convertColors<std::uint16_t>(planes, space, codes, *out, threads);
     else
-        convertColors<std::uint8_t>(planes, space, codes, *out);
+        convertColors<std::uint8_t>(planes, space, codes, *out, threads);
     if (hasAlpha) {
         const Plane alpha = planeOf(image, heif_channel_Alpha);
         checkPlanes({alpha}, false);

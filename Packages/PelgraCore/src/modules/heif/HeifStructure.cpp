@@ -3,6 +3,7 @@
 #include "codecs/DecodedImage.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 namespace Pelgra {
@@ -114,10 +115,12 @@ private:
             Cursor cursor(box);
             if (type == "pitm") {
                 const std::uint32_t version = cursor.small(4) >> 24;
+                m_structure.m_primaryPlace = Cursor(cursor).take(version == 0 ? 2 : 4);
                 m_structure.m_primary = cursor.small(version == 0 ? 2 : 4);
             } else if (type == "iinf") {
                 readInformation(cursor);
             } else if (type == "iref") {
+                m_structure.m_referencePlaces.push_back(placeOf(type));
                 readReferences(cursor);
             } else if (type == "iprp") {
                 readProperties(box);
@@ -125,6 +128,12 @@ private:
                 readLocations(cursor);
             }
         });
+    }
+
+    template <typename View>
+    std::size_t placeOf(const View& view) const
+    {
+        return static_cast<std::size_t>(reinterpret_cast<const std::byte*>(view.data()) - m_file.data());
     }
 
     HeifItem& itemOf(std::uint32_t id) { return m_structure.m_items[id]; }
@@ -140,9 +149,12 @@ private:
             const std::uint32_t entryVersion = entry.small(4) >> 24;
             HeifItem& item = itemOf(entry.small(entryVersion < 3 ? 2 : 4));
             item.isThere = true;
+            item.entryPlace = placeOf(content);
             entry.number(2); // protection
-            if (entryVersion >= 2)
+            if (entryVersion >= 2) {
+                item.typePlace = placeOf(entry.rest());
                 item.type = entry.letters();
+            }
         });
     }
 
@@ -163,23 +175,41 @@ private:
         });
     }
 
+    struct Property {
+        std::string_view type;
+        std::uint64_t area = 0; ///< of a size
+        int quarterTurns = 0;
+    };
+
+    static Property propertyFrom(std::string_view type, ByteSpan content)
+    {
+        Property property{type};
+        Cursor cursor(content);
+        if (type == "irot" && !content.empty()) {
+            property.quarterTurns = static_cast<int>(cursor.small(1) & 3);
+        } else if (type == "ispe" && content.size() >= 12) {
+            cursor.number(4); // version and flags
+            const std::uint64_t width = cursor.number(4);
+            property.area = width * cursor.number(4);
+        }
+        return property;
+    }
+
     void readProperties(ByteSpan box)
     {
-        std::vector<std::uint64_t> areas; // of the properties in their order; 0 for other kinds
+        std::vector<Property> properties;
         forEachBox(box, [&](std::string_view type, ByteSpan content) {
             if (type == "ipco") {
-                forEachBox(content, [&](std::string_view property, ByteSpan value) {
-                    Cursor size(value);
-                    const bool isSize = property == "ispe" && size.number(std::min<std::size_t>(4, value.size())) == 0;
-                    areas.push_back(isSize ? size.number(4) * size.number(4) : 0);
+                forEachBox(content, [&](std::string_view kind, ByteSpan value) {
+                    properties.push_back(propertyFrom(kind, value));
                 });
             } else if (type == "ipma") {
-                readAssociations(Cursor(content), areas);
+                readAssociations(Cursor(content), properties);
             }
         });
     }
 
-    void readAssociations(Cursor cursor, const std::vector<std::uint64_t>& areas)
+    void readAssociations(Cursor cursor, const std::vector<Property>& properties)
     {
         const std::uint32_t kind = cursor.small(4);
         const std::size_t indexSize = (kind & 1) != 0 ? 2 : 1;
@@ -188,10 +218,21 @@ private:
             for (std::uint32_t count = cursor.small(1); count > 0; --count) {
                 // The highest bit tells whether the property is essential; places are counted from 1.
                 const std::uint32_t place = cursor.small(indexSize) & (indexSize == 2 ? 0x7FFFU : 0x7FU);
-                if (place > 0 && place <= areas.size())
-                    item.pixels = std::max(item.pixels, areas[place - 1]);
+                if (place > 0 && place <= properties.size())
+                    apply(properties[place - 1], item);
             }
         }
+    }
+
+    static void apply(const Property& property, HeifItem& item)
+    {
+        constexpr std::array<std::string_view, 12> harmless{"hvcC", "av1C", "ispe", "pixi", "colr", "pasp",
+                                                            "auxC", "rloc", "clli", "mdcv", "irot", "udes"};
+        item.pixels = std::max(item.pixels, property.area);
+        const bool isSecondTurn = property.type == "irot" && item.quarterTurns != 0;
+        if (isSecondTurn || std::find(harmless.begin(), harmless.end(), property.type) == harmless.end())
+            item.isOtherwiseChanged = true;
+        item.quarterTurns = property.type == "irot" ? property.quarterTurns : item.quarterTurns;
     }
 
     void readLocations(Cursor cursor)
@@ -292,6 +333,25 @@ void HeifStructure::checkReferences() const
         if (item.isThere && !(item.parts.empty() && item.auxiliaries.empty()))
             sum.of(id, 0);
     }
+}
+
+std::vector<std::byte> HeifStructure::withPartsApart(std::span<const std::byte> file, std::uint32_t id) const
+{
+    std::vector<std::byte> copy(file.begin(), file.end());
+    const auto rename = [&](std::size_t place, std::string_view type) {
+        const auto bytes = std::as_bytes(std::span(type));
+        std::copy(bytes.begin(), bytes.end(), copy.begin() + static_cast<std::ptrdiff_t>(place));
+    };
+    const HeifItem& whole = *item(id);
+    for (const std::size_t place : m_referencePlaces)
+        rename(place, "free");
+    rename(whole.typePlace, "none");
+    for (const std::uint32_t part : whole.parts)
+        copy[item(part)->entryPlace + 3] &= std::byte{0xFE}; // hidden
+    std::uint32_t first = whole.parts.front();
+    for (std::size_t index = m_primaryPlace.size(); index > 0; --index, first >>= 8)
+        copy[static_cast<std::size_t>(m_primaryPlace.data() - file.data()) + index - 1] = static_cast<std::byte>(first);
+    return copy;
 }
 
 std::optional<HeifGrid> heifGridIn(std::span<const std::byte> content)

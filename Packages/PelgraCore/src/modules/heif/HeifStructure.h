@@ -15,9 +15,14 @@ struct HeifItem {
     bool isThere = false; ///< listed, not only referred to
     std::string_view type; ///< four letters, such as "hvc1" or "grid"; empty for old kinds without one
     std::uint64_t pixels = 0; ///< the area its size property claims, before any turn
+    /// Quarter turns counterclockwise ("irot") of the decoded picture, where it is not otherwise changed.
+    int quarterTurns = 0;
+    bool isOtherwiseChanged = false; ///< mirrored, cut, turned several times or in a way that is not known
     std::vector<std::uint32_t> parts; ///< the items it is derived from, in order ("dimg")
     std::vector<std::uint32_t> auxiliaries; ///< transparency, depth and the like that belong to it ("auxl")
     std::span<const std::byte> content; ///< where it is in one piece of the file; else empty
+    std::size_t entryPlace = 0; ///< in the file: of the entry that lists it, which begins with version and flags
+    std::size_t typePlace = 0; ///< in the file, where it has a type
 };
 
 /// The items of a file and how they refer to each other. Views point into the file.
@@ -34,11 +39,17 @@ public:
     /// derived from each other would be decoded without end: the library goes wherever references lead.
     void checkReferences() const;
 
+    /// A copy of the file in which the parts of an item are pictures of their own, the first one the primary, and the
+    /// item itself is none: the library opens no picture that is part of another.
+    std::vector<std::byte> withPartsApart(std::span<const std::byte> file, std::uint32_t id) const;
+
 private:
     class Reader;
 
     std::map<std::uint32_t, HeifItem> m_items;
     std::optional<std::uint32_t> m_primary;
+    std::span<const std::byte> m_primaryPlace; ///< where its number stands
+    std::vector<std::size_t> m_referencePlaces; ///< of the types of the boxes that hold the references
 };
 
 /// A picture put together from tiles of one size, row by row (ISO/IEC 23008-12, 6.6.2.3).
