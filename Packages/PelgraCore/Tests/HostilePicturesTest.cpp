@@ -132,8 +132,7 @@ private Q_SLOTS:
                 + repeated(count, [](int index) { return "n:a" + QByteArray::number(index) + "=\"1\" "; }) + ">"
                 + repeated(count,
                            [](int index) {
-                               return "<n:e" + QByteArray::number(index) + ">1</n:e" + QByteArray::number(index)
-                                   + ">";
+                               return "<n:e" + QByteArray::number(index) + ">1</n:e" + QByteArray::number(index) + ">";
                            })
                 + "</rdf:Description></rdf:RDF></x:xmpmeta>";
         };
