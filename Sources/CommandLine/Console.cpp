@@ -24,12 +24,17 @@ bool writeAll(int descriptor, std::string_view text)
     return true;
 }
 
-/// A file's name must not control the terminal it is shown on.
+/// A file's name must not control the terminal it is shown on, by a character of seven bits or, in UTF-8, of eight.
 std::string withoutControlCharacters(std::string text)
 {
-    for (char& c : text)
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F)
-            c = '?';
+    for (std::size_t index = 0; index < text.size(); ++index) {
+        const auto byte = static_cast<unsigned char>(text[index]);
+        const unsigned char next = index + 1 < text.size() ? static_cast<unsigned char>(text[index + 1]) : 0;
+        if (byte < 0x20 || byte == 0x7F)
+            text[index] = '?';
+        else if (byte == 0xC2 && next >= 0x80 && next < 0xA0)
+            text.replace(index, 2, "?");
+    }
     return text;
 }
 
@@ -65,6 +70,7 @@ void claimStandardDescriptors()
 
 Console::Console(bool json)
     : m_json(json)
+    , m_resultsOnTerminal(isatty(STDOUT_FILENO) == 1)
     , m_errorsOnTerminal(isatty(STDERR_FILENO) == 1)
 {
 }
@@ -84,7 +90,7 @@ void Console::printResult(const JobResult& result)
         return print(jsonObject(result));
     std::string lines;
     for (const auto& output : result.outputs)
-        lines += output.native() + "\n";
+        lines += (m_resultsOnTerminal ? withoutControlCharacters(output.native()) : output.native()) + "\n";
     print(lines);
 }
 

@@ -45,6 +45,7 @@ private:
     bool m_json;
     bool m_succeeded = true;
     bool m_progressShown = false;
+    bool m_resultsOnTerminal;
     bool m_errorsOnTerminal;
 };
 

@@ -107,6 +107,26 @@ private Q_SLOTS:
         QCOMPARE(object["tools"].toArray(), (QJsonArray{"split", "merge"}));
     }
 
+    void namesDoNotControlTheTerminal()
+    {
+        const TemporaryFolder folder;
+        const std::string name = "a\x1b[31mb\xC2\x9B"
+                                 "c";
+        writePicture(folder, name + ".png");
+        folder.write(name + ".jpg", "no picture");
+        const auto shown = [&](const std::string& words) {
+            // A terminal of its own, whose output is what is looked at.
+            return shell(folder, "script -qec " + quoted(quoted(PELGRA_PROGRAM) + words) + " /dev/null").output;
+        };
+        for (const char* const words : {" convert --to bmp *.png", " convert --to bmp *.jpg"}) {
+            const std::string output = shown(words);
+            QVERIFY2(output.find("a?[31mb?c") != std::string::npos, output.c_str());
+            QVERIFY(output.find("\x1b[31m") == std::string::npos && output.find("\xC2\x9B") == std::string::npos);
+        }
+        // Whoever reads the path from a pipe needs it as it is.
+        QVERIFY(pelgra(folder, {"convert", "--to", "tiff", name + ".png"}).output.ends_with(name + ".tiff\n"));
+    }
+
     void namesAreAnyBytes_data()
     {
         QTest::addColumn<QByteArray>("base");
