@@ -4,10 +4,14 @@
 #include "Support/HeifBoxes.h"
 #include "Support/ImageSamples.h"
 
+#include <QScopeGuard>
 #include <QTest>
 
+#include <fstream>
 #include <functional>
 
+#include <sys/resource.h>
+#include <unistd.h>
 #include <zlib.h>
 
 using namespace Pelgra;
@@ -151,6 +155,53 @@ private Q_SLOTS:
         const Path file =
             pngWith(folder, pngChunk("zTXtRaw profile type iptc" + QByteArray(2, '\0') + compressed(text)));
         QVERIFY(ImageLoader::load(file).metadata.iptc.empty());
+    }
+
+    /// Colours of CIE L*a*b* are converted in rows, not in copies of the page.
+    void aLargePageIsHeldOnce()
+    {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+        QSKIP("sanitizers need address space of their own");
+#else
+        constexpr int side = 9000; // 232 MiB of pixels
+        TemporaryFolder folder;
+        const QByteArray data =
+            compressed(QByteArray("\xFF\0\0\x88\x50\x40", 6) + QByteArray(3 * side * side - 6, '\0'));
+        QByteArray directory = QByteArray::fromHex("000a");
+        const auto add = [&](int tag, int type, int count, quint64 value) {
+            directory += heifNumber(static_cast<quint64>(tag), 2) + heifNumber(static_cast<quint64>(type), 2)
+                + heifNumber(static_cast<quint64>(count), 4)
+                + (type == 3 && count == 1 ? heifNumber(value << 16, 4) : heifNumber(value, 4));
+        };
+        const QByteArray bits = QByteArray::fromHex("0008000800080000");
+        add(256, 4, 1, side);
+        add(257, 4, 1, side);
+        add(258, 3, 3, 8);
+        add(259, 3, 1, 8); // deflate
+        add(262, 3, 1, 8); // CIE L*a*b*
+        add(273, 4, 1, 16);
+        add(277, 3, 1, 3);
+        add(278, 4, 1, side);
+        add(279, 4, 1, static_cast<quint64>(data.size()));
+        add(284, 3, 1, 1);
+        const QByteArray file = QByteArray::fromHex("4d4d002a") + heifNumber(16 + static_cast<quint64>(data.size()), 4)
+            + bits + data + directory + heifNumber(0, 4);
+        const Path path = folder.write("lab.tiff", file.toStdString());
+        rlimit usual{};
+        getrlimit(RLIMIT_AS, &usual);
+        std::ifstream status("/proc/self/statm");
+        rlim_t pages = 0;
+        status >> pages;
+        const rlimit tight{pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + (rlim_t{450} << 20), usual.rlim_max};
+        setrlimit(RLIMIT_AS, &tight);
+        const auto restored = qScopeGuard([&] { setrlimit(RLIMIT_AS, &usual); });
+        const SharedImage image = ImageLoader::load(path).image;
+        const std::vector<int> white = componentsAt(*image, 0, 0); // that of print, a little yellow
+        QVERIFY(white[0] == 255 && white[1] > 240 && white[2] > 190);
+        const std::vector<int> color = componentsAt(*image, 1, 0);
+        QVERIFY(color[0] > 180 && color[1] < 100 && color[2] < 100); // a strong red
+        QVERIFY(largestDifference(componentsAt(*image, side - 1, side - 1), {0, 0, 0}) <= 3);
+#endif
     }
 
     void picturesInCirclesAreRefused_data()

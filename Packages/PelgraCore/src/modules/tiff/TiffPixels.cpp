@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <memory>
 #include <optional>
 
 namespace Pelgra {
@@ -79,6 +80,93 @@ bool readTiles(const TiffFile& file, const TiffLayout& layout, RasterImage& imag
     return any;
 }
 
+/// Whether a page has colours of CIE L*a*b* that are stored in rows, in the one form that is common.
+bool isPlainLab(const TiffFile& file, const TiffLayout& layout)
+{
+    return file.shortNumber(TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK) == PHOTOMETRIC_CIELAB && layout.bits == 8
+        && layout.samples == 3 && !layout.isPlanar && !TIFFIsTiled(file.get());
+}
+
+/// The library's conversion of CIE L*a*b* to sRGB, as its own reading of whole pages sets it up.
+class LabConversion {
+public:
+    explicit LabConversion(const TiffFile& file)
+        : m_state(std::make_unique<TIFFCIELabToRGB>())
+    {
+        // The colours of the screen as light (IEC 61966-2-1), its whites and its gamma.
+        constexpr TIFFDisplay display{
+            {{3.2410F, -1.5374F, -0.4986F}, {-0.9692F, 1.8760F, 0.0416F}, {0.0556F, -0.2040F, 1.0570F}},
+            100,
+            100,
+            100,
+            255,
+            255,
+            255,
+            1,
+            1,
+            1,
+            2.4F,
+            2.4F,
+            2.4F};
+        float* point = nullptr;
+        if (TIFFGetFieldDefaulted(file.get(), TIFFTAG_WHITEPOINT, &point) != 1 || point[1] == 0)
+            throw DecodeError("white is nowhere");
+        float white[3] = {point[0] / point[1] * 100, 100, (1 - point[0] - point[1]) / point[1] * 100};
+        if (TIFFCIELabToRGBInit(m_state.get(), &display, white) < 0)
+            throw DecodeError("colours of an unknown kind");
+    }
+
+    void convert(std::span<const std::byte> from, std::span<std::byte> to)
+    {
+        for (std::size_t index = 0; index + 3 <= from.size(); index += 3) {
+            // Neighbours are often alike, and converting takes long.
+            if (!std::equal(m_last.begin(), m_last.end(), from.begin() + static_cast<std::ptrdiff_t>(index))
+                || !m_isKnown)
+                convertPixel(from.subspan(index, 3));
+            std::copy(m_color.begin(), m_color.end(), to.begin() + static_cast<std::ptrdiff_t>(index));
+        }
+    }
+
+private:
+    void convertPixel(std::span<const std::byte> pixel)
+    {
+        const auto signedSample = [&](std::size_t index) {
+            return std::int32_t{static_cast<signed char>(std::to_integer<unsigned char>(pixel[index]))};
+        };
+        float x = 0, y = 0, z = 0;
+        TIFFCIELabToXYZ(m_state.get(), std::to_integer<std::uint32_t>(pixel[0]), signedSample(1), signedSample(2), &x,
+                        &y, &z);
+        std::array<std::uint32_t, 3> color{};
+        TIFFXYZToRGB(m_state.get(), x, y, z, &color[0], &color[1], &color[2]);
+        std::copy(pixel.begin(), pixel.end(), m_last.begin());
+        std::transform(color.begin(), color.end(), m_color.begin(),
+                       [](std::uint32_t value) { return static_cast<std::byte>(value & 0xFF); });
+        m_isKnown = true;
+    }
+
+    std::unique_ptr<TIFFCIELabToRGB> m_state;
+    std::array<std::byte, 3> m_last{};
+    std::array<std::byte, 3> m_color{};
+    bool m_isKnown = false;
+};
+
+/// Reads and converts row by row: the library would hold the page three times over.
+RasterImage readLab(const TiffFile& file, const TiffLayout& layout)
+{
+    RasterImage image = makePicture(layout, ColorModel::rgb, false, 8);
+    PixelBuffer stored;
+    stored.resize(image.row(0).size());
+    if (TIFFScanlineSize(file.get()) != static_cast<tmsize_t>(stored.size()))
+        throw DecodeError("the rows make no sense");
+    LabConversion conversion(file);
+    for (int y = 0; y < image.height; ++y) {
+        if (TIFFReadScanline(file.get(), stored.data(), static_cast<std::uint32_t>(y), 0) != 1)
+            throw DecodeError("the page cannot be decoded");
+        conversion.convert(stored, image.row(y));
+    }
+    return image;
+}
+
 struct RgbaEnd {
     void operator()(TIFFRGBAImage* image) const { TIFFRGBAImageEnd(image); }
 };
@@ -114,7 +202,7 @@ RasterImage readTiffPixels(const TiffFile& file, const TiffLayout& layout)
     if (!TIFFIsCODECConfigured(file.shortNumber(TIFFTAG_COMPRESSION, COMPRESSION_NONE)))
         throw DecodeError("a compression nobody reads");
     if (!layout.isReadable)
-        return readConverted(file, layout);
+        return isPlainLab(file, layout) ? readLab(file, layout) : readConverted(file, layout);
     RasterImage image = makePicture(layout, layout.model, layout.hasAlpha, layout.outputBits);
     const bool any = TIFFIsTiled(file.get()) ? readTiles(file, layout, image) : readStrips(file, layout, image);
     if (!any)
