@@ -47,9 +47,12 @@ int main(int argumentCount, char** argumentVector)
     }
     JournalLog::install(arguments.verbose);
 
+    const bool choseForToolkit = Platform::chooseForToolkit();
     DisplayCheck::begin(arguments.verbose, exitUsage);
     QApplication application(argumentCount, argumentVector);
     DisplayCheck::end();
+    if (choseForToolkit)
+        qunsetenv("QT_QPA_PLATFORM"); // programs started from here choose for themselves
     nameApplication();
     const bool isTestHost = qEnvironmentVariableIsSet("XCTestConfigurationFilePath");
     SingleInstance instance;

@@ -20,6 +20,10 @@ public:
     Platform& operator=(const Platform&) = delete;
     virtual ~Platform() = default;
 
+    /// Names the toolkit's platform for this session in the environment, unless the user has. To be called before the
+    /// QApplication is made; whether it named one.
+    static bool chooseForToolkit();
+
     /// The one place that chooses: X11 where Qt runs on it, else a platform on which no drag is ever seen.
     static std::unique_ptr<Platform> forThisSession();
 
