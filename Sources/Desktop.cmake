@@ -12,7 +12,9 @@ set(PELGRA_UPDATE_PUBLIC_KEY "REPLACE_WITH_PUBLIC_KEY" CACHE STRING "Base64 of t
 # Files named here need no QObject, no screen and no event loop; tools/check-layering.py holds them to it.
 set(logic Drag/DragSessionMachine.cpp Wheel/WheelPetal.cpp Wheel/WheelLayout.cpp ToolWindows/Reordering/Reordering.cpp
     ToolWindows/Pages/PageEdits.cpp
-    Settings/ModifierKey.cpp Support/Formatters.cpp Platform/PlatformChoice.cpp)
+    Settings/ModifierKey.cpp Support/Formatters.cpp Platform/PlatformChoice.cpp
+    Platform/Sampling/DragDiscovery.cpp Platform/Sampling/DiscoveringDragSource.cpp
+    Platform/Sampling/CompositeDragSource.cpp)
 list(TRANSFORM logic PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
 add_library(PelgraLogic STATIC ${logic})
 target_include_directories(PelgraLogic PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})

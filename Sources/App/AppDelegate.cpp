@@ -6,6 +6,7 @@
 #include "Desktop/Motion.h"
 #include "Platform/Compositing.h"
 #include "Platform/Platform.h"
+#include "Platform/Pointer.h"
 #include "Settings/Preferences.h"
 #include "Settings/SettingsWindow.h"
 #include "Support/BackgroundTask.h"
@@ -35,17 +36,19 @@ AppDelegate::AppDelegate(Preferences& preferences, Platform& platform, QObject* 
     , m_platform(platform)
     , m_dragMonitor(platform.dragSource())
     , m_wheel(platform.wheelSurface())
-    , m_debugWheel(m_wheel, platform.dragSource())
+    , m_debugWheel(m_wheel)
 {
     startPaintingThreads();
     m_isDropAwaited.setSingleShot(true);
     connect(&m_isDropAwaited, &QTimer::timeout, this, &AppDelegate::showPostponed);
     Compositing::follow(&platform);
+    Pointer::follow(&platform.dragSource());
 }
 
 AppDelegate::~AppDelegate()
 {
     Compositing::follow(nullptr);
+    Pointer::follow(nullptr);
     m_platform.dragSource().onCancelled = nullptr;
     Updater::setCurrent(nullptr);
 }
@@ -94,7 +97,7 @@ void AppDelegate::showWheelAlone(WheelKind kind, const Files& files)
                 m_quitting.quitWhenNothingIsLeft();
         },
         Qt::QueuedConnection);
-    m_wheel.show(kind, files, m_platform.dragSource().pointer(), true);
+    m_wheel.show(kind, files, Pointer::place(), true);
 }
 
 void AppDelegate::open(WheelKind kind, const Files& files)
@@ -106,7 +109,7 @@ void AppDelegate::open(WheelKind kind, const Files& files)
             open(kind, files); // the petals of the drag must not change below it
         };
     else
-        m_wheel.show(kind, files, m_platform.dragSource().pointer(), true);
+        m_wheel.show(kind, files, Pointer::place(), true);
 }
 
 JobRunner& AppDelegate::jobs()
@@ -120,9 +123,6 @@ void AppDelegate::wireWheel()
 {
     m_wheel.keys = [this] {
         return m_preferences.wheelKeys();
-    };
-    m_wheel.pointer = [this] {
-        return m_platform.dragSource().pointer();
     };
     connect(&m_wheel, &WheelController::activated, this,
             [this](const WheelPetal& petal, const Files& files, QPoint point) { jobs().run(petal, files, point); });
@@ -150,7 +150,7 @@ void AppDelegate::handle(const DragEvent& event)
         if (m_wheel.isVisible())
             m_wheel.switchTo(tapped->kind);
         else
-            m_wheel.show(tapped->kind, m_dragMonitor.machine.urls, m_platform.dragSource().pointer(), false);
+            m_wheel.show(tapped->kind, m_dragMonitor.machine.urls, Pointer::place(), false);
     } else {
         qCInfo(dragLog, "Drag session ended");
         m_wheel.hide();

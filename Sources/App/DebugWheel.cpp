@@ -1,7 +1,7 @@
 #include "App/DebugWheel.h"
 
 #include "Desktop/AppActivation.h"
-#include "Platform/DragSource.h"
+#include "Platform/Pointer.h"
 #include "Support/Logging.h"
 #include "Support/Paths.h"
 #include "Support/PreferencesStore.h"
@@ -21,10 +21,9 @@ constexpr int highlightDelayMilliseconds = 400;
 
 } // namespace
 
-DebugWheel::DebugWheel(WheelController& wheel, const DragSource& source, QObject* parent)
+DebugWheel::DebugWheel(WheelController& wheel, QObject* parent)
     : QObject(parent)
     , m_wheel(wheel)
-    , m_source(source)
 {
 }
 
@@ -48,7 +47,7 @@ void DebugWheel::showForChosen()
     }
     if (files.empty())
         return;
-    const QPoint point = m_source.pointer();
+    const QPoint point = Pointer::place();
     QMetaObject::invokeMethod(
         this, [this, files, point] { m_wheel.show(WheelKind::convert, files, point, true); }, Qt::QueuedConnection);
 }

@@ -9,7 +9,6 @@
 
 namespace Pelgra {
 
-class DragSource;
 class PreferencesStore;
 class WheelController;
 
@@ -19,8 +18,8 @@ class DebugWheel : public QObject {
     Q_OBJECT
 
 public:
-    /// Both outlive this.
-    DebugWheel(WheelController& wheel, const DragSource& source, QObject* parent = nullptr);
+    /// The wheel outlives this.
+    explicit DebugWheel(WheelController& wheel, QObject* parent = nullptr);
 
     /// Lets the user choose files and shows the conversion wheel for them at the pointer.
     void showDebugWheel();
@@ -34,7 +33,6 @@ private:
     void highlightLater(int petal);
 
     WheelController& m_wheel;
-    const DragSource& m_source;
     QPointer<QFileDialog> m_panel;
 };
 

@@ -2,6 +2,7 @@
 
 #include "App/MenuBarIcon.h"
 #include "Platform/Platform.h"
+#include "Platform/Pointer.h"
 #include "Settings/Preferences.h"
 
 #include <QAction>
@@ -44,7 +45,7 @@ void StatusMenu::installStatusItem()
     connect(m_statusItem.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         // A plain click shows the menu as well, where the tray leaves that to the program.
         if (reason == QSystemTrayIcon::Trigger)
-            m_menu->popup(m_platform.dragSource().pointer());
+            m_menu->popup(Pointer::place());
     });
     updateMenu();
     m_statusItem->show();

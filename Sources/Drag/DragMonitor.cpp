@@ -43,9 +43,10 @@ void DragMonitor::tick()
     const WheelKeys bound = keys();
     machine.convertFlag = flagOf(bound.convert);
     machine.toolsFlag = flagOf(bound.tools);
+    m_source.setTapFlags(machine.convertFlag | machine.toolsFlag);
     m_source.refresh();
     const std::vector<DragEvent> events =
-        machine.step(m_source.changeCount(), m_source.isPrimaryButtonDown(),
+        machine.step(m_source.changeCount(), m_source.primaryButton() == ButtonState::down,
                      m_source.modifierFlags() & relevantModifierFlags, [this] { return m_source.fileURLs(); });
     for (const DragEvent& event : events)
         Q_EMIT happened(event);

@@ -4,12 +4,12 @@
 #include "Jobs/RunningJobs.h"
 #include "PelgraCore/Engine.h"
 #include "PelgraCore/OutputNaming.h"
+#include "Platform/Pointer.h"
 #include "Settings/Preferences.h"
 #include "Support/Logging.h"
 #include "Support/Paths.h"
 #include "Support/Text.h"
 
-#include <QCursor>
 #include <QPointer>
 
 #include <utility>
@@ -85,7 +85,7 @@ void JobRunner::toolFinished(FileTool tool, const std::optional<JobOutcome>& out
     }
     // The drop was long ago: the panel goes where the user is looking now.
     if (const std::optional<HUDState> state = finalState(*outcome, textOf(tool.title())))
-        HUDPanel::show(*state, QCursor::pos());
+        HUDPanel::show(*state, Pointer::place());
 }
 
 void JobRunner::perform(const QString& name, QPoint point, const Files& files, Job job)

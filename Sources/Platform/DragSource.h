@@ -7,9 +7,17 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace Pelgra {
+
+/// What is known of the pointer's primary button.
+enum class ButtonState {
+    up,
+    down,
+    unseen, ///< the desktop does not tell
+};
 
 /// The global state that reveals drags between any applications of the desktop. One per process, main thread only.
 /// Nothing here ever waits for the application that drags.
@@ -26,8 +34,8 @@ public:
     /// Changes whenever a drag begins anywhere, except in this process.
     virtual std::int64_t changeCount() const = 0;
 
-    /// Up to date while a drag is under way; between drags false.
-    virtual bool isPrimaryButtonDown() const = 0;
+    /// Up to date while a drag is under way; between drags up.
+    virtual ButtonState primaryButton() const = 0;
 
     /// The modifiers that are down, and those that went down since the sample before and are up again already. Up to
     /// date while a drag is under way.
@@ -36,12 +44,16 @@ public:
     /// The modifiers that are down at this moment, drag or not; asks the desktop.
     virtual ModifierFlags modifierFlagsNow() { return modifierFlags(); }
 
-    /// The dragged files in the source's order, links as they are; empty until they are known, and for drags without
-    /// files.
+    /// The dragged files in the source's order, links as they are; empty until they are known (on some desktops only
+    /// when the drag comes over a surface of ours), and for drags without files.
     virtual std::vector<std::filesystem::path> fileURLs() = 0;
 
-    /// Where the pointer is now, in Qt's global logical coordinates (y down).
-    virtual QPoint pointer() const = 0;
+    /// Where the pointer is now, in Qt's global logical coordinates (y down); nothing where the desktop does not tell.
+    virtual std::optional<QPoint> pointer() const = 0;
+
+    /// The modifiers that open a wheel, told before each sample: a source that has to look for the drag does so for
+    /// these alone.
+    virtual void setTapFlags(ModifierFlags) { }
 
     /// Something happened that deserves a sample at once: a modifier went down or the files became known. May be
     /// called at any time except inside refresh().

@@ -1,12 +1,11 @@
 #include "Settings/SettingsWindow.h"
 
 #include "Desktop/AppActivation.h"
+#include "Platform/Pointer.h"
 #include "Settings/Preferences.h"
 #include "Settings/SettingsView.h"
 
-#include <QCursor>
 #include <QDialog>
-#include <QGuiApplication>
 #include <QPointer>
 #include <QPushButton>
 #include <QScreen>
@@ -79,9 +78,7 @@ QWidget* make()
 
 void center(QWidget& settings)
 {
-    const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
-    if (!screen)
-        screen = QGuiApplication::primaryScreen();
+    const QScreen* const screen = Pointer::screen();
     if (!screen)
         return;
     settings.adjustSize();

@@ -3,13 +3,13 @@
 #include "Desktop/AppActivation.h"
 #include "Pictures/FileIcons.h"
 #include "Pictures/ThumbnailLoader.h"
+#include "Platform/Pointer.h"
 #include "Support/BackgroundTask.h"
 #include "Support/Formatters.h"
 #include "Support/Logging.h"
 #include "Support/Paths.h"
 #include "Wheel/WheelDrawing.h"
 
-#include <QCursor>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QScreen>
@@ -48,7 +48,7 @@ const char* nameOf(WheelKind kind)
 WheelController::WheelController(WheelSurface& surface, QObject* parent)
     : QObject(parent)
     , keys([] { return WheelKeys{}; })
-    , pointer([] { return QCursor::pos(); })
+    , pointer(Pointer::place)
     , summaryOf([](const auto& files) { return FileInfo::centerSummary(files); })
     , m_panel(std::make_unique<WheelPanel>(surface))
 {

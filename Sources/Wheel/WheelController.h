@@ -49,7 +49,7 @@ public:
     /// Which key selects which wheel; the standard keys until replaced.
     std::function<WheelKeys()> keys;
 
-    /// Where the pointer is; Qt's own answer until replaced.
+    /// Where the pointer is; the platform's answer until replaced.
     std::function<QPoint()> pointer;
 
     /// The words about the files in the centre. Called on any thread: it may look at the files.

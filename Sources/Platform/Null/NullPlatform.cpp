@@ -1,13 +1,18 @@
 #include "Platform/Null/NullPlatform.h"
 
 #include <QCursor>
+#include <QGuiApplication>
 #include <QTransform>
 #include <QWidget>
+#include <QWindow>
 
 namespace Pelgra {
 
-QPoint NullDragSource::pointer() const
+std::optional<QPoint> NullDragSource::pointer() const
 {
+    // Under Wayland the toolkit's answer is where the pointer was when it last was over a window of this process.
+    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+        return std::nullopt;
     return QCursor::pos();
 }
 
@@ -23,10 +28,11 @@ void NullWheelSurface::detach()
 
 void NullWheelSurface::setInputRegion(const QRegion& pixels)
 {
-    if (m_panel == nullptr)
+    if (m_panel == nullptr || m_panel->windowHandle() == nullptr)
         return;
     const double scale = 1 / m_panel->devicePixelRatioF();
-    m_panel->setMask(QTransform::fromScale(scale, scale).map(pixels));
+    // The widget's own mask would cut what it paints as well.
+    m_panel->windowHandle()->setMask(QTransform::fromScale(scale, scale).map(pixels));
 }
 
 } // namespace Pelgra

@@ -4,18 +4,18 @@
 
 namespace Pelgra {
 
-/// Sees no drags and knows only this process's pointer: for sessions without X11, and for tests.
+/// Sees no drags and knows only this process's pointer: for sessions that show no more, and for tests.
 class NullDragSource final : public DragSource {
 public:
     void refresh() override { }
     std::int64_t changeCount() const override { return 0; }
-    bool isPrimaryButtonDown() const override { return false; }
+    ButtonState primaryButton() const override { return ButtonState::up; }
     ModifierFlags modifierFlags() const override { return 0; }
     std::vector<std::filesystem::path> fileURLs() override { return {}; }
-    QPoint pointer() const override;
+    std::optional<QPoint> pointer() const override;
 };
 
-/// Delivers nothing; the widget's mask alone shapes it.
+/// Delivers nothing; the window's mask alone shapes it, for the pointer where the window system paints translucent.
 class NullWheelSurface final : public WheelSurface {
 public:
     void attach(QWidget* panel, DropTarget* target) override;

@@ -113,7 +113,7 @@ std::vector<std::filesystem::path> X11DragSource::fileURLs()
     return m_isCancelled ? std::vector<std::filesystem::path>() : m_reader.files();
 }
 
-QPoint X11DragSource::pointer() const
+std::optional<QPoint> X11DragSource::pointer() const
 {
     return QCursor::pos();
 }

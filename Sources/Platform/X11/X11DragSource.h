@@ -25,11 +25,11 @@ public:
 
     void refresh() override;
     std::int64_t changeCount() const override { return m_changeCount; }
-    bool isPrimaryButtonDown() const override { return m_buttonDown; }
+    ButtonState primaryButton() const override { return m_buttonDown ? ButtonState::down : ButtonState::up; }
     ModifierFlags modifierFlags() const override { return m_flags; }
     ModifierFlags modifierFlagsNow() override;
     std::vector<std::filesystem::path> fileURLs() override;
-    QPoint pointer() const override;
+    std::optional<QPoint> pointer() const override;
 
     /// Feeds one event of the connection.
     void handle(const xcb_generic_event_t& event);

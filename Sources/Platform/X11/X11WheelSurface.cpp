@@ -149,8 +149,8 @@ void X11WheelSurface::cancelDrag()
 
 bool X11WheelSurface::acceptsDrops() const
 {
-    // A hidden panel still gets the drop of a drag whose end was seen a moment before.
-    return m_panel && m_source.acceptsDrops() && (m_panel->isVisible() || !m_source.isPrimaryButtonDown());
+    // A hidden panel still gets the drop of a drag whose end was seen a moment before it.
+    return m_panel && m_source.acceptsDrops() && (m_panel->isVisible() || m_source.primaryButton() == ButtonState::up);
 }
 
 QPointF X11WheelSurface::viewPointAt(int rootX, int rootY) const

@@ -3,11 +3,10 @@
 #include "Controls/TabOrder.h"
 #include "Controls/ToolButtons.h"
 #include "Platform/Compositing.h"
+#include "Platform/Pointer.h"
 #include "ToolWindows/Frame/WindowEdge.h"
 
 #include <QCloseEvent>
-#include <QCursor>
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
@@ -65,9 +64,7 @@ QRect ToolWindow::centeredFrame(QSize size, QRect area)
 
 void ToolWindow::centerOnPointerScreen()
 {
-    const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
-    if (!screen)
-        screen = QGuiApplication::primaryScreen();
+    const QScreen* const screen = Pointer::screen();
     if (!screen)
         return;
     const QRect frame = centeredFrame(size(), screen->availableGeometry());
