@@ -4,6 +4,16 @@ find_package(Qt6 6.4 REQUIRED COMPONENTS Gui Widgets Svg DBus Network)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-xfixes xcb-xkb xcb-xinput xcb-shape xcb-keysyms)
 pkg_check_modules(CANBERRA REQUIRED IMPORTED_TARGET libcanberra)
 find_package(OpenSSL REQUIRED)
+# Surfaces above all windows on Wayland, and keys that KWin tells. Debian has these for Qt 6 from release 13 on.
+find_package(LayerShellQt 6 QUIET)
+find_package(KF6GuiAddons QUIET)
+pkg_check_modules(WAYLAND_CLIENT QUIET IMPORTED_TARGET wayland-client)
+if(LayerShellQt_FOUND AND KF6GuiAddons_FOUND AND WAYLAND_CLIENT_FOUND)
+    set(PELGRA_LAYERS 1)
+else()
+    set(PELGRA_LAYERS 0)
+endif()
+message(STATUS "Layer surfaces on Wayland: ${PELGRA_LAYERS}")
 
 # Updates are set up per build: without a real key the updater never starts.
 set(PELGRA_UPDATE_FEED "" CACHE STRING "Address (https) of the appcast of new versions")
@@ -23,6 +33,9 @@ target_link_libraries(PelgraLogic PUBLIC PelgraCore Qt6::Gui PRIVATE PelgraCompi
 file(GLOB_RECURSE application CONFIGURE_DEPENDS Drag/*.cpp Wheel/*.cpp Jobs/*.cpp ToolWindows/*.cpp Settings/*.cpp
     Support/*.cpp Controls/*.cpp Pictures/*.cpp Desktop/*.cpp Platform/*.cpp App/*.cpp)
 list(REMOVE_ITEM application ${logic} ${CMAKE_CURRENT_SOURCE_DIR}/App/main.cpp)
+if(NOT PELGRA_LAYERS)
+    list(FILTER application EXCLUDE REGEX "/Platform/Wayland/")
+endif()
 file(GLOB resources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/data/*.qrc)
 add_library(PelgraApp STATIC ${application} ${resources})
 set_target_properties(PelgraApp PROPERTIES AUTOMOC ON AUTORCC ON)
@@ -31,6 +44,10 @@ target_link_libraries(PelgraApp PUBLIC PelgraLogic Qt6::Widgets Qt6::Svg Qt6::DB
     PRIVATE PkgConfig::XCB PkgConfig::CANBERRA OpenSSL::Crypto PelgraCompilerSettings PelgraQtSettings)
 set_property(SOURCE App/Updates/SparkleUpdater.cpp PROPERTY COMPILE_DEFINITIONS
     PELGRA_UPDATE_FEED="${PELGRA_UPDATE_FEED}" PELGRA_UPDATE_PUBLIC_KEY="${PELGRA_UPDATE_PUBLIC_KEY}")
+target_compile_definitions(PelgraApp PRIVATE PELGRA_LAYERS=${PELGRA_LAYERS})
+if(PELGRA_LAYERS)
+    target_link_libraries(PelgraApp PRIVATE LayerShellQt::Interface KF6::GuiAddons PkgConfig::WAYLAND_CLIENT)
+endif()
 add_dependencies(PelgraApp PelgraCoreModules)
 pelgra_precompile(PelgraApp <QtWidgets>)
 

@@ -5,6 +5,7 @@
 #include "Desktop/AppActivation.h"
 #include "Desktop/Motion.h"
 #include "Platform/Compositing.h"
+#include "Platform/Placement.h"
 #include "Platform/Platform.h"
 #include "Platform/Pointer.h"
 #include "Settings/Preferences.h"
@@ -43,12 +44,14 @@ AppDelegate::AppDelegate(Preferences& preferences, Platform& platform, QObject* 
     connect(&m_isDropAwaited, &QTimer::timeout, this, &AppDelegate::showPostponed);
     Compositing::follow(&platform);
     Pointer::follow(&platform.dragSource());
+    Placement::follow(&platform);
 }
 
 AppDelegate::~AppDelegate()
 {
     Compositing::follow(nullptr);
     Pointer::follow(nullptr);
+    Placement::follow(nullptr);
     m_platform.dragSource().onCancelled = nullptr;
     Updater::setCurrent(nullptr);
 }
@@ -97,7 +100,12 @@ void AppDelegate::showWheelAlone(WheelKind kind, const Files& files)
                 m_quitting.quitWhenNothingIsLeft();
         },
         Qt::QueuedConnection);
-    m_wheel.show(kind, files, Pointer::place(), true);
+    showAtPointer(kind, files);
+}
+
+void AppDelegate::showAtPointer(WheelKind kind, const Files& files)
+{
+    m_platform.findPointer([this, kind, files](QPoint point) { m_wheel.show(kind, files, point, true); });
 }
 
 void AppDelegate::open(WheelKind kind, const Files& files)
@@ -109,7 +117,7 @@ void AppDelegate::open(WheelKind kind, const Files& files)
             open(kind, files); // the petals of the drag must not change below it
         };
     else
-        m_wheel.show(kind, files, Pointer::place(), true);
+        showAtPointer(kind, files);
 }
 
 JobRunner& AppDelegate::jobs()

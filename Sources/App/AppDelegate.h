@@ -59,6 +59,8 @@ private:
     void installStatusMenu();
     void handle(const DragEvent& event);
     void cancelDrag();
+    /// An interactive wheel.
+    void showAtPointer(WheelKind kind, const Files& files);
     void showPostponed();
     JobRunner& jobs();
 

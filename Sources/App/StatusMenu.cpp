@@ -2,7 +2,6 @@
 
 #include "App/MenuBarIcon.h"
 #include "Platform/Platform.h"
-#include "Platform/Pointer.h"
 #include "Settings/Preferences.h"
 
 #include <QAction>
@@ -45,7 +44,7 @@ void StatusMenu::installStatusItem()
     connect(m_statusItem.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         // A plain click shows the menu as well, where the tray leaves that to the program.
         if (reason == QSystemTrayIcon::Trigger)
-            m_menu->popup(Pointer::place());
+            m_platform.popUp(*m_menu);
     });
     updateMenu();
     m_statusItem->show();

@@ -1,8 +1,10 @@
 #include "Jobs/HUDPanel.h"
 
+#include "Controls/Fade.h"
 #include "Desktop/Motion.h"
 #include "Jobs/HUDView.h"
 #include "Platform/Compositing.h"
+#include "Platform/Placement.h"
 
 #include <QAccessibleWidget>
 #include <QGuiApplication>
@@ -69,7 +71,8 @@ HUDPanel::HUDPanel(const HUDState& state, QPoint anchor)
     , m_state(state)
     , m_anchor(anchor)
     , m_view(new HUDView(this))
-    , m_fade(new QPropertyAnimation(this, "windowOpacity", this))
+    , m_visibility(new Fade(this))
+    , m_fade(new QPropertyAnimation(m_visibility, "opacity", this))
 {
     QAccessible::installFactory(accessibleFor);
     setAttribute(Qt::WA_TranslucentBackground);
@@ -130,13 +133,13 @@ void HUDPanel::reposition()
     std::optional<QRect> area;
     if (const QScreen* const screen = QGuiApplication::screenAt(m_anchor))
         area = screen->availableGeometry();
-    setGeometry(QRect(originFor(size, m_anchor, area), size));
+    Placement::place(*this, QRect(originFor(size, m_anchor, area), size));
     m_view->setGeometry(rect());
 }
 
 void HUDPanel::appear()
 {
-    setWindowOpacity(Compositing::isActive() && !Motion::isReduced() ? 0 : 1);
+    m_visibility->setOpacity(Compositing::isActive() && !Motion::isReduced() ? 0 : 1);
     QWidget::show();
     raise();
     fadeTo(1, appearMilliseconds);
@@ -171,10 +174,10 @@ void HUDPanel::fadeTo(double opacity, int milliseconds)
     m_fade->stop();
     m_fade->setEndValue(opacity);
     if (!Compositing::isActive() || Motion::isReduced()) {
-        setWindowOpacity(1);
+        m_visibility->setOpacity(1);
         return;
     }
-    m_fade->setStartValue(windowOpacity());
+    m_fade->setStartValue(m_visibility->opacity());
     m_fade->setDuration(milliseconds);
     m_fade->start();
 }

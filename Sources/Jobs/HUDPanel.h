@@ -13,6 +13,7 @@ class QPropertyAnimation;
 
 namespace Pelgra {
 
+class Fade;
 class HUDView;
 
 /// A small floating panel under the point of a drop: a job is working, done or failed. It never takes the focus, lets
@@ -57,6 +58,7 @@ private:
     QPoint m_anchor;
     HUDView* m_view = nullptr;
     QTimer m_dismissal{this}; ///< found by its name "dismissal", for a test that lets the time pass
+    Fade* m_visibility = nullptr;
     QPropertyAnimation* m_fade = nullptr;
 };
 

@@ -2,9 +2,31 @@
 
 #include "Platform/Null/NullPlatform.h"
 #include "Platform/PlatformChoice.h"
+#include "Platform/Pointer.h"
 #include "Platform/X11/X11Platform.h"
+#if PELGRA_LAYERS
+#include "Platform/Wayland/CompositorOffer.h"
+#include "Platform/Wayland/WaylandPlatform.h"
+#endif
+
+#include <QMenu>
+#include <QWidget>
 
 namespace Pelgra {
+
+namespace {
+
+bool offersLayers()
+{
+#if PELGRA_LAYERS
+    // A connection handed over by another program serves once, and the toolkit needs it.
+    return !qEnvironmentVariableIsSet("WAYLAND_SOCKET") && compositorOffer().hasLayers;
+#else
+    return false;
+#endif
+}
+
+} // namespace
 
 bool Platform::chooseForToolkit()
 {
@@ -12,13 +34,33 @@ bool Platform::chooseForToolkit()
     session.isChosen = !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
     session.hasWayland = !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
     session.hasX11 = !qEnvironmentVariableIsEmpty("DISPLAY");
+    session.hasLayers = !session.isChosen && session.hasWayland && offersLayers();
     const std::string_view platforms = platformsFor(session);
     return !platforms.empty()
         && qputenv("QT_QPA_PLATFORM", QByteArray(platforms.data(), static_cast<qsizetype>(platforms.size())));
 }
 
+void Platform::place(QWidget& window, QRect geometry)
+{
+    window.setGeometry(geometry);
+}
+
+void Platform::findPointer(std::function<void(QPoint)> found)
+{
+    found(Pointer::place());
+}
+
+void Platform::popUp(QMenu& menu)
+{
+    menu.popup(Pointer::place());
+}
+
 std::unique_ptr<Platform> Platform::forThisSession()
 {
+#if PELGRA_LAYERS
+    if (std::unique_ptr<Platform> platform = WaylandPlatform::create())
+        return platform;
+#endif
     if (std::unique_ptr<Platform> platform = X11Platform::create())
         return platform;
     return std::make_unique<NullPlatform>();

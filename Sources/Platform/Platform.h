@@ -1,11 +1,15 @@
 #pragma once
 
+#include "Platform/DesktopAbilities.h"
 #include "Platform/DragSource.h"
 #include "Platform/WheelSurface.h"
+
+#include <QRect>
 
 #include <functional>
 #include <memory>
 
+class QMenu;
 class QPainterPath;
 class QWidget;
 
@@ -38,6 +42,20 @@ public:
     /// rectangle. To be told again when the window is shown, changes its size or its scale, or compositing comes or
     /// goes.
     virtual void setOutline(QWidget& window, const QPainterPath& outline) = 0;
+
+    /// What works here.
+    virtual DesktopAbilities abilities() const = 0;
+
+    /// Where a small window of ours goes, shown or not: to this place above all windows, for which it asks no focus.
+    /// The geometry is in Qt's global logical coordinates.
+    virtual void place(QWidget& window, QRect geometry);
+
+    /// Calls back once with the place of the pointer, at once where it is known; else the desktop is asked, which may
+    /// take a moment. A place in the middle of a screen when there is no answer.
+    virtual void findPointer(std::function<void(QPoint)> found);
+
+    /// Opens a menu at the pointer, for a click that no window of ours got: one on the tray.
+    virtual void popUp(QMenu& menu);
 
     /// hasTray() may have changed.
     std::function<void()> onTrayChanged;

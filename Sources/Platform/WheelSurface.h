@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPoint>
 #include <QPointF>
 #include <QRegion>
 
@@ -34,6 +35,9 @@ public:
     /// What a drop at this point is for, whatever the target shows by the time the files are known; null refuses it.
     virtual Drop dropAt(QPointF viewPoint) = 0;
 
+    /// The pointer was pressed on the surface, but beside the attached widget.
+    virtual void pressedBeside() = 0;
+
     /// The drag is over: after a drop, or, with the button still down, cancelled.
     virtual void dragEnded(bool buttonStillDown) = 0;
 };
@@ -47,7 +51,8 @@ public:
     virtual ~WheelSurface() = default;
 
     /// Takes charge of the window of this top-level widget, which need not be visible yet, and delivers drags to
-    /// `target`. Both outlive the surface, or detach() is called first. The widget must not accept drops by itself.
+    /// `target`. Makes the window, so that showing it does not have to; or takes the widget into a window of its own.
+    /// Both outlive the surface, or detach() is called first. The widget must not accept drops by itself.
     virtual void attach(QWidget* panel, DropTarget* target) = 0;
     virtual void detach() = 0;
 
@@ -59,6 +64,12 @@ public:
     /// capsule in the hole of the ring are visible but cannot be hit. Without a compositing manager the window is cut
     /// down to it (its bounding shape); with one it does not matter.
     virtual void setPaintedRegion(const QRegion& pixels) = 0;
+
+    /// Puts the widget's top-left corner at a point of the desktop (Qt's global logical coordinates).
+    virtual void place(QWidget& panel, QPoint origin);
+
+    /// Whether the widget is to get keys when it is shown next.
+    virtual void setTakesKeys(bool) { }
 
     /// Whether translucent windows and fading work now.
     virtual bool isCompositing() const = 0;

@@ -32,7 +32,8 @@ WheelPanel::WheelPanel(WheelSurface& surface, QWidget* parent)
     : QWidget(parent, flagsFor(false))
     , m_surface(surface)
     , m_view(new WheelView(this))
-    , m_fade(this, "windowOpacity")
+    , m_visibility(new Fade(this))
+    , m_fade(m_visibility, "opacity")
 {
     setAttribute(Qt::WA_TranslucentBackground);
     setAttribute(Qt::WA_ShowWithoutActivating);
@@ -46,8 +47,6 @@ WheelPanel::WheelPanel(WheelSurface& surface, QWidget* parent)
         if (!m_isShown)
             hide();
     });
-    // The window exists from here on, so showing it does not have to create it.
-    winId();
     m_surface.attach(this, m_view);
     m_surface.onCompositingChanged = [this] {
         m_view->setCompositing(m_surface.isCompositing());
@@ -63,31 +62,26 @@ WheelPanel::~WheelPanel()
 
 void WheelPanel::centerOn(QPoint point)
 {
-    QScreen* screen = QGuiApplication::screenAt(point);
+    const QScreen* screen = QGuiApplication::screenAt(point);
     if (screen == nullptr)
         screen = QGuiApplication::primaryScreen();
-    const QPoint origin =
-        screen != nullptr ? panelOriginFor(point, size(), screen->geometry()) : point - rect().center();
-    // Told to its screen first: under Qt 6.8 a window that a move alone brings to a screen of twice the scale comes out
-    // half as large, beside its place.
-    windowHandle()->setScreen(screen);
-    move(origin);
-    // Even where that changes nothing, as in the first corner of the desktop: a window that nobody has placed is placed
-    // by the window manager.
-    windowHandle()->setPosition(origin);
+    m_surface.place(*this,
+                    screen != nullptr ? panelOriginFor(point, size(), screen->geometry()) : point - rect().center());
 }
 
 void WheelPanel::applyFlags()
 {
+    m_surface.setTakesKeys(m_allowsKey);
     const Qt::WindowFlags flags = flagsFor(m_allowsKey);
-    if (flags == windowFlags())
+    if (!isWindow() || flags == windowFlags())
         return;
     // A window that is still fading out must not change in view.
     hide();
     // Changing the flags through the widget would make a new window, unknown to the surface.
     overrideWindowFlags(flags);
     setAttribute(Qt::WA_X11NetWmWindowTypeDND, !m_allowsKey);
-    windowHandle()->setFlags(flags);
+    if (windowHandle())
+        windowHandle()->setFlags(flags);
     setAttribute(Qt::WA_ShowWithoutActivating, !m_allowsKey);
 }
 
@@ -96,7 +90,7 @@ void WheelPanel::fadeIn()
     m_isShown = true;
     applyFlags();
     if (!isVisible())
-        setWindowOpacity(0);
+        m_visibility->setOpacity(0);
     fade(1, fadeInMilliseconds);
     show();
     raise();
@@ -115,11 +109,11 @@ void WheelPanel::fade(double opacity, int milliseconds)
     if (!isVisible() && !m_isShown)
         return;
     if (Motion::isReduced() || !m_surface.isCompositing()) {
-        setWindowOpacity(1);
+        m_visibility->setOpacity(1);
         setVisible(m_isShown);
         return;
     }
-    m_fade.setStartValue(windowOpacity());
+    m_fade.setStartValue(m_visibility->opacity());
     m_fade.setEndValue(opacity);
     m_fade.setDuration(milliseconds);
     m_fade.start();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Controls/Fade.h"
 #include "Platform/WheelSurface.h"
 #include "Wheel/WheelView.h"
 
@@ -52,6 +53,7 @@ private:
 
     WheelSurface& m_surface;
     WheelView* m_view;
+    Fade* m_visibility;
     QPropertyAnimation m_fade;
     bool m_allowsKey = false;
     bool m_isShown = false;

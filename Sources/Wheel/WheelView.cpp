@@ -149,6 +149,11 @@ bool WheelView::drop(const WheelPetal& petal, const std::vector<std::filesystem:
     return true;
 }
 
+void WheelView::pressedBeside()
+{
+    Q_EMIT dismissed();
+}
+
 void WheelView::dragEnded(bool buttonStillDown)
 {
     setHighlightedIndex(std::nullopt);

@@ -60,6 +60,7 @@ public:
     bool dragMoved(QPointF viewPoint) override;
     void dragLeft() override;
     Drop dropAt(QPointF viewPoint) override;
+    void pressedBeside() override;
     void dragEnded(bool buttonStillDown) override;
 
 Q_SIGNALS:

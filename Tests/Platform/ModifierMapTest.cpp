@@ -71,6 +71,17 @@ private Q_SLOTS:
         QTEST(ModifierMap(keyboardWith(symbols, rows)).flagsOf(mask), "expected");
     }
 
+    void knowsTheKeysThemselves()
+    {
+        // By what they type; a key that is bound to no bit counts as well.
+        const ModifierMap map(keyboardWith(symbols, {{8}}));
+        QCOMPARE(map.flagsOfKey(8), shiftFlag);
+        QCOMPARE(map.flagsOfKey(11), commandFlag);
+        QCOMPARE(map.flagsOfKey(12), functionFlag);
+        QCOMPARE(map.flagsOfKey(13), ModifierFlags(0));
+        QCOMPARE(map.flagsOfKey(7), ModifierFlags(0));
+    }
+
     void readsTheFilesOfAList()
     {
         const std::vector<std::filesystem::path> expected{"/b c", "/a\xFF", "/b c", "/last"};

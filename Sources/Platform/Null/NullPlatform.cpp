@@ -19,6 +19,7 @@ std::optional<QPoint> NullDragSource::pointer() const
 void NullWheelSurface::attach(QWidget* panel, DropTarget*)
 {
     m_panel = panel;
+    m_panel->winId();
 }
 
 void NullWheelSurface::detach()
@@ -33,6 +34,16 @@ void NullWheelSurface::setInputRegion(const QRegion& pixels)
     const double scale = 1 / m_panel->devicePixelRatioF();
     // The widget's own mask would cut what it paints as well.
     m_panel->windowHandle()->setMask(QTransform::fromScale(scale, scale).map(pixels));
+}
+
+DesktopAbilities NullPlatform::abilities() const
+{
+    DesktopAbilities abilities;
+    abilities.surfaces = "ordinary window";
+    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+        abilities.missing = {"layer surfaces (zwlr_layer_shell_v1) of the compositor, or LayerShellQt in this build",
+                             "an X server beside the compositor (Xwayland)"};
+    return abilities;
 }
 
 } // namespace Pelgra

@@ -34,6 +34,7 @@ public:
     WheelSurface& wheelSurface() override { return m_wheelSurface; }
     bool hasTray() const override { return false; }
     void setOutline(QWidget&, const QPainterPath&) override { }
+    DesktopAbilities abilities() const override;
 
 private:
     NullDragSource m_dragSource;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <span>
+#include <utility>
 
 namespace Pelgra {
 
@@ -73,7 +74,11 @@ std::vector<std::uint8_t> KeyboardMap::keycodesOf(std::uint32_t symbol) const
 ModifierMap::ModifierMap(const KeyboardMap& keyboard)
 {
     for (const KeySymbols& wanted : keySymbols) {
-        Entry entry{0, wanted.flag};
+        Entry entry{0, wanted.flag, {}};
+        for (std::uint32_t symbol : wanted.symbols) {
+            for (std::uint8_t keycode : keyboard.keycodesOf(symbol))
+                entry.keycodes.push_back(keycode);
+        }
         for (unsigned modifier = 0; modifier < modifierCount; ++modifier) {
             const unsigned bit = 1U << modifier;
             if (!mayStandFor(wanted.flag, bit))
@@ -89,7 +94,7 @@ ModifierMap::ModifierMap(const KeyboardMap& keyboard)
                     entry.mask |= bit;
             }
         }
-        m_entries.push_back(entry);
+        m_entries.push_back(std::move(entry));
     }
 }
 
@@ -98,6 +103,16 @@ ModifierFlags ModifierMap::flagsOf(unsigned mask) const
     ModifierFlags flags = 0;
     for (const Entry& entry : m_entries) {
         if ((mask & entry.mask) != 0)
+            flags |= entry.flag;
+    }
+    return flags;
+}
+
+ModifierFlags ModifierMap::flagsOfKey(std::uint8_t keycode) const
+{
+    ModifierFlags flags = 0;
+    for (const Entry& entry : m_entries) {
+        if (std::ranges::find(entry.keycodes, keycode) != entry.keycodes.end())
             flags |= entry.flag;
     }
     return flags;

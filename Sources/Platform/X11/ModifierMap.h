@@ -30,10 +30,14 @@ public:
     /// The keys that are down in an X modifier mask (the low eight bits count).
     ModifierFlags flagsOf(unsigned mask) const;
 
+    /// What this key is; none for other keys.
+    ModifierFlags flagsOfKey(std::uint8_t keycode) const;
+
 private:
     struct Entry {
         unsigned mask = 0;
         ModifierFlags flag = 0;
+        std::vector<std::uint8_t> keycodes;
     };
     std::vector<Entry> m_entries;
 };

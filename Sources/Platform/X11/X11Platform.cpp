@@ -70,6 +70,29 @@ void X11Platform::setOutline(QWidget& window, const QPainterPath& outline)
     xcb_flush(m_toolkitConnection);
 }
 
+DesktopAbilities X11Platform::abilities() const
+{
+    // A compositor of Wayland shows an X server its own programs' drags at most from their beginning.
+    const bool isInside = !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    const XcbExtensions& extensions = m_connection->extensions();
+    DesktopAbilities abilities;
+    abilities.seesDrags = extensions.hasFixes && !isInside;
+    abilities.seesKeys = !isInside;
+    const xcb_setup_t* const setup = xcb_get_setup(m_connection->get());
+    abilities.compositor.assign(xcb_setup_vendor(setup), static_cast<std::size_t>(xcb_setup_vendor_length(setup)));
+    abilities.compositor += isInside ? ", inside a Wayland compositor" : "";
+    abilities.sources = {"X11"};
+    abilities.surfaces = m_wheelSurface.isCompositing() ? "X11 window, translucent"
+                                                        : "X11 window, cut to its shape (nothing composites)";
+    if (!extensions.hasFixes)
+        abilities.missing.emplace_back("the XFixes extension of the X server");
+    if (!extensions.hasKeyboard)
+        abilities.missing.emplace_back("the XKB extension of the X server");
+    if (isInside)
+        abilities.missing.emplace_back("layer surfaces: drags of programs that run on Wayland itself are not seen");
+    return abilities;
+}
+
 void X11Platform::watchTray()
 {
     if (!m_connection->extensions().hasFixes)

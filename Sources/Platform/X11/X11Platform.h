@@ -24,6 +24,7 @@ public:
     WheelSurface& wheelSurface() override { return m_wheelSurface; }
     bool hasTray() const override;
     void setOutline(QWidget& window, const QPainterPath& outline) override;
+    DesktopAbilities abilities() const override;
 
 private:
     X11Platform(std::unique_ptr<XcbConnection> connection, xcb_connection_t* toolkitConnection);

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QRect>
+
+class QWidget;
+
+namespace Pelgra {
+
+class Platform;
+
+/// Where small windows go, for those who make them and know no platform. Main thread.
+namespace Placement {
+
+/// Tells whom to ask; null for nobody, then the toolkit places them. The platform outlives its use here.
+void follow(Platform* platform);
+
+/// See Platform::place.
+void place(QWidget& window, QRect geometry);
+
+} // namespace Placement
+
+} // namespace Pelgra

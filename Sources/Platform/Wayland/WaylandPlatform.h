@@ -1,0 +1,42 @@
+#pragma once
+
+#include "Platform/Null/NullPlatform.h"
+#include "Platform/Platform.h"
+#include "Platform/Sampling/CompositeDragSource.h"
+#include "Platform/Sampling/DiscoveringDragSource.h"
+#include "Platform/Wayland/CompositorOffer.h"
+#include "Platform/Wayland/KeyStateSource.h"
+#include "Platform/Wayland/LayerStage.h"
+#include "Platform/Wayland/XwaylandWatcher.h"
+
+namespace Pelgra {
+
+/// The desktop through a Wayland compositor with layer surfaces. That a drag has begun, and the keys, come from the X
+/// server beside it; everything else from the drag itself.
+class WaylandPlatform final : public Platform {
+public:
+    /// Null unless the toolkit runs on Wayland, on a compositor with layer surfaces.
+    static std::unique_ptr<WaylandPlatform> create();
+
+    DragSource& dragSource() override { return m_dragSource; }
+    WheelSurface& wheelSurface() override { return m_stage; }
+    bool hasTray() const override { return false; }
+    void setOutline(QWidget&, const QPainterPath&) override { } // windows are translucent, and get no shadow
+    DesktopAbilities abilities() const override;
+    void place(QWidget& window, QRect geometry) override;
+    void findPointer(std::function<void(QPoint)> found) override { m_stage.findPointer(std::move(found)); }
+    void popUp(QMenu& menu) override { m_stage.popUp(menu); }
+
+private:
+    explicit WaylandPlatform(CompositorOffer offer);
+    std::vector<DragSource*> watchers();
+
+    NullDragSource m_nobody;
+    std::unique_ptr<KeyStateSource> m_keyState; ///< null where KWin does not trust this program
+    std::unique_ptr<XwaylandWatcher> m_xwayland; ///< null without Xwayland
+    CompositeDragSource m_watched;
+    LayerStage m_stage;
+    DiscoveringDragSource m_dragSource;
+};
+
+} // namespace Pelgra
