@@ -10,6 +10,7 @@
 #include "Platform/Pointer.h"
 #include "Settings/Preferences.h"
 #include "Settings/SettingsWindow.h"
+#include "Settings/ThisDesktop.h"
 #include "Support/BackgroundTask.h"
 #include "Support/Logging.h"
 #include "ToolWindows/ToolWindows.h"
@@ -45,6 +46,7 @@ AppDelegate::AppDelegate(Preferences& preferences, Platform& platform, QObject* 
     Compositing::follow(&platform);
     Pointer::follow(&platform.dragSource());
     Placement::follow(&platform);
+    ThisDesktop::follow(&platform);
 }
 
 AppDelegate::~AppDelegate()
@@ -52,6 +54,7 @@ AppDelegate::~AppDelegate()
     Compositing::follow(nullptr);
     Pointer::follow(nullptr);
     Placement::follow(nullptr);
+    ThisDesktop::follow(nullptr);
     m_platform.dragSource().onCancelled = nullptr;
     Updater::setCurrent(nullptr);
 }

@@ -49,6 +49,8 @@ LaunchArguments LaunchArguments::parse(std::span<const std::string> words)
             result.background = true;
         } else if (word == "--settings") {
             result.settings = true;
+        } else if (word == "--doctor") {
+            result.doctor = true;
         } else if (word == "--verbose") {
             result.verbose = true;
         } else if (word == "-ToolWindowsDebug") {

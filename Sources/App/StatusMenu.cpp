@@ -3,6 +3,7 @@
 #include "App/MenuBarIcon.h"
 #include "Platform/Platform.h"
 #include "Settings/Preferences.h"
+#include "Settings/ThisDesktop.h"
 
 #include <QAction>
 
@@ -52,7 +53,9 @@ void StatusMenu::installStatusItem()
 
 void StatusMenu::updateMenu()
 {
-    m_hintItem->setText(m_preferences.menuHint());
+    const DesktopAbilities abilities = m_platform.abilities();
+    m_hintItem->setText(abilities.hasGesture() ? m_preferences.menuHint()
+                                               : ThisDesktop::sentenceFor(abilities, m_preferences.wheelKeys()));
     m_platform.dragSource().refresh();
     const ModifierFlags option = flagOf(ModifierKey::option);
     m_debugItem->setVisible((m_platform.dragSource().modifierFlagsNow() & option) == option);

@@ -1,5 +1,6 @@
 #include "App/AppDelegate.h"
 #include "App/DisplayCheck.h"
+#include "App/Doctor.h"
 #include "App/LaunchArguments.h"
 #include "App/SingleInstance.h"
 #include "App/TerminationSignals.h"
@@ -20,6 +21,14 @@
 namespace {
 
 constexpr int exitUsage = 2; ///< also where there is no display
+
+/// A report is wanted most where nothing else works.
+bool chooseNoDisplay()
+{
+    const bool isThere = !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
+        || !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+    return !isThere && qputenv("QT_QPA_PLATFORM", "offscreen");
+}
 
 void nameApplication()
 {
@@ -47,13 +56,17 @@ int main(int argumentCount, char** argumentVector)
     }
     JournalLog::install(arguments.verbose);
 
-    const bool choseForToolkit = Platform::chooseForToolkit();
+    const bool choseForToolkit = Platform::chooseForToolkit() || (arguments.doctor && chooseNoDisplay());
     DisplayCheck::begin(arguments.verbose, exitUsage);
     QApplication application(argumentCount, argumentVector);
     DisplayCheck::end();
     if (choseForToolkit)
         qunsetenv("QT_QPA_PLATFORM"); // programs started from here choose for themselves
     nameApplication();
+    if (arguments.doctor) {
+        std::fputs(Doctor::report(Platform::forThisSession()->abilities()).c_str(), stdout);
+        return 0;
+    }
     const bool isTestHost = qEnvironmentVariableIsSet("XCTestConfigurationFilePath");
     SingleInstance instance;
     // A wheel for files alone is not an instance. Of several starts at once the bus lets one have the name.

@@ -21,7 +21,7 @@ constexpr std::array commandNames{
     CommandName{"merge", Command::merge},       CommandName{"split", Command::split},
     CommandName{"organize", Command::organize}, CommandName{"targets", Command::targets},
     CommandName{"wheel", Command::wheel},       CommandName{"help", Command::help},
-    CommandName{"version", Command::version},
+    CommandName{"version", Command::version},   CommandName{"doctor", Command::wheel},
 };
 
 std::string quoted(std::string_view text)
@@ -95,7 +95,9 @@ private:
         if (found == commandNames.end())
             throw UsageError("There is no command " + quoted(word) + ".");
         m_command = found->command;
-        if (m_command == Command::wheel)
+        if (found->name == "doctor")
+            askTheDesktop();
+        else if (m_command == Command::wheel)
             passOnFrom(m_next);
     }
 
@@ -114,6 +116,15 @@ private:
                                                          "--background",
                                                          "--verbose"};
         return std::find(words.begin(), words.end(), word) != words.end();
+    }
+
+    /// What works in the session the desktop program alone can tell.
+    void askTheDesktop()
+    {
+        if (m_next < m_words.size())
+            throw UsageError("This command takes no files and no options.");
+        m_command = Command::wheel;
+        m_result.passedOn = {"--doctor"};
     }
 
     /// The desktop program reads its own words.

@@ -30,4 +30,9 @@ void openStartupPrograms()
     QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(LoginItem::entryFile()).path()));
 }
 
+void openLegacyApplications()
+{
+    QProcess::startDetached(QStringLiteral("systemsettings"), {QStringLiteral("kcm_kwinxwayland")});
+}
+
 } // namespace Pelgra::SystemSettings

@@ -4,6 +4,7 @@
 #include "Desktop/LoginItem.h"
 #include "Desktop/SystemSettings.h"
 #include "Settings/Preferences.h"
+#include "Settings/ThisDesktop.h"
 #include "Support/Logging.h"
 
 #include <QCheckBox>
@@ -85,6 +86,20 @@ QLabel* makeProblem(const QString& name, QWidget* parent)
     problem->setForegroundRole(QPalette::WindowText);
     problem->hide();
     return problem;
+}
+
+/// A button that reads as a link.
+QPushButton* makeLink(const QString& text, const QString& name, QWidget* parent)
+{
+    auto* const button = new QPushButton(text, parent);
+    button->setObjectName(name);
+    button->setFlat(true);
+    button->setAutoDefault(false);
+    button->setCursor(Qt::PointingHandCursor);
+    QPalette link = button->palette();
+    link.setColor(QPalette::ButtonText, link.color(QPalette::Link));
+    button->setPalette(link);
+    return button;
 }
 
 } // namespace
@@ -197,14 +212,7 @@ QWidget* SettingsView::makeSystem()
     m_launchAtLogin = new QCheckBox(QStringLiteral("Launch at login"), section);
     m_launchAtLogin->setObjectName(QStringLiteral("launchAtLogin"));
     connect(m_launchAtLogin, &QCheckBox::clicked, this, &SettingsView::setLaunchAtLogin);
-    m_approve = new QPushButton(QStringLiteral("Approve in System Settings…"), section);
-    m_approve->setObjectName(QStringLiteral("approveLoginItem"));
-    m_approve->setFlat(true);
-    m_approve->setAutoDefault(false);
-    m_approve->setCursor(Qt::PointingHandCursor);
-    QPalette link = m_approve->palette();
-    link.setColor(QPalette::ButtonText, link.color(QPalette::Link));
-    m_approve->setPalette(link);
+    m_approve = makeLink(QStringLiteral("Approve in System Settings…"), QStringLiteral("approveLoginItem"), section);
     connect(m_approve, &QPushButton::clicked, this, [] { SystemSettings::openStartupPrograms(); });
     m_loginError = makeProblem(QStringLiteral("loginItemError"), section);
     m_updates = new QCheckBox(QStringLiteral("Check for updates automatically"), section);
@@ -214,6 +222,12 @@ QWidget* SettingsView::makeSystem()
     stack->addWidget(m_approve, 0, Qt::AlignLeft);
     stack->addWidget(m_loginError);
     stack->addWidget(m_updates);
+    m_thisDesktop = makeNote(QString(), section);
+    m_thisDesktop->setObjectName(QStringLiteral("thisDesktop"));
+    m_step = makeLink(QStringLiteral("Open System Settings…"), QStringLiteral("desktopStep"), section);
+    connect(m_step, &QPushButton::clicked, this, [] { SystemSettings::openLegacyApplications(); });
+    stack->addWidget(m_thisDesktop);
+    stack->addWidget(m_step, 0, Qt::AlignLeft);
     return section;
 }
 
@@ -261,6 +275,10 @@ void SettingsView::showKeys()
     select(m_toolsKey, m_preferences->toolsKey());
     m_sameKey->setText(m_preferences->sameKeyWarning());
     m_sameKey->setVisible(!m_sameKey->text().isEmpty());
+    const DesktopAbilities abilities = ThisDesktop::abilities();
+    m_thisDesktop->setText(
+        QStringLiteral("This desktop: %1").arg(ThisDesktop::sentenceFor(abilities, m_preferences->wheelKeys())));
+    m_step->setVisible(!abilities.hasGesture() && abilities.step != DesktopAbilities::Step::none);
 }
 
 void SettingsView::showQuality()

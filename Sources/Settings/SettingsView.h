@@ -43,6 +43,8 @@ private:
     QComboBox* m_convertKey = nullptr;
     QComboBox* m_toolsKey = nullptr;
     QLabel* m_sameKey = nullptr;
+    QLabel* m_thisDesktop = nullptr;
+    QPushButton* m_step = nullptr; ///< for what the user can do about this desktop
     QSlider* m_quality = nullptr;
     QLabel* m_qualityText = nullptr;
     QCheckBox* m_launchAtLogin = nullptr;

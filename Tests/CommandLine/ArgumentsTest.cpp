@@ -51,6 +51,9 @@ private Q_SLOTS:
         QCOMPARE(invocation.command, Command::wheel);
         QCOMPARE(invocation.passedOn, (std::vector<std::string>{"-PelgraDebugWheel", "--", "x"}));
         QCOMPARE(parse({"-convertKey", "control"}).passedOn, (std::vector<std::string>{"-convertKey", "control"}));
+        QCOMPARE(parse({"doctor"}).command, Command::wheel);
+        QCOMPARE(parse({"doctor"}).passedOn, (std::vector<std::string>{"--doctor"}));
+        QVERIFY_EXCEPTION_THROWN(parse({"doctor", "a.png"}), UsageError);
         QCOMPARE(parse({"convert", "--help", "--nonsense"}).command, Command::help);
     }
 
