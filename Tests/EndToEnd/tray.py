@@ -48,6 +48,9 @@ class TrayItem:
     def line(self, label):
         return next(line for line in json.loads(self.ask("menu")) if line.get("label") == label)
 
+    def click(self):
+        self.ask("activate")
+
     def choose(self, label):
         self.ask("choose", label)
 

@@ -7,6 +7,8 @@
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QThread>
+#include <QUrl>
+#include <QVariant>
 #include <QWidget>
 
 #include <cstdio>
@@ -33,14 +35,27 @@ public:
     bool hasFormat(const QString& type) const override { return type == m_type; }
 
 protected:
-    QVariant retrieveData(const QString& type, QMetaType) const override
+    QVariant retrieveData(const QString& type, QMetaType wanted) const override
     {
         if (m_delay > 0)
             QThread::msleep(m_delay);
-        return type == m_type ? QVariant(m_data) : QVariant();
+        if (type != m_type)
+            return {};
+        return wanted.id() == QMetaType::QVariantList ? QVariant(urls()) : QVariant(m_data);
     }
 
 private:
+    /// What the toolkit asks for on Wayland.
+    QVariantList urls() const
+    {
+        QVariantList list;
+        for (const QByteArray& line : m_data.split('\n')) {
+            if (!line.trimmed().isEmpty())
+                list.append(QUrl::fromEncoded(line.trimmed()));
+        }
+        return list;
+    }
+
     QString m_type;
     QByteArray m_data;
     unsigned long m_delay;

@@ -5,6 +5,7 @@ Usage: tray_host.py watch                 prints "ready", "registered SERVICE SE
        tray_host.py item SERVICE          prints the item's properties as JSON
        tray_host.py menu SERVICE          opens the item's menu and prints its lines as JSON
        tray_host.py choose SERVICE LABEL  clicks a line of the menu
+       tray_host.py activate SERVICE      clicks the item itself
 """
 import json
 import sys
@@ -97,6 +98,8 @@ def main():
                          | {key: value for key, value in told.items() if isinstance(value, (str, bool, int))}))
     elif sys.argv[1] == "menu":
         print(json.dumps([properties for _, properties in item.menu()[1]]))
+    elif sys.argv[1] == "activate":
+        item.call(ITEM_PATH, ITEM, "Activate", GLib.Variant("(ii)", (0, 0)))
     else:
         item.choose(sys.argv[3])
     return None
