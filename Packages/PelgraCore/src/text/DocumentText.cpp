@@ -103,6 +103,17 @@ std::string languageWarning(const std::filesystem::path& document)
           "tesseract-ocr-eng.";
 }
 
+/// The package names of Debian have hyphens where the data has underscores.
+std::string missingLanguageWarning(const std::filesystem::path& document, std::string language)
+{
+    std::ranges::replace(language, '_', '-');
+    return "“" + document.filename().string()
+        + "” has pages in a script that no language data for Tesseract is installed for, so what was read there may "
+          "make "
+          "no sense. Install data of its language, such as the package tesseract-ocr-"
+        + language + '.';
+}
+
 std::string givenUpWarning(const std::filesystem::path& document, const std::vector<int>& pages)
 {
     return "“" + document.filename().string() + "”: nothing could be read on " + pageList(pages) + '.';
@@ -153,8 +164,12 @@ void readDocumentText(const std::filesystem::path& document, std::unique_ptr<Pag
     writer.finish();
     if (!givenUp.empty() && control.warning)
         control.warning(givenUpWarning(document, givenUp));
-    if (recognition.lacksLanguages() && control.warning)
+    if (!control.warning)
+        return;
+    if (recognition.lacksLanguages())
         control.warning(languageWarning(document));
+    for (const std::string& language : recognition.missingLanguages())
+        control.warning(missingLanguageWarning(document, language));
 }
 
 } // namespace Pelgra

@@ -103,6 +103,11 @@ std::vector<RecognizedLine> DocumentRecognition::read(std::unique_ptr<PageRecogn
     return {};
 }
 
+std::vector<std::string> DocumentRecognition::missingLanguages() const
+{
+    return m_session ? m_session->missingLanguages() : std::vector<std::string>();
+}
+
 PageReader::PageReader(std::unique_ptr<PageRenderer> document, DocumentRecognition& recognition)
     : m_document(std::move(document))
     , m_recognition(recognition)

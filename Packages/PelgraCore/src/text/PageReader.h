@@ -11,6 +11,7 @@
 #include <optional>
 #include <semaphore>
 #include <stop_token>
+#include <string>
 #include <vector>
 
 namespace Pelgra {
@@ -23,6 +24,9 @@ public:
     /// Reads a picture with the recogniser, which is made when it is null. Empty without language data.
     std::vector<TextExtraction::RecognizedLine> read(std::unique_ptr<PageRecognizer>& recognizer,
                                                      const GrayImage& picture, const std::stop_token& stop);
+
+    /// A language of each script that pages are written in and no data is installed for.
+    std::vector<std::string> missingLanguages() const;
 
     /// Its permits are the pages there is memory for, each drawn and recognised.
     std::counting_semaphore<>& pagesAtOnce() { return m_pagesAtOnce; }

@@ -71,6 +71,25 @@ std::vector<std::string> textLanguages(std::span<const std::string> installed)
     return languages;
 }
 
+bool hasLanguageFor(std::span<const std::string> languages, std::string_view script)
+{
+    return languageOfScript(script).empty() || std::ranges::any_of(languages, [script](const std::string& language) {
+               return scriptOfLanguage(language) == commonName(script);
+           });
+}
+
+std::string_view languageOfScript(std::string_view script)
+{
+    if (script == "Latin")
+        return "eng";
+    std::string_view best;
+    for (const LanguageScript& entry : scripts) {
+        if (entry.script == commonName(script) && (best.empty() || rankOf(entry.language) < rankOf(best)))
+            best = entry.language;
+    }
+    return best;
+}
+
 std::vector<std::string> candidateLanguages(std::span<const std::string> languages, std::string_view script)
 {
     std::vector<std::string> candidates;

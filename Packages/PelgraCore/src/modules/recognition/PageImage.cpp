@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <vector>
 
 namespace Pelgra {
 
@@ -23,6 +24,32 @@ PixHandle pixFrom(const GrayImage& picture)
     const int resolution = static_cast<int>(std::lround(picture.pixelsPerInch));
     pixSetResolution(pix.get(), resolution, resolution);
     return pix;
+}
+
+bool runsSideways(const GrayImage& picture)
+{
+    constexpr int sampleStep = 4; // in either direction; some pixels of a letter's stroke
+    constexpr int dark = 128;
+    constexpr double clearlyMore = 1.5;
+    const auto columns = static_cast<std::size_t>(picture.width / sampleStep);
+    const auto rows = static_cast<std::size_t>(picture.height / sampleStep);
+    std::vector<double> inkOfColumn(columns);
+    std::vector<double> inkOfRow(rows);
+    for (std::size_t row = 0; row < rows; ++row) {
+        const std::byte* pixel = picture.pixels.data() + row * sampleStep * static_cast<std::size_t>(picture.width);
+        for (std::size_t column = 0; column < columns; ++column, pixel += sampleStep) {
+            const double ink = std::to_integer<int>(*pixel) < dark ? 1 : 0;
+            inkOfRow[row] += ink;
+            inkOfColumn[column] += ink;
+        }
+    }
+    const auto change = [](const std::vector<double>& ink) {
+        double sum = 0;
+        for (std::size_t index = 1; index < ink.size(); ++index)
+            sum += (ink[index] - ink[index - 1]) * (ink[index] - ink[index - 1]);
+        return sum;
+    };
+    return change(inkOfColumn) > clearlyMore * change(inkOfRow);
 }
 
 PixHandle turned(const Pix& pix, int quarters)

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <memory>
 #include <stop_token>
+#include <string>
 #include <vector>
 
 namespace Pelgra {
@@ -37,6 +38,9 @@ public:
     virtual ~RecognitionSession() = default;
     /// Must be gone before the session.
     virtual std::unique_ptr<PageRecognizer> makeRecognizer() = 0;
+    /// A language of each script that pages were found to be written in and no data is installed for; those pages were
+    /// read as if they were of another.
+    virtual std::vector<std::string> missingLanguages() = 0;
 };
 
 /// The functions of libpelgra-recognition.so.

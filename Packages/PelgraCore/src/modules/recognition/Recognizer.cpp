@@ -20,6 +20,8 @@ using TextExtraction::RecognizedLine;
 
 /// What the detector reports below this is a guess: right answers on real pages began at 11.8.
 constexpr float sureOrientation = 10;
+/// The same for scripts, on another scale: Chinese and Korean pages had 0.5 and 0.8, those of other scripts 2 to 45.
+constexpr float sureScript = 0.4F;
 /// Pages that stand upright came out at 85 and more, upside-down ones at 30.
 constexpr int poorConfidence = 50;
 constexpr int goodConfidence = 75;
@@ -143,7 +145,8 @@ std::vector<RecognizedLine> Recognizer::recognize(const GrayImage& page, std::st
         return {};
     std::optional<Reading> asItIs;
     const std::optional<std::string> language = m_session.settledLanguage();
-    if (language && useLanguage(*language)) {
+    const bool seemsTurned = m_session.lastPageWasTurned() || runsSideways(page);
+    if (language && !seemsTurned && useLanguage(*language)) {
         asItIs = read(*pix, stop);
         if (asItIs->confidence >= goodConfidence && !asItIs->isTurned)
             return asItIs->lines;
@@ -151,6 +154,9 @@ std::vector<RecognizedLine> Recognizer::recognize(const GrayImage& page, std::st
     const Orientation orientation = orientationOf(*pix);
     if (stop.stop_requested())
         throw JobCancelled();
+    if (orientation.isSureOfScript)
+        m_session.noteScript(orientation.script);
+    m_session.setLastPageWasTurned(orientation.quarters != 0);
     if (orientation.quarters != 0) {
         pix = turned(*pix, orientation.quarters);
         asItIs.reset();
@@ -193,6 +199,7 @@ Recognizer::Orientation Recognizer::orientationOf(Pix& page)
             orientation.quarters = (4 - degrees / 90) % 4;
         if (script)
             orientation.script = script;
+        orientation.isSureOfScript = scriptConfidence >= sureScript;
     }
     m_orientationEngine->Clear();
     return orientation;

@@ -35,6 +35,20 @@ std::optional<std::string> DocumentSession::settledLanguage()
     return std::nullopt;
 }
 
+std::vector<std::string> DocumentSession::missingLanguages()
+{
+    const std::lock_guard lock(m_mutex);
+    return {m_missing.begin(), m_missing.end()};
+}
+
+void DocumentSession::noteScript(const std::string& script)
+{
+    if (hasLanguageFor(m_languages, script))
+        return;
+    const std::lock_guard lock(m_mutex);
+    m_missing.emplace(languageOfScript(script));
+}
+
 std::unique_ptr<PageRecognizer> DocumentSession::makeRecognizer()
 {
     return std::make_unique<Recognizer>(*this);

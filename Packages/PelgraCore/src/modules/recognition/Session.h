@@ -3,10 +3,13 @@
 #include "Languages.h"
 #include "modules/recognition/RecognitionModule.h"
 
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
+#include <vector>
 
 namespace Pelgra {
 
@@ -22,6 +25,14 @@ public:
     /// The language of every page, where that can be told without looking at it: only one is installed, or all are of
     /// one script and one has been chosen.
     std::optional<std::string> settledLanguage();
+
+    /// Pages of a document are mostly turned alike.
+    bool lastPageWasTurned() const { return m_lastPageWasTurned; }
+    void setLastPageWasTurned(bool wasTurned) { m_lastPageWasTurned = wasTurned; }
+
+    std::vector<std::string> missingLanguages() override;
+    /// Takes down that a page is surely written in the script.
+    void noteScript(const std::string& script);
 
     /// The language for a script. At the first page of a script the trial is called with the languages to compare and
     /// returns the best; other threads wait for it.
@@ -39,7 +50,9 @@ private:
     const std::vector<std::string> m_languages;
     const bool m_hasOneScript;
     const bool m_hasOrientationData;
+    std::atomic<bool> m_lastPageWasTurned = false;
     std::mutex m_mutex;
+    std::set<std::string> m_missing;
     std::map<std::string, std::string> m_chosen;
 };
 
