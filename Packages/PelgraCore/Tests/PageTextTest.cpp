@@ -25,7 +25,7 @@ TextPiece piece(std::u32string_view text, float start = 0, float baseline = 100,
 QByteArray textOf(const std::vector<TextPiece>& pieces)
 {
     QByteArray text;
-    for (const TextExtraction::Line& line : linesFrom(pieces))
+    for (const TextExtraction::Line& line : linesFrom(visualLinesFrom(pieces)))
         text += QByteArray(text.isEmpty() ? "" : "\n") + line.text.c_str();
     return text;
 }
@@ -155,7 +155,7 @@ private Q_SLOTS:
         for (PlacedCharacter& character : small.characters)
             character.size = 6.1F;
         const std::vector<TextPiece> pieces{piece(U"Section"), small};
-        const std::vector<TextExtraction::Line> lines = linesFrom(pieces);
+        const std::vector<TextExtraction::Line> lines = linesFrom(visualLinesFrom(pieces));
         QCOMPARE(lines.size(), std::size_t(1));
         QCOMPARE(lines.front().fontSize.value_or(0), 10.0);
         QCOMPARE(lines.front().charCount, std::int64_t(9));

@@ -1,6 +1,9 @@
 #include "text/PageText.h"
 
+#include "text/Accents.h"
+#include "text/BlockBounds.h"
 #include "text/SpacedLetters.h"
+#include "text/VisualLine.h"
 #include "unicode/Unicode.h"
 
 #include <algorithm>
@@ -13,28 +16,10 @@ namespace {
 using TextExtraction::FontRun;
 using TextExtraction::Line;
 
-/// Pieces belong to one line when their baselines are no further apart than this, and the gap between them no wider, in
-/// font sizes. The gap covers wide word spaces and the room after a number, but not the room between columns.
-constexpr float largestBaselineStep = 0.35F;
-constexpr float largestOverlap = 0.5F;
-constexpr float largestGap = 2.5F;
-/// Cosine of the largest angle between two directions that count as the same.
-constexpr float sameDirection = 0.999F;
-/// A gap of at least this is a space, in font sizes; between the letters of a word there is less.
-constexpr float smallestSpace = 0.15F;
 /// A soft hyphen narrower than this is not visible.
 constexpr float smallestHyphen = 0.1F;
-/// Between paragraphs there is at least this many times the room between the lines of one.
-constexpr float paragraphStep = 1.35F;
-/// From line to line in font sizes, where a page has too few lines to tell; and the steps that may count as one at all.
-constexpr float usualStep = 1.3F;
-constexpr float smallestStep = 0.7F;
-constexpr float largestStep = 3.5F;
-constexpr std::size_t fewestSteps = 4;
-/// Text drawn a second time within this distance, in font sizes, is meant to look bold. It is looked for among this
-/// many pieces.
-constexpr float largestShift = 0.1F;
-constexpr std::size_t repeatReach = 8;
+/// Fewer blanks between ideographs may be meant.
+constexpr std::size_t fewestTorn = 2;
 /// Narrower glyphs show nothing.
 constexpr float smallestGlyph = 0.01F;
 /// With this share of unknown characters a text layer is worthless.
@@ -73,111 +58,6 @@ char32_t withoutPrivateCode(char32_t code)
     }
 }
 
-/// A visual line in the making.
-struct VisualLine {
-    float directionX = 1;
-    float directionY = 0;
-    float baseline = 0;
-    bool isVertical = false;
-    float start = 0;
-    float end = 0;
-    float size = 0; ///< largest
-    std::vector<PlacedCharacter> characters;
-};
-
-struct Extent {
-    float start = 0;
-    float end = 0;
-    float size = 0;
-};
-
-Extent extentOf(const TextPiece& piece)
-{
-    Extent extent = {piece.characters.front().start, piece.characters.front().end, 0};
-    for (const PlacedCharacter& character : piece.characters) {
-        extent.start = std::min({extent.start, character.start, character.end});
-        extent.end = std::max({extent.end, character.start, character.end});
-        extent.size = std::max(extent.size, character.size);
-    }
-    return extent;
-}
-
-bool hasRightToLeft(std::span<const PlacedCharacter> characters)
-{
-    return std::ranges::any_of(characters,
-                               [](const auto& character) { return Unicode::isRightToLeft(character.code); });
-}
-
-bool continues(const VisualLine& line, const TextPiece& piece, const Extent& extent)
-{
-    const float size = std::max(line.size, extent.size);
-    const bool isAlong = line.directionX * piece.directionX + line.directionY * piece.directionY > sameDirection
-        && line.isVertical == piece.isVertical;
-    if (!isAlong || std::abs(piece.baseline - line.baseline) > largestBaselineStep * size)
-        return false;
-    float gap = extent.start - line.end;
-    // Right-to-left text may be drawn in the order it is read, each piece left of the one before.
-    if (gap < -largestOverlap * size && (hasRightToLeft(line.characters) || hasRightToLeft(piece.characters)))
-        gap = line.start - extent.end;
-    return gap >= -largestOverlap * size && gap <= largestGap * size;
-}
-
-/// A space in the gap between two neighbours; none where they touch or one is a space.
-void addSpaceBetween(std::vector<PlacedCharacter>& characters, const Extent& extent, const TextPiece& next,
-                     const VisualLine& line)
-{
-    const bool isLeft = extent.end <= line.start + smallestSpace * extent.size && extent.start < line.start;
-    const float from = isLeft ? extent.end : line.end;
-    const float to = isLeft ? line.start : extent.start;
-    const float size = std::max(line.size, extent.size);
-    const bool isApart = to - from >= smallestSpace * size;
-    if (isApart && !Unicode::isBlank(characters.back().code) && !Unicode::isBlank(next.characters.front().code))
-        characters.push_back({U' ', from, to, size});
-}
-
-bool isAtSamePlace(const PlacedCharacter& character, const PlacedCharacter& again)
-{
-    return character.code == again.code && std::abs(character.start - again.start) <= largestShift * character.size
-        && std::abs(character.size - again.size) <= largestShift * character.size;
-}
-
-/// Whether one of the pieces before is the same text in the same place.
-bool isRepeated(std::span<const TextPiece> before, const TextPiece& piece)
-{
-    const float shift = largestShift * piece.characters.front().size;
-    return std::ranges::any_of(before.last(std::min(before.size(), repeatReach)), [&](const TextPiece& other) {
-        return other.isVertical == piece.isVertical && other.directionX == piece.directionX
-            && other.directionY == piece.directionY && std::abs(other.baseline - piece.baseline) <= shift
-            && std::ranges::equal(other.characters, piece.characters, isAtSamePlace);
-    });
-}
-
-std::vector<VisualLine> visualLinesFrom(std::span<const TextPiece> pieces)
-{
-    std::vector<VisualLine> lines;
-    for (const TextPiece& piece : pieces) {
-        const auto index = static_cast<std::size_t>(&piece - pieces.data());
-        if (piece.characters.empty() || isRepeated(pieces.first(index), piece))
-            continue;
-        const Extent extent = extentOf(piece);
-        if (lines.empty() || !continues(lines.back(), piece, extent)) {
-            lines.push_back({piece.directionX, piece.directionY, piece.baseline, piece.isVertical, extent.start,
-                             extent.end, extent.size, piece.characters});
-            continue;
-        }
-        VisualLine& line = lines.back();
-        addSpaceBetween(line.characters, extent, piece, line);
-        line.characters.insert(line.characters.end(), piece.characters.begin(), piece.characters.end());
-        line.start = std::min(line.start, extent.start);
-        line.end = std::max(line.end, extent.end);
-        // Raised and lowered characters do not move the line.
-        if (extent.size >= line.size)
-            line.baseline = piece.baseline;
-        line.size = std::max(line.size, extent.size);
-    }
-    return lines;
-}
-
 bool isMostlyRightToLeft(std::span<const VisualLine> lines)
 {
     if (std::ranges::none_of(lines, [](const VisualLine& line) { return hasRightToLeft(line.characters); }))
@@ -194,38 +74,52 @@ bool isMostlyRightToLeft(std::span<const VisualLine> lines)
     return rightToLeft * 2 > letters;
 }
 
+/// Between ideographs there are no blanks; where most are torn apart, they were only set wide.
+void joinIdeographs(std::vector<PlacedCharacter>& characters)
+{
+    const auto isTorn = [&](std::size_t blank) {
+        return characters[blank].code == U' ' && Unicode::isIdeographic(characters[blank - 1].code)
+            && Unicode::isIdeographic(characters[blank + 1].code);
+    };
+    std::size_t torn = 0;
+    std::size_t whole = 0;
+    for (std::size_t index = 1; index + 1 < characters.size(); ++index) {
+        torn += isTorn(index) ? 1 : 0;
+        whole += Unicode::isIdeographic(characters[index].code) && Unicode::isIdeographic(characters[index + 1].code);
+    }
+    if (torn < fewestTorn || torn < whole)
+        return;
+    std::vector<PlacedCharacter> joined;
+    for (std::size_t index = 0; index < characters.size(); ++index) {
+        if (index == 0 || index + 1 == characters.size() || !isTorn(index))
+            joined.push_back(characters[index]);
+    }
+    characters = std::move(joined);
+}
+
+void putInReadingOrder(std::vector<VisualLine>& lines)
+{
+    const bool pageIsRightToLeft = isMostlyRightToLeft(lines);
+    std::vector<std::vector<PlacedCharacter>*> reversed;
+    for (VisualLine& line : lines) {
+        if (line.isVertical)
+            continue;
+        composeAccents(line.characters);
+        if (hasRightToLeft(line.characters)) {
+            line.characters = inReadingOrder(std::move(line.characters), pageIsRightToLeft);
+            reversed.push_back(&line.characters);
+        } else {
+            joinSpacedLetters(line.characters);
+            joinIdeographs(line.characters);
+        }
+    }
+    settleBrackets(reversed);
+}
+
 /// At the end of a line every kind of hyphen may break a word and is written as the plain one.
 bool isLineEndHyphen(char32_t code)
 {
     return code == Unicode::softHyphen || code == 0x2010;
-}
-
-bool runsAlong(const VisualLine& line, const VisualLine& other)
-{
-    return line.directionX * other.directionX + line.directionY * other.directionY > sameDirection
-        && line.isVertical == other.isVertical;
-}
-
-/// The way down from one line to the next in font sizes of the larger; negative where a column begins.
-float stepBetween(const VisualLine& line, const VisualLine& next)
-{
-    return (next.baseline - line.baseline) / std::max({line.size, next.size, 0.1F});
-}
-
-/// The usual step from line to line of the page.
-float lineStepOf(std::span<const VisualLine> lines)
-{
-    std::vector<float> steps;
-    for (std::size_t i = 1; i < lines.size(); ++i) {
-        const float step = stepBetween(lines[i - 1], lines[i]);
-        if (runsAlong(lines[i - 1], lines[i]) && step > smallestStep && step < largestStep)
-            steps.push_back(step);
-    }
-    if (steps.size() < fewestSteps)
-        return usualStep;
-    const auto middle = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
-    std::ranges::nth_element(steps, middle);
-    return *middle;
 }
 
 void dropTrailingBlanks(std::vector<PlacedCharacter>& characters)
@@ -283,25 +177,19 @@ Line lineFrom(std::span<const PlacedCharacter> characters)
 
 } // namespace
 
-std::vector<Line> linesFrom(std::span<const TextPiece> pieces)
+std::vector<Line> linesFrom(std::vector<VisualLine> visualLines, std::optional<float> usualStep)
 {
-    std::vector<VisualLine> visualLines = visualLinesFrom(pieces);
-    const bool pageIsRightToLeft = isMostlyRightToLeft(visualLines);
-    const float paragraphGap = paragraphStep * lineStepOf(visualLines);
+    const std::vector<bool> beginsBlock = blockBeginnings(visualLines, usualStep);
+    putInReadingOrder(visualLines);
     std::vector<Line> lines;
     lines.reserve(visualLines.size());
-    const VisualLine* previous = nullptr;
-    for (VisualLine& line : visualLines) {
-        if (previous && runsAlong(*previous, line) && stepBetween(*previous, line) > paragraphGap)
+    for (std::size_t index = 0; index < visualLines.size(); ++index) {
+        std::vector<PlacedCharacter>& characters = visualLines[index].characters;
+        if (beginsBlock[index] && !lines.empty() && !lines.back().text.empty())
             lines.emplace_back();
-        previous = &line;
-        if (!line.isVertical && hasRightToLeft(line.characters))
-            line.characters = inReadingOrder(std::move(line.characters), pageIsRightToLeft);
-        else if (!line.isVertical)
-            joinSpacedLetters(line.characters);
-        makeReadable(line.characters);
-        if (!line.characters.empty())
-            lines.push_back(lineFrom(line.characters));
+        makeReadable(characters);
+        if (!characters.empty())
+            lines.push_back(lineFrom(characters));
     }
     return lines;
 }

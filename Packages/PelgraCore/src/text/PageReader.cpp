@@ -3,6 +3,7 @@
 #include "modules/ModuleLoader.h"
 #include "PelgraCore/EngineError.h"
 #include "pixels/GrayPixels.h"
+#include "text/BlockBounds.h"
 #include "text/PageText.h"
 
 #include <algorithm>
@@ -118,7 +119,7 @@ PageContent PageReader::read(int pageIndex, const std::stop_token& stop)
 {
     PageContent content;
     try {
-        content.lines = linesFrom(m_document->textPieces(pageIndex, stop));
+        content.lines = linesOf(pageIndex, stop);
         if (!isReadable(content.lines)) {
             content.paragraphs = recognize(pageIndex, stop);
             // A text layer of mostly unknown characters may still say more than the recogniser.
@@ -134,6 +135,29 @@ PageContent PageReader::read(int pageIndex, const std::stop_token& stop)
         content.isGivenUp = true;
     }
     return content;
+}
+
+std::vector<TextExtraction::Line> PageReader::linesOf(int pageIndex, const std::stop_token& stop)
+{
+    const std::vector<VisualLine> lines = visualLinesFrom(m_document->textPieces(pageIndex, stop));
+    std::optional<float> step = usualStepOf(lines);
+    const std::optional<float> ownStep = step;
+    if (!step && lines.size() > 1)
+        step = stepOf(pageIndex > 0 ? pageIndex - 1 : pageIndex + 1, stop);
+    m_lastIndex = pageIndex;
+    m_lastStep = ownStep;
+    return linesFrom(lines, step);
+}
+
+std::optional<float> PageReader::stepOf(int pageIndex, const std::stop_token& stop)
+{
+    if (pageIndex != m_lastIndex) {
+        if (pageIndex >= m_document->pageCount())
+            return std::nullopt;
+        m_lastIndex = pageIndex;
+        m_lastStep = usualStepOf(visualLinesFrom(m_document->textPieces(pageIndex, stop)));
+    }
+    return m_lastStep;
 }
 
 std::vector<RecognizedParagraph> PageReader::recognize(int pageIndex, const std::stop_token& stop)

@@ -60,6 +60,9 @@ public:
     PageContent read(int pageIndex, const std::stop_token& stop);
 
 private:
+    std::vector<TextExtraction::Line> linesOf(int pageIndex, const std::stop_token& stop);
+    /// The usual step between the lines of a page, in font sizes; none where it has few lines or cannot be read.
+    std::optional<float> stepOf(int pageIndex, const std::stop_token& stop);
     /// Throws std::runtime_error where the page cannot be drawn.
     GrayImage pictureOf(int pageIndex, const std::stop_token& stop);
     std::vector<TextExtraction::RecognizedParagraph> recognize(int pageIndex, const std::stop_token& stop);
@@ -67,6 +70,8 @@ private:
     std::unique_ptr<PageRenderer> m_document;
     DocumentRecognition& m_recognition;
     std::unique_ptr<PageRecognizer> m_recognizer;
+    int m_lastIndex = -1; ///< the page read last,
+    std::optional<float> m_lastStep; ///< and what stepOf() says of it
 };
 
 } // namespace Pelgra

@@ -1,9 +1,10 @@
 #pragma once
 
-#include "modules/rendering/TextPiece.h"
 #include "PelgraCore/TextExtraction.h"
+#include "text/VisualLine.h"
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -13,9 +14,10 @@
 namespace Pelgra {
 
 /// The lines of a page: pieces of one visual line put together with spaces where there are gaps, right-to-left text in
-/// reading order, only characters a reader can use, and an empty line where there is more room than between the lines
-/// of a paragraph.
-std::vector<TextExtraction::Line> linesFrom(std::span<const TextPiece> pieces);
+/// reading order, only characters a reader can use, and an empty line where a block begins. A page of few lines takes
+/// the usual step from line to line, in font sizes, from its neighbour.
+std::vector<TextExtraction::Line> linesFrom(std::vector<VisualLine> lines,
+                                            std::optional<float> usualStep = std::nullopt);
 
 /// Whether the lines hold the page's text. Not when they are blank, nor when the fonts do not tell what most of the
 /// characters mean: such a page is better read from its picture.
@@ -24,8 +26,14 @@ bool isReadable(std::span<const TextExtraction::Line> lines);
 /// The characters that are neither white space nor unknown.
 std::int64_t knownCharactersOf(std::string_view text);
 
-/// Puts characters in the order they are read. `characters` stand in the order of the page's contents;
-/// `pageIsRightToLeft` decides for lines that begin and end in different directions.
+/// Brackets within right-to-left text of the lines of a page, which are in reading order. Such text is drawn with the
+/// mirrored shapes, and most producers say which shape was drawn; some say which was meant. Whichever balances better
+/// on the page is kept, and the first where neither does.
+void settleBrackets(std::span<std::vector<PlacedCharacter>* const> lines);
+
+/// Puts characters in the order they are read; those of right-to-left text are marked so, brackets stay as drawn.
+/// `characters` stand in the order of the page's contents; `pageIsRightToLeft` decides for lines that begin and end in
+/// different directions.
 std::vector<PlacedCharacter> inReadingOrder(std::vector<PlacedCharacter> characters, bool pageIsRightToLeft);
 
 } // namespace Pelgra

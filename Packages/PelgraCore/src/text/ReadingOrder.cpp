@@ -5,12 +5,17 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <iterator>
 #include <optional>
-#include <utility>
 
 namespace Pelgra {
 
 namespace {
+
+/// A gap of at least this between neighbours is a space, in font sizes.
+constexpr float smallestSpace = 0.2F;
+/// Glyphs that only stretch a word are narrower than this, in font sizes.
+constexpr float widestStretch = 0.3F;
 
 enum class Direction {
     leftToRight,
@@ -61,6 +66,74 @@ bool isPartOf(const PlacedCharacter& ligature, const PlacedCharacter& character)
     const float tolerance = 0.01F * ligature.size;
     return std::abs(character.end - character.start) <= tolerance
         && std::abs(character.start - ligature.end) <= tolerance;
+}
+
+bool isAlef(char32_t code)
+{
+    return code == 0x622 || code == 0x623 || code == 0x625 || code == 0x627;
+}
+
+/// The one ligature that Arabic writing always has. Its second letter, without width, may come first.
+bool isLamAlef(const PlacedCharacter& alef, const PlacedCharacter& lam)
+{
+    const float tolerance = 0.01F * lam.size;
+    return isAlef(alef.code) && lam.code == 0x644 && std::abs(alef.end - alef.start) <= tolerance
+        && std::abs(alef.start - lam.start) <= tolerance;
+}
+
+void settleLamAlef(std::vector<PlacedCharacter>& characters)
+{
+    for (std::size_t index = 1; index < characters.size(); ++index) {
+        PlacedCharacter& lam = characters[index];
+        PlacedCharacter& alef = characters[index - 1];
+        if (!isLamAlef(alef, lam))
+            continue;
+        alef.start = alef.end = lam.end;
+        std::swap(alef, lam);
+    }
+}
+
+/// Arabic lines are justified by stretching the joints of letters, with glyphs that have no meaning.
+void dropStretches(std::vector<Cluster>& clusters)
+{
+    const auto isStretch = [](const Cluster& cluster) {
+        const PlacedCharacter& glyph = cluster.base;
+        return glyph.code == Unicode::replacement && glyph.end - glyph.start < widestStretch * glyph.size;
+    };
+    const auto isArabic = [](const Cluster& cluster) {
+        return cluster.base.code >= 0x600 && cluster.base.code <= 0x6FF && Unicode::isLetter(cluster.base.code);
+    };
+    std::vector<Cluster> kept;
+    for (auto first = clusters.begin(); first != clusters.end();) {
+        const auto last = std::find_if_not(first, clusters.end(), isStretch);
+        const bool isWithinWord =
+            first != last && !kept.empty() && last != clusters.end() && isArabic(kept.back()) && isArabic(*last);
+        if (!isWithinWord)
+            std::move(first, last, std::back_inserter(kept));
+        if (last != clusters.end())
+            kept.push_back(std::move(*last));
+        first = last == clusters.end() ? last : std::next(last);
+    }
+    clusters = std::move(kept);
+}
+
+/// A blank where neighbours stand apart without one. The clusters stand from left to right.
+void addBlanks(std::vector<Cluster>& clusters)
+{
+    std::vector<Cluster> spaced;
+    spaced.reserve(clusters.size());
+    for (Cluster& cluster : clusters) {
+        if (!spaced.empty()) {
+            const PlacedCharacter left = spaced.back().base;
+            const PlacedCharacter& right = cluster.base;
+            const float size = std::max(left.size, right.size);
+            if (right.start - left.end >= smallestSpace * size && !Unicode::isBlank(left.code)
+                && !Unicode::isBlank(right.code))
+                spaced.push_back({{U' ', left.end, right.start, size}, {}, Direction::neutral});
+        }
+        spaced.push_back(std::move(cluster));
+    }
+    clusters = std::move(spaced);
 }
 
 bool isNearer(const PlacedCharacter& mark, const PlacedCharacter& previous, const PlacedCharacter& next)
@@ -149,6 +222,14 @@ void settleNeutrals(std::vector<Cluster>& clusters, Direction ofLine)
             ++end;
         const Direction before = i == 0 ? ofLine : clusters[i - 1].direction;
         const Direction after = end == clusters.size() ? ofLine : clusters[end].direction;
+        // Numbers that follow letters to their right, as in "TX-40", are read with them.
+        if (i > 0 && before == Direction::leftToRight) {
+            std::size_t last = end;
+            while (last > i && clusters[last - 1].direction != Direction::number)
+                --last;
+            for (; i < last; ++i)
+                clusters[i].direction = Direction::leftToRight;
+        }
         for (std::size_t k = i; k < end; ++k) {
             if (clusters[k].direction == Direction::neutral)
                 clusters[k].direction = before == after ? before : ofLine;
@@ -159,21 +240,6 @@ void settleNeutrals(std::vector<Cluster>& clusters, Direction ofLine)
         }
         i = end == i ? i + 1 : end;
     }
-}
-
-/// The other of a pair whose shapes point left and right. Right-to-left text is stored with the meaning, "opening",
-/// and drawn with the mirrored shape.
-char32_t mirrored(char32_t code)
-{
-    constexpr std::pair<char32_t, char32_t> pairs[] = {{U'(', U')'}, {U'[', U']'}, {U'{', U'}'},
-                                                       {U'<', U'>'}, {0xAB, 0xBB}, {0x2039, 0x203A}};
-    for (const auto& [open, close] : pairs) {
-        if (code == open)
-            return close;
-        if (code == close)
-            return open;
-    }
-    return code;
 }
 
 template <typename Belongs>
@@ -193,10 +259,13 @@ void reverseRuns(std::vector<Cluster>& clusters, Belongs belongs)
 // a page.
 std::vector<PlacedCharacter> inReadingOrder(std::vector<PlacedCharacter> characters, bool pageIsRightToLeft)
 {
+    settleLamAlef(characters);
     std::vector<Cluster> clusters = clustersFrom(characters);
     if (!placesTellOrder(clusters))
         return characters;
     std::ranges::stable_sort(clusters, {}, [](const Cluster& cluster) { return middleOf(cluster.base); });
+    addBlanks(clusters);
+    dropStretches(clusters);
     extendNumbers(clusters);
     const bool isRightToLeft = isRightToLeftLine(clusters, pageIsRightToLeft);
     settleNeutrals(clusters, isRightToLeft ? Direction::rightToLeft : Direction::leftToRight);
@@ -217,8 +286,7 @@ std::vector<PlacedCharacter> inReadingOrder(std::vector<PlacedCharacter> charact
 
     characters.clear();
     for (Cluster& cluster : clusters) {
-        if (cluster.direction == Direction::rightToLeft)
-            cluster.base.code = mirrored(cluster.base.code);
+        cluster.base.isRightToLeft = cluster.direction == Direction::rightToLeft;
         characters.push_back(cluster.base);
         characters.insert(characters.end(), cluster.followers.begin(), cluster.followers.end());
     }

@@ -101,7 +101,9 @@ std::string joinLines(std::span<const std::string> lines)
             result.pop_back();
             result += line;
         } else {
-            result += ' ';
+            const bool isRunningOn =
+                Unicode::isIdeographic(Unicode::lastOf(result)) && Unicode::isIdeographic(Unicode::firstOf(line));
+            result += isRunningOn ? "" : " ";
             result += line;
         }
     }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <uninorm.h>
+
 namespace Pelgra::Unicode {
 
 namespace {
@@ -123,7 +125,7 @@ void appendPlain(std::string& text, char32_t character)
         ? presentationForms.end()
         : std::ranges::lower_bound(presentationForms, character, {}, &PresentationForm::code);
     if (form == presentationForms.end() || form->code != character)
-        return append(text, character);
+        return append(text, withoutRadical(character));
     for (const char16_t* letter = form->letters; *letter != 0; ++letter)
         append(text, *letter);
 }
@@ -158,6 +160,24 @@ bool isLowercase(char32_t character)
 bool isRightToLeft(char32_t character)
 {
     return character >= 0x590 && isIn(rightToLeftRanges, character);
+}
+
+char32_t composed(char32_t letter, char32_t mark)
+{
+    return uc_composition(letter, mark);
+}
+
+bool isIdeographic(char32_t character)
+{
+    return (character >= 0x2E80 && character <= 0x312F) || (character >= 0x31A0 && character <= 0x9FFF)
+        || (character >= 0xF900 && character <= 0xFAFF) || (character >= 0xFE30 && character <= 0xFE4F)
+        || (character >= 0xFF00 && character <= 0xFFEF) || (character >= 0x20000 && character <= 0x3FFFF);
+}
+
+bool isHangul(char32_t character)
+{
+    return (character >= 0xAC00 && character <= 0xD7FF) || (character >= 0x1100 && character <= 0x11FF)
+        || (character >= 0x3130 && character <= 0x318F);
 }
 
 bool isBlank(char32_t character)

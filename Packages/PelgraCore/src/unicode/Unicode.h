@@ -39,7 +39,11 @@ char32_t lastOf(std::string_view text);
 std::string_view withoutLast(std::string_view text);
 
 void append(std::string& text, char32_t character);
-/// Like append(), with the letters themselves in place of presentation forms.
+/// The character that a radical of the dictionaries looks like; every other character as it is. Fonts that serve both
+/// with one sign make some producers name the radical.
+char32_t withoutRadical(char32_t character);
+
+/// Like append(), with the letters themselves in place of presentation forms and radicals.
 void appendPlain(std::string& text, char32_t character);
 std::u32string decoded(std::string_view text);
 std::size_t countOf(std::string_view text);
@@ -49,6 +53,12 @@ bool isLetter(char32_t character);
 bool isLowercase(char32_t character);
 /// Strong right-to-left: letters of Hebrew, Arabic and their kin.
 bool isRightToLeft(char32_t character);
+/// The one character for a letter and a mark (normalization form C); 0 where there is none.
+char32_t composed(char32_t letter, char32_t mark);
+/// Chinese characters, Japanese syllables and the punctuation set with them, which no blanks stand between.
+bool isIdeographic(char32_t character);
+/// A Korean syllable or one of its letters.
+bool isHangul(char32_t character);
 /// Space separators and the tab.
 bool isBlank(char32_t character);
 /// Line feed to carriage return, next line, line and paragraph separator.

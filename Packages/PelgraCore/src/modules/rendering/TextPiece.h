@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 namespace Pelgra {
@@ -10,6 +11,9 @@ struct PlacedCharacter {
     float start = 0; ///< from the page's origin to the edge where reading begins
     float end = 0;
     float size = 0; ///< of the font, as it appears on the page
+    std::uint16_t font = 0; ///< equal for the characters of one font on the page
+    bool isBold = false;
+    bool isRightToLeft = false; ///< as part of a line in reading order: stands in text read from the right
 };
 
 /// Characters that follow one another on one baseline.
@@ -18,6 +22,9 @@ struct TextPiece {
     float directionY = 0;
     float baseline = 0; ///< points from the page's origin, at right angles to the direction
     bool isVertical = false; ///< characters one below the other
+    /// Not text, but a small filled shape as high as wide, such as a bullet that was drawn; the baseline is its lower
+    /// edge.
+    bool isShape = false;
     std::vector<PlacedCharacter> characters;
 };
 
