@@ -79,14 +79,14 @@ private Q_SLOTS:
         };
         {
             OutputFolder abandoned(folder / "Report.pdf", "Pages");
-            abandoned.writeFile("1", "txt", {}, writeOne);
+            abandoned.writeFile(1, "txt", {}, writeOne);
         }
         QCOMPARE(folder.names(), std::vector<std::string>{"Report Pages"});
 
         OutputFolder kept(folder / "Report.pdf", "Pages");
-        kept.writeFile("1", "txt", {}, writeOne);
+        kept.writeFile(1, "txt", {}, writeOne);
         QCOMPARE(kept.publish(), folder / "Report Pages 2");
-        QCOMPARE(contentOf(folder / "Report Pages 2" / "1.txt"), std::string("one"));
+        QCOMPARE(contentOf(folder / "Report Pages 2" / "Report 1.txt"), std::string("one"));
         QCOMPARE(folder.names().size(), std::size_t{2});
     }
 

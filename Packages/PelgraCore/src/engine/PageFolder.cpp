@@ -1,10 +1,9 @@
 #include "engine/PageFolder.h"
 
+#include "files/FileBroker.h"
 #include "files/OutputFolder.h"
 #include "parallel/OrderedPipeline.h"
-#include "PelgraCore/OutputNaming.h"
 
-#include <string>
 #include <variant>
 
 namespace Pelgra {
@@ -21,10 +20,11 @@ JobResult writePageFolder(const std::filesystem::path& document, std::string_vie
                           int workers, const JobControl& control,
                           const std::function<void(int pageIndex, ByteSink&)>& writePage)
 {
+    if (FileBroker* const broker = fileBroker())
+        broker->beginFolder(pageCount);
     OutputFolder folder(document, "Pages");
-    const std::string baseName = OutputNaming::baseNameOf(document);
     const auto write = [&](std::size_t index) {
-        folder.writeFile(baseName + ' ' + std::to_string(index + 1), pathExtension, control.stop,
+        folder.writeFile(static_cast<int>(index) + 1, pathExtension, control.stop,
                          [&](ByteSink& sink) { writePage(static_cast<int>(index), sink); });
         return std::monostate();
     };

@@ -1,5 +1,6 @@
 #include "files/FileBytes.h"
 
+#include "files/FileBroker.h"
 #include "PelgraCore/EngineError.h"
 
 #include <cerrno>
@@ -21,6 +22,8 @@ constexpr std::uint64_t documentSizeLimit = std::uint64_t{2} << 30;
 
 int openRegularFile(const std::filesystem::path& file)
 {
+    if (FileBroker* const broker = fileBroker())
+        return broker->openInput(file);
     // Without O_NONBLOCK the open of a pipe would wait for its writer.
     const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0)
@@ -45,6 +48,15 @@ UniqueDescriptor openDocument(const std::filesystem::path& file)
     if (!descriptor || fileSize(descriptor) > documentSizeLimit)
         throw EngineError::unreadable(file);
     return descriptor;
+}
+
+std::optional<FileIdentity> identityOf(const std::filesystem::path& file)
+{
+    const UniqueDescriptor descriptor(openRegularFile(file));
+    struct stat status{};
+    if (!descriptor || fstat(descriptor.get(), &status) != 0)
+        return std::nullopt;
+    return FileIdentity(status.st_dev, status.st_ino);
 }
 
 Bytes readFile(const std::filesystem::path& file)

@@ -5,12 +5,22 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
+#include <utility>
+
+#include <sys/types.h>
 
 namespace Pelgra {
 
 /// Opens a regular file for reading. A folder, pipe, socket or device is refused without ever waiting for it.
 /// Returns a descriptor the caller owns, or -1.
 int openRegularFile(const std::filesystem::path& file);
+
+/// What tells one regular file from another, whatever its names: device and number.
+using FileIdentity = std::pair<dev_t, ino_t>;
+
+/// None where there is no regular file that can be opened.
+std::optional<FileIdentity> identityOf(const std::filesystem::path& file);
 
 /// Opens a document, which may be read piece by piece: a regular file of reasonable size. Throws
 /// EngineError::unreadable(file).

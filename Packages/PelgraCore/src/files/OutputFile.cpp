@@ -1,7 +1,9 @@
 #include "files/OutputFile.h"
 
+#include "files/FileBroker.h"
 #include "files/HiddenNames.h"
 #include "files/Publishing.h"
+#include "parallel/Heartbeat.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -61,9 +63,15 @@ int linkUnnamedFile(int descriptor, const std::filesystem::path& to)
 
 } // namespace
 
-OutputFile::OutputFile(const std::filesystem::path& directory)
+OutputFile::OutputFile(const std::filesystem::path& directory, int number)
     : m_directory(directory)
+    , m_number(number)
 {
+    m_buffer.reserve(bufferSize);
+    if (FileBroker* const broker = fileBroker()) {
+        m_descriptor.reset(broker->openOutput(number));
+        return;
+    }
     const std::filesystem::path folder = directoryOrHere(directory);
     m_descriptor.reset(open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, fileMode));
     if (!m_descriptor) {
@@ -76,7 +84,6 @@ OutputFile::OutputFile(const std::filesystem::path& directory)
         throw StorageError();
     if (!m_temporaryName.empty())
         claimHidden(m_descriptor.get());
-    m_buffer.reserve(bufferSize);
 }
 
 OutputFile::OutputFile(OutputFile&& other) noexcept
@@ -84,6 +91,7 @@ OutputFile::OutputFile(OutputFile&& other) noexcept
     , m_temporaryName(std::exchange(other.m_temporaryName, {}))
     , m_descriptor(std::move(other.m_descriptor))
     , m_buffer(std::move(other.m_buffer))
+    , m_number(other.m_number)
     , m_written(other.m_written)
     , m_sentToDevice(other.m_sentToDevice)
 {
@@ -129,6 +137,7 @@ void OutputFile::writeThrough(std::span<const std::byte> bytes)
             throw StorageError();
         bytes = bytes.subspan(static_cast<std::size_t>(count));
         m_written += count;
+        Heartbeat::beat();
     }
     if (m_written - m_sentToDevice >= writeBackStep) {
         // A hint: flush() is what finds out whether the content arrived.
@@ -147,12 +156,23 @@ void OutputFile::flush()
 {
     drain();
     m_buffer = {}; // many finished files may be waiting for their names
+    if (FileBroker* const broker = fileBroker())
+        return broker->finishOutput(m_number);
     if (!flushToDevice(m_descriptor.get()))
         throw StorageError();
 }
 
+void OutputFile::finish()
+{
+    drain();
+    if (FileBroker* const broker = fileBroker())
+        broker->finishOutput(m_number);
+}
+
 std::filesystem::path OutputFile::publish(std::string_view baseName, std::string_view pathExtension)
 {
+    if (fileBroker())
+        return m_directory / OutputNaming::candidateName(baseName, pathExtension, 1); // whoever asked names it
     return publishUnderFreeName(m_directory, baseName, pathExtension,
                                 [this](const std::filesystem::path& target) { return tryPublish(target); });
 }

@@ -18,8 +18,9 @@ namespace Pelgra {
 /// the next such job in the folder).
 class OutputFile final : public ByteSink {
 public:
-    /// Begins a file for the given folder. Throws StorageError.
-    explicit OutputFile(const std::filesystem::path& directory);
+    /// Begins a file for the given folder. Where a FileBroker stands for the file system, the number says which output
+    /// of the task it is. Throws StorageError.
+    explicit OutputFile(const std::filesystem::path& directory, int number = 0);
     OutputFile(OutputFile&& other) noexcept;
     OutputFile& operator=(OutputFile&&) = delete;
     ~OutputFile() override;
@@ -27,13 +28,16 @@ public:
     void write(std::span<const std::byte> bytes) override;
     void writeAt(std::size_t offset, std::span<const std::byte> bytes) override;
 
+    /// For whoever else is to write the content, in place of write().
+    int descriptor() const { return m_descriptor.get(); }
+
     /// Passes buffered bytes on and flushes the content to the device. Further writes are a mistake. Throws
     /// StorageError.
     void flush();
 
     /// Passes buffered bytes on without waiting for the device: for the files of an OutputFolder, which flushes all of
     /// them together. Throws StorageError.
-    void finish() { drain(); }
+    void finish();
 
     /// Gives the flushed (or, inside an OutputFolder, finished) file the first free name of the numbering rule in its
     /// folder, refusing to replace anything. Throws StorageError. The folder itself is flushed by syncFolder().
@@ -49,6 +53,7 @@ private:
     std::filesystem::path m_temporaryName; ///< empty while the file has no name at all
     UniqueDescriptor m_descriptor;
     std::vector<std::byte> m_buffer;
+    int m_number = 0; ///< for the broker
     off_t m_written = 0;
     off_t m_sentToDevice = 0; ///< the part of what was written that the device has been told to write
 };

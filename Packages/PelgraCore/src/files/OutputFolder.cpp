@@ -1,11 +1,12 @@
 #include "files/OutputFolder.h"
 
+#include "files/FileBroker.h"
 #include "files/HiddenNames.h"
-#include "files/OutputFile.h"
 #include "files/Publishing.h"
 #include "files/StoppableSink.h"
 
 #include <cstdio>
+#include <string>
 #include <system_error>
 #include <utility>
 
@@ -40,8 +41,11 @@ int renameFolder(const std::filesystem::path& from, const std::filesystem::path&
 OutputFolder::OutputFolder(const std::filesystem::path& input, std::string_view suffix)
     : m_parent(input.parent_path())
     , m_name(OutputNaming::baseNameOf(input, suffix))
-    , m_path(hiddenName(m_parent))
+    , m_baseOfFiles(OutputNaming::baseNameOf(input) + ' ')
 {
+    if (fileBroker())
+        return; // whoever asked has the folder
+    m_path = hiddenName(m_parent);
     removeLeftBehind(m_parent);
     if (mkdir(m_path.c_str(), folderMode) != 0)
         throw EngineError::writeFailed(firstFreePath());
@@ -60,24 +64,43 @@ OutputFolder::~OutputFolder()
 
 std::filesystem::path OutputFolder::firstFreePath() const
 {
-    return OutputNaming::uniqueURL(m_parent, m_name);
+    return fileBroker() ? std::filesystem::path() : OutputNaming::uniqueURL(m_parent, m_name);
 }
 
-void OutputFolder::writeFile(std::string_view baseName, std::string_view pathExtension, const std::stop_token& stop,
+OutputFile OutputFolder::beginFile(int number) const
+{
+    return OutputFile(m_path, number);
+}
+
+void OutputFolder::finishFile(OutputFile& file, int number, std::string_view pathExtension) const
+{
+    file.finish();
+    file.publish(m_baseOfFiles + std::to_string(number), pathExtension);
+}
+
+std::filesystem::path OutputFolder::futurePathOf(int number, std::string_view pathExtension) const
+{
+    if (fileBroker())
+        return std::to_string(number); // all that whoever asked needs to know
+    return firstFreePath() / OutputNaming::candidateName(m_baseOfFiles + std::to_string(number), pathExtension, 1);
+}
+
+void OutputFolder::writeFile(int number, std::string_view pathExtension, const std::stop_token& stop,
                              const std::function<void(ByteSink&)>& write) const
 {
     const auto save = [&] {
-        OutputFile file(m_path);
+        OutputFile file = beginFile(number);
         StoppableSink sink(file, stop);
         write(sink);
-        file.finish();
-        file.publish(baseName, pathExtension);
+        finishFile(file, number, pathExtension);
     };
-    saving(save, stop, [&] { return firstFreePath() / OutputNaming::candidateName(baseName, pathExtension, 1); });
+    saving(save, stop, [&] { return futurePathOf(number, pathExtension); });
 }
 
 std::filesystem::path OutputFolder::publish()
 {
+    if (fileBroker())
+        return m_name;
     saving([this] { takeName(); }, {}, [this] { return firstFreePath(); });
     try {
         syncFolder(m_parent);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "files/ByteSink.h"
+#include "files/OutputFile.h"
 #include "files/UniqueDescriptor.h"
 
 #include <filesystem>
@@ -22,11 +23,19 @@ public:
     OutputFolder& operator=(const OutputFolder&) = delete;
     ~OutputFolder();
 
-    /// Has the content written for one of its files. May be called from several threads. Throws
-    /// EngineError::writeFailed with the file's name when that fails in any way other than an EngineError, and
+    /// Has the content written for one of its files, which are numbered from 1. May be called from several threads.
+    /// Throws EngineError::writeFailed with the file's name when that fails in any way other than an EngineError, and
     /// JobCancelled when a stop was requested meanwhile.
-    void writeFile(std::string_view baseName, std::string_view pathExtension, const std::stop_token& stop,
+    void writeFile(int number, std::string_view pathExtension, const std::stop_token& stop,
                    const std::function<void(ByteSink&)>& write) const;
+
+    /// The same in steps, for content that is written elsewhere: begins a file, and gives it its name in the folder.
+    /// Both throw StorageError.
+    OutputFile beginFile(int number) const;
+    void finishFile(OutputFile& file, int number, std::string_view pathExtension) const;
+
+    /// The path that file would have had, for an error.
+    std::filesystem::path futurePathOf(int number, std::string_view pathExtension) const;
 
     /// Flushes every file and the folder to the device together and gives the folder the first free name of the
     /// numbering rule. Throws EngineError::writeFailed, and then nothing is left.
@@ -38,6 +47,7 @@ private:
 
     std::filesystem::path m_parent;
     std::string m_name;
+    std::string m_baseOfFiles; ///< what their names have in common, before the number
     std::filesystem::path m_path; ///< where it is now; empty once it is published
     UniqueDescriptor m_folder; ///< claims the hidden folder; see HiddenNames.h
 };

@@ -1,5 +1,6 @@
 #include "files/PreparedOutput.h"
 
+#include "files/FileBroker.h"
 #include "files/Publishing.h"
 #include "files/StoppableSink.h"
 #include "PelgraCore/EngineError.h"
@@ -32,8 +33,27 @@ PreparedOutput::PreparedOutput(const std::filesystem::path& input, std::string_v
         throw JobCancelled();
 }
 
+PreparedOutput::PreparedOutput(const std::filesystem::path& input, std::string_view suffix,
+                               std::string_view pathExtension, const std::stop_token& stop,
+                               const std::function<void(int descriptor)>& fill)
+    : m_directory(input.parent_path())
+    , m_baseName(OutputNaming::baseNameOf(input, suffix))
+    , m_pathExtension(pathExtension)
+{
+    const auto save = [&] {
+        m_file.emplace(m_directory);
+        fill(m_file->descriptor());
+        m_file->flush();
+    };
+    saving(save, stop, [this] { return firstFreePath(); });
+    if (stop.stop_requested())
+        throw JobCancelled();
+}
+
 std::filesystem::path PreparedOutput::firstFreePath() const
 {
+    if (fileBroker())
+        return "0"; // all that whoever asked needs to know
     return OutputNaming::uniqueURL(m_directory, m_baseName, m_pathExtension);
 }
 

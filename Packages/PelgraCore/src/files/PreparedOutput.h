@@ -25,6 +25,11 @@ public:
                    const std::stop_token& stop, const std::function<void(ByteSink&)>& write,
                    const std::function<void()>& whileFlushing = {});
 
+    /// The same for content that is written through the file's descriptor, by another process. `fill` throws
+    /// StorageError where that fails, or else what is to be thrown.
+    PreparedOutput(const std::filesystem::path& input, std::string_view suffix, std::string_view pathExtension,
+                   const std::stop_token& stop, const std::function<void(int descriptor)>& fill);
+
     /// Gives it the first free name. The folder is yet to be flushed. Throws EngineError::writeFailed.
     std::filesystem::path publish();
 

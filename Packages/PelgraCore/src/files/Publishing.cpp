@@ -1,5 +1,6 @@
 #include "files/Publishing.h"
 
+#include "files/FileBroker.h"
 #include "files/UniqueDescriptor.h"
 
 #include <cstdio>
@@ -38,6 +39,8 @@ bool flushToDevice(int descriptor)
 
 void syncFolder(const std::filesystem::path& directory)
 {
+    if (fileBroker())
+        return; // the outputs are not in a folder of this process
     const UniqueDescriptor folder(open(directoryOrHere(directory).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     // A folder that may be written but not read cannot be flushed; its files are complete all the same.
     if (!folder)

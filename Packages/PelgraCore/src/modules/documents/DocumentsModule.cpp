@@ -1,6 +1,7 @@
 #include "modules/documents/DocumentsModule.h"
 
 #include "Assembly.h"
+#include "files/FileBytes.h"
 #include "modules/ModuleLoader.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/PDFRendering.h"
@@ -60,11 +61,10 @@ public:
     /// The source for a file, opened once however often the file is named. Tells what it has lost.
     SourceDocument& open(const std::filesystem::path& file, const JobControl& control)
     {
-        std::error_code error;
-        std::filesystem::path path = std::filesystem::canonical(file, error);
-        if (error)
+        const std::optional<FileIdentity> identity = identityOf(file);
+        if (!identity)
             throw EngineError::unreadable(file);
-        std::unique_ptr<SourceDocument>& source = m_sources[path];
+        std::unique_ptr<SourceDocument>& source = m_sources[*identity];
         if (!source) {
             source = std::make_unique<SourceDocument>(file);
             warnOf(source->losses(), file, static_cast<int>(source->pages().size()), control);
@@ -80,7 +80,7 @@ public:
     }
 
 private:
-    std::map<std::filesystem::path, std::unique_ptr<SourceDocument>> m_sources; // outlives the assembly
+    std::map<FileIdentity, std::unique_ptr<SourceDocument>> m_sources; // outlives the assembly
     std::stop_token m_stop;
 
 public:

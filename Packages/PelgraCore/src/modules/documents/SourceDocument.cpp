@@ -185,16 +185,16 @@ SourceDocument::SourceDocument(const std::filesystem::path& file)
 void SourceDocument::open(const std::filesystem::path& file)
 {
     std::unique_ptr<QPDF> document;
-    std::error_code error;
-    if (std::filesystem::file_size(file, error) <= memoryLimit && !error) {
+    UniqueDescriptor opened = openDocument(file);
+    if (fileSize(opened) <= memoryLimit) {
         // qpdf seeks and reads a few bytes at a time, each of which is a system call on an open file.
         m_bytes = readFile(file);
         m_size = m_bytes.size();
         append(m_bytes, "\n%%EOF\n"); // qpdf 12 does not see the last object of a file cut off right behind it
         document = openedFrom(file, m_bytes);
     } else {
-        m_descriptor = openDocument(file);
-        UniqueDescriptor descriptor(m_descriptor ? fcntl(m_descriptor.get(), F_DUPFD_CLOEXEC, 0) : -1);
+        m_descriptor = std::move(opened);
+        UniqueDescriptor descriptor(fcntl(m_descriptor.get(), F_DUPFD_CLOEXEC, 0));
         FILE* const stream = descriptor ? fdopen(descriptor.get(), "rb") : nullptr;
         if (!stream)
             throw EngineError::unreadable(file);

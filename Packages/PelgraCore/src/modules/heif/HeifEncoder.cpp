@@ -5,6 +5,7 @@
 #include "metadata/ExifStructure.h"
 #include "metadata/IptcAsXmp.h"
 #include "metadata/MetadataBlocks.h"
+#include "parallel/Heartbeat.h"
 
 #include <algorithm>
 #include <cmath>
@@ -128,6 +129,9 @@ void encodeHeif(RowSource& rows, const EncodeProperties& properties, ByteSink& s
     heif_image_handle* raw = nullptr;
     {
         const HeifImage image = makeImage(rows, halved);
+        // The encoder tells nothing until it is done; it takes 0.1 s for a megapixel.
+        constexpr double secondsPerPixel = 0.3e-6;
+        const Heartbeat::LongStep encoding(secondsPerPixel * rows.form().width * rows.form().height);
         check(heif_context_encode_image(context.get(), image.get(), encoder.get(), nullptr, &raw));
     }
     // This handle is not used for anything: for some pictures the library's assertions would end the process.

@@ -1,5 +1,7 @@
 #include "RecognitionEngine.h"
 
+#include "files/FileBroker.h"
+
 #include <leptonica/allheaders.h>
 #include <omp.h>
 
@@ -11,8 +13,9 @@ EngineHandle quietEngine()
 {
     setMsgSeverity(L_SEVERITY_NONE);
     auto engine = std::make_unique<tesseract::TessBaseAPI>();
-    // Whoever runs the program has no use for complaints about single pages.
-    engine->SetVariable("debug_file", "/dev/null");
+    // Whoever runs the program has no use for complaints about single pages. A worker has nowhere to put them anyway.
+    if (!fileBroker())
+        engine->SetVariable("debug_file", "/dev/null");
     return engine;
 }
 

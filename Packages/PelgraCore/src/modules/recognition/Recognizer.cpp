@@ -1,5 +1,6 @@
 #include "Recognizer.h"
 
+#include "parallel/Heartbeat.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/JobControl.h"
 
@@ -32,6 +33,7 @@ constexpr std::size_t trialLines = 8;
 
 bool isStopRequested(void* token, int)
 {
+    Heartbeat::beat(); // asked after each word
     return static_cast<const std::stop_token*>(token)->stop_requested();
 }
 

@@ -1,5 +1,7 @@
 #include "WorkAccount.h"
 
+#include "parallel/Heartbeat.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
@@ -109,6 +111,8 @@ bool WorkAccount::hasProgressed()
     };
     const std::uint64_t before = m_lightness;
     m_lightness = std::accumulate(m_bitmap.begin(), m_bitmap.end(), std::uint64_t{0}, add);
+    if (m_lightness != before)
+        Heartbeat::beat();
     return m_lightness != before;
 }
 
