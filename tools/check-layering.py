@@ -17,8 +17,8 @@ CODECS = re.compile(r"^(jpeglib|jerror|png|zlib|libdeflate|isa-l|webp/|gif_lib|l
 CODEC_ROOMS = {"codecs", "modules", "programs"}
 
 # The core from the ground up: each room may know all rooms above it. `include/` is known to all.
-CORE_ROOMS = ["values", "unicode", "parallel", "files", "pixels", "metadata", "codecs", "modules", "programs", "images",
-              "pages", "text", "imagepdf", "engine"]
+CORE_ROOMS = ["values", "unicode", "parallel", "files", "pixels", "metadata", "codecs", "modules", "isolation",
+              "images", "pages", "text", "imagepdf", "engine", "programs"]
 
 # The application: a room and the rooms it may know.
 SOURCE_ROOMS = {

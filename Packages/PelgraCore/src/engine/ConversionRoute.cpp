@@ -25,13 +25,13 @@ ConversionRoute conversionRoute(const std::filesystem::path& file, FileFormat ta
 }
 
 PreparedOutput prepareConversion(const std::filesystem::path& file, FileFormat target, const ConversionOptions& options,
-                                 int threads, const std::stop_token& stop)
+                                 int threads, const std::stop_token& stop, WorkerGroup group)
 {
     if (conversionRoute(file, target) == ConversionRoute::imageToImage)
-        return prepareImage(file, target, options, threads, stop);
+        return prepareImage(file, target, options, threads, stop, group);
     JobControl control;
     control.stop = stop;
-    return prepareImagePDF({&file, 1}, threads, control);
+    return prepareImagePDF({&file, 1}, threads, control, group);
 }
 
 } // namespace Pelgra

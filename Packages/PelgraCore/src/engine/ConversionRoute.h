@@ -1,6 +1,7 @@
 #pragma once
 
 #include "files/PreparedOutput.h"
+#include "isolation/WorkerPool.h"
 #include "PelgraCore/FileFormat.h"
 #include "PelgraCore/Models.h"
 
@@ -21,6 +22,6 @@ ConversionRoute conversionRoute(const std::filesystem::path& file, FileFormat ta
 
 /// An image's conversion up to the point where its output is named. Throws EngineError and JobCancelled.
 PreparedOutput prepareConversion(const std::filesystem::path& file, FileFormat target, const ConversionOptions& options,
-                                 int threads, const std::stop_token& stop);
+                                 int threads, const std::stop_token& stop, WorkerGroup group = WorkerPool::nobody);
 
 } // namespace Pelgra

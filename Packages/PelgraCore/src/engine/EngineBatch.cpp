@@ -75,7 +75,8 @@ private:
             count, workers, static_cast<std::size_t>(workers) * filesAheadOfEachWorker, m_control.stop);
         pipeline.run(
             [&](std::size_t index) {
-                return prepareConversion(m_files[first + index], m_target, m_options, threadsForEach, m_control.stop);
+                return prepareConversion(m_files[first + index], m_target, m_options, threadsForEach, m_control.stop,
+                                         m_workers.group());
             },
             [&](std::size_t, PreparedOutput output) {
                 const std::filesystem::path file = output.publish();
@@ -114,6 +115,7 @@ private:
         return folder;
     }
 
+    WorkerGroupScope m_workers;
     std::span<const std::filesystem::path> m_files;
     FileFormat m_target;
     const ConversionOptions& m_options;

@@ -1,5 +1,6 @@
 #include "PelgraCore/Engine.h"
 
+#include "engine/InWorkers.h"
 #include "engine/PageFolder.h"
 #include "files/PreparedOutput.h"
 #include "files/Publishing.h"
@@ -7,6 +8,7 @@
 #include "modules/ModuleLoader.h"
 #include "parallel/IdlePool.h"
 #include "parallel/WorkerCount.h"
+#include "PelgraCore/Isolation.h"
 #include "PelgraCore/OutputNaming.h"
 
 #include <algorithm>
@@ -40,6 +42,11 @@ JobResult mergePDFs(std::span<const std::filesystem::path> files, const JobContr
 {
     if (files.empty())
         throw EngineError::noInputs();
+    if (Isolation::usesWorkers()) {
+        Task task;
+        task.kind = Task::Kind::merge;
+        return publishAlone(prepareInWorker(std::move(task), files, "Merged", "pdf", control));
+    }
     return writeBeside(files.front(), "Merged", documents().merge(files, control), control);
 }
 
@@ -48,11 +55,23 @@ JobResult organizePDF(const std::filesystem::path& file, std::span<const PageEdi
 {
     if (pages.empty())
         throw EngineError::noPages();
+    if (Isolation::usesWorkers()) {
+        Task task;
+        task.kind = Task::Kind::organize;
+        task.edits.assign(pages.begin(), pages.end());
+        task.uniformWidth = uniformWidth;
+        return publishAlone(prepareInWorker(std::move(task), {&file, 1}, "Organized", "pdf", control));
+    }
     return writeBeside(file, "Organized", documents().organize(file, pages, uniformWidth, control), control);
 }
 
 JobResult splitPDF(const std::filesystem::path& file, const JobControl& control)
 {
+    if (Isolation::usesWorkers()) {
+        Task task;
+        task.kind = Task::Kind::split;
+        return pagesInWorker(std::move(task), file, "pdf", control);
+    }
     const auto open = [&] {
         return documents().split(file);
     };

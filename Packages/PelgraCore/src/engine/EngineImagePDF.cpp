@@ -1,16 +1,18 @@
 #include "engine/EngineImages.h"
+#include "engine/InWorkers.h"
+#include "files/FileBytes.h"
 #include "imagepdf/ImagePDFWriter.h"
 #include "imagepdf/PDFImage.h"
 #include "parallel/OrderedPipeline.h"
 #include "parallel/WorkerCount.h"
 #include "PelgraCore/Engine.h"
 #include "PelgraCore/EngineError.h"
+#include "PelgraCore/Isolation.h"
 
 #include <map>
+#include <optional>
 #include <utility>
 #include <vector>
-
-#include <sys/stat.h>
 
 namespace Pelgra {
 
@@ -25,12 +27,11 @@ struct DistinctImages {
 DistinctImages distinctImages(std::span<const std::filesystem::path> images)
 {
     DistinctImages result;
-    std::map<std::pair<dev_t, ino_t>, std::size_t> known;
+    std::map<FileIdentity, std::size_t> known;
     for (const auto& image : images) {
-        struct stat status{};
         std::size_t index = result.files.size();
-        if (stat(image.c_str(), &status) == 0)
-            index = known.emplace(std::pair(status.st_dev, status.st_ino), index).first->second;
+        if (const std::optional<FileIdentity> identity = identityOf(image))
+            index = known.emplace(*identity, index).first->second;
         if (index == result.files.size())
             result.files.push_back(image);
         result.pages.push_back(index);
@@ -61,9 +62,17 @@ void writeImagePDF(std::span<const std::filesystem::path> images, ByteSink& sink
 
 } // namespace
 
-PreparedOutput prepareImagePDF(std::span<const std::filesystem::path> images, int threads, const JobControl& control)
+PreparedOutput prepareImagePDF(std::span<const std::filesystem::path> images, int threads, const JobControl& control,
+                               WorkerGroup group)
 {
-    return PreparedOutput(images.front(), {}, FileFormat(FileFormat::pdf).pathExtension(), control.stop,
+    const std::string_view pathExtension = FileFormat(FileFormat::pdf).pathExtension();
+    if (Isolation::usesWorkers()) {
+        Task task;
+        task.kind = Task::Kind::imagePDF;
+        task.threads = threads;
+        return prepareInWorker(std::move(task), images, {}, pathExtension, control, group);
+    }
+    return PreparedOutput(images.front(), {}, pathExtension, control.stop,
                           [&](ByteSink& sink) { writeImagePDF(images, sink, threads, control); });
 }
 

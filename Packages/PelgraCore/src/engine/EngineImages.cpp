@@ -1,9 +1,11 @@
 #include "engine/EngineImages.h"
 
+#include "engine/InWorkers.h"
 #include "images/Encoding.h"
 #include "parallel/WorkerCount.h"
 #include "PelgraCore/Engine.h"
 #include "PelgraCore/EngineError.h"
+#include "PelgraCore/Isolation.h"
 #include "pixels/RowSource.h"
 
 #include <utility>
@@ -11,8 +13,18 @@
 namespace Pelgra {
 
 PreparedOutput prepareImage(const std::filesystem::path& file, FileFormat format, const ConversionOptions& options,
-                            int threads, const std::stop_token& stop)
+                            int threads, const std::stop_token& stop, WorkerGroup group)
 {
+    if (Isolation::usesWorkers()) {
+        JobControl control;
+        control.stop = stop;
+        Task task;
+        task.kind = Task::Kind::image;
+        task.format = format;
+        task.options = options;
+        task.threads = threads;
+        return prepareInWorker(std::move(task), {&file, 1}, {}, format.pathExtension(), control, group);
+    }
     LoadedImage loaded = ImageLoader::load(file);
     SharedImage upright = loaded.upright(format == FileFormat::jpg);
     loaded.image.reset(); // the stored pixels are no longer needed

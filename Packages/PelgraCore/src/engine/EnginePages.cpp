@@ -1,5 +1,6 @@
 #include "PelgraCore/Engine.h"
 
+#include "engine/InWorkers.h"
 #include "engine/PageFolder.h"
 #include "files/PreparedOutput.h"
 #include "images/Encoding.h"
@@ -7,6 +8,7 @@
 #include "pages/PageDrawing.h"
 #include "parallel/WorkerCount.h"
 #include "PelgraCore/EngineError.h"
+#include "PelgraCore/Isolation.h"
 #include "pixels/GrayPixels.h"
 
 #include <algorithm>
@@ -93,6 +95,13 @@ private:
 JobResult Engine::pdfToImages(const std::filesystem::path& file, FileFormat format, const ConversionOptions& options,
                               const JobControl& control)
 {
+    if (Isolation::usesWorkers()) {
+        Task task;
+        task.kind = Task::Kind::pages;
+        task.format = format;
+        task.options = options;
+        return pagesInWorker(std::move(task), file, format.pathExtension(), control);
+    }
     std::unique_ptr<PageRenderer> renderer = openRenderer(file);
     const int pageCount = renderer->pageCount();
     if (pageCount < 1)

@@ -1,7 +1,9 @@
 #include "PelgraCore/Engine.h"
 
+#include "engine/InWorkers.h"
 #include "files/PreparedOutput.h"
 #include "PelgraCore/EngineError.h"
+#include "PelgraCore/Isolation.h"
 #include "PelgraCore/TextExtraction.h"
 #include "text/DocumentText.h"
 
@@ -35,6 +37,12 @@ std::string TextExtraction::markdownOf(const std::filesystem::path& document, co
 JobResult Engine::pdfToText(const std::filesystem::path& file, bool markdown, const JobControl& control)
 {
     const FileFormat target = markdown ? FileFormat::md : FileFormat::txt;
+    if (Isolation::usesWorkers()) {
+        Task task;
+        task.kind = Task::Kind::text;
+        task.markdown = markdown;
+        return publishAlone(prepareInWorker(std::move(task), {&file, 1}, {}, target.pathExtension(), control));
+    }
     std::unique_ptr<PageRenderer> opened = openForReading(file);
     const auto write = [&](ByteSink& sink) {
         readDocumentText(file, std::move(opened), markdown ? TextForm::markdown : TextForm::plain, control,

@@ -1,9 +1,12 @@
 #include "PelgraCore/Thumbnails.h"
 
 #include "images/ImageThumbnails.h"
+#include "images/RemotePictures.h"
+#include "isolation/WorkerPool.h"
 #include "pages/OpenRenderer.h"
 #include "pages/PageDrawing.h"
 #include "PelgraCore/FileFormat.h"
+#include "PelgraCore/Isolation.h"
 #include "pixels/ImageScaling.h"
 
 #include <algorithm>
@@ -37,15 +40,46 @@ std::optional<RasterImage> pageThumbnail(const std::filesystem::path& file, int 
     return pageThumbnail(*openRenderer(file, pageIndex + 1), pageIndex, maxPixels);
 }
 
+RasterImage pictureInWorker(const std::filesystem::path& file, int pageIndex, double maxPixels, bool staysOpen,
+                            WorkerGroup group)
+{
+    // A page may be as long as a drawn page can be, and a pixel more comes from rounding.
+    const double side = std::min(std::ceil(maxPixels) + 1, static_cast<double>(PDFRender::maxSide));
+    Task task;
+    task.kind = Task::Kind::thumbnail;
+    task.page = pageIndex;
+    task.maxPixels = maxPixels;
+    task.staysOpen = staysOpen;
+    return pictureFromWorker(std::move(task), file, static_cast<std::size_t>(side * side), group);
+}
+
+int pageCountInWorker(const std::filesystem::path& file)
+{
+    Task task;
+    task.kind = Task::Kind::pageCount;
+    const JobControl control;
+    RemoteTask remote(std::move(task), {&file, 1}, control, WorkerPool::pictures);
+    const RemoteTask::Event event = remote.next();
+    if (event.kind != RemoteTask::Event::Kind::pageCount)
+        return 0;
+    remote.finish();
+    return std::min(event.number, mostPages);
+}
+
 } // namespace
 
 struct Thumbnails::Pages::State {
+    explicit State(std::filesystem::path file)
+        : renderers(std::move(file))
+    {
+    }
     RendererPool renderers;
     std::atomic<int> pagesDrawn = 0;
+    WorkerGroupScope workers; ///< each keeps the document open
 };
 
 Thumbnails::Pages::Pages(std::filesystem::path file)
-    : m_state(new State{RendererPool(std::move(file))})
+    : m_state(std::make_unique<State>(std::move(file)))
 {
 }
 
@@ -56,6 +90,8 @@ std::optional<RasterImage> Thumbnails::Pages::image(int pageIndex, double maxPix
     if (!isSensible(maxPixels) || pageIndex < 0)
         return std::nullopt;
     try {
+        if (Isolation::usesWorkers())
+            return pictureInWorker(m_state->renderers.file(), pageIndex, maxPixels, true, m_state->workers.group());
         if (++m_state->pagesDrawn % pagesUntilClosed == 0)
             m_state->renderers.closeIdle();
         const RendererPool::Lease renderer(m_state->renderers);
@@ -70,6 +106,8 @@ std::optional<RasterImage> Thumbnails::image(const std::filesystem::path& file, 
     if (!isSensible(maxPixels))
         return std::nullopt;
     try {
+        if (Isolation::usesWorkers())
+            return pictureInWorker(file, pageIndex, maxPixels, false, WorkerPool::pictures);
         return FileFormat::detect(file) == FileFormat(FileFormat::pdf) ? pageThumbnail(file, pageIndex, maxPixels)
                                                                        : imageThumbnail(file, pageIndex, maxPixels);
     } catch (const std::exception&) {
@@ -80,6 +118,8 @@ std::optional<RasterImage> Thumbnails::image(const std::filesystem::path& file, 
 int Thumbnails::pdfPageCount(const std::filesystem::path& file)
 {
     try {
+        if (Isolation::usesWorkers())
+            return pageCountInWorker(file);
         return openRenderer(file)->pageCount();
     } catch (const std::exception&) {
         return 0;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "files/FileBytes.h"
+
 #include <filesystem>
 
 namespace Pelgra {
@@ -13,6 +15,9 @@ public:
     /// A new descriptor for reading the input from its start, which the caller owns, or -1. Paths are names that
     /// mean something to the broker alone.
     virtual int openInput(const std::filesystem::path& input) = 0;
+
+    /// What is known of where it is.
+    virtual FilePlaces placesOf(const std::filesystem::path& input) = 0;
 
     /// A new descriptor for the output with that number, which the caller owns. Throws StorageError.
     virtual int openOutput(int number) = 0;

@@ -59,6 +59,17 @@ std::optional<FileIdentity> identityOf(const std::filesystem::path& file)
     return FileIdentity(status.st_dev, status.st_ino);
 }
 
+FilePlaces placesOf(const std::filesystem::path& file)
+{
+    if (FileBroker* const broker = fileBroker())
+        return broker->placesOf(file);
+    std::error_code ignored;
+    FilePlaces places;
+    places.absolute = std::filesystem::absolute(file, ignored).lexically_normal();
+    places.canonical = std::filesystem::canonical(file, ignored);
+    return places;
+}
+
 Bytes readFile(const std::filesystem::path& file)
 {
     const UniqueDescriptor descriptor(openRegularFile(file));

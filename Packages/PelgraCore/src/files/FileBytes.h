@@ -22,6 +22,14 @@ using FileIdentity = std::pair<dev_t, ino_t>;
 /// None where there is no regular file that can be opened.
 std::optional<FileIdentity> identityOf(const std::filesystem::path& file);
 
+/// Where a file is, for comparing with what a link says: without "." and ".." as it was named, and by its true name.
+/// Empty where it cannot be told.
+struct FilePlaces {
+    std::filesystem::path absolute;
+    std::filesystem::path canonical;
+};
+FilePlaces placesOf(const std::filesystem::path& file);
+
 /// Opens a document, which may be read piece by piece: a regular file of reasonable size. Throws
 /// EngineError::unreadable(file).
 UniqueDescriptor openDocument(const std::filesystem::path& file);

@@ -173,9 +173,7 @@ SourceDocument::SourceDocument(const std::filesystem::path& file)
         openWithoutTables(m_document->getRoot().getObjGen().unparse(' '));
     if (!m_document || !isUnlocked(*m_document) || (pages().empty() && losses().any()))
         throw EngineError::unreadable(file);
-    std::error_code ignored;
-    m_absoluteFile = std::filesystem::absolute(file, ignored).lexically_normal();
-    m_canonicalFile = std::filesystem::canonical(file, ignored);
+    m_places = placesOf(file);
     for (std::size_t index = 0; index < pages().size(); ++index) {
         if (pages()[index].object.isIndirect())
             m_pageIndexes.emplace(pages()[index].object.getObjGen(), index);

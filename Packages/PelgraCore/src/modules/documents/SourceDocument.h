@@ -1,5 +1,6 @@
 #pragma once
 
+#include "files/FileBytes.h"
 #include "files/UniqueDescriptor.h"
 #include "PageTree.h"
 #include "PelgraCore/RasterImage.h"
@@ -32,8 +33,8 @@ public:
 
     const std::filesystem::path& file() const { return m_file; }
     /// The same from the root of the file system, without dots; and besides with links followed.
-    const std::filesystem::path& absoluteFile() const { return m_absoluteFile; }
-    const std::filesystem::path& canonicalFile() const { return m_canonicalFile; }
+    const std::filesystem::path& absoluteFile() const { return m_places.absolute; }
+    const std::filesystem::path& canonicalFile() const { return m_places.canonical; }
     /// In bytes, as it was when the document was opened.
     std::uint64_t size() const { return m_size; }
     /// Throws EngineError::unreadable where the file has become shorter since, so that what was copied from it may lack
@@ -76,8 +77,7 @@ private:
     void readNamedDestinations();
 
     std::filesystem::path m_file;
-    std::filesystem::path m_absoluteFile;
-    std::filesystem::path m_canonicalFile;
+    FilePlaces m_places;
     UniqueDescriptor m_descriptor; ///< of a file that is not in memory
     std::uint64_t m_size = 0;
     Bytes m_bytes; ///< what the document reads from, if it was read into memory
