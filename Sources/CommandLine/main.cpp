@@ -1,18 +1,23 @@
 #include "CommandLine/Arguments.h"
 #include "CommandLine/Commands.h"
 #include "CommandLine/Console.h"
+#include "PelgraCore/Isolation.h"
 
-#include <malloc.h>
+#include <algorithm>
+#include <span>
+#include <string_view>
+
 #include <signal.h>
 
 namespace {
 
-/// Decoders allocate and free the same memory for every tile of a picture. Keeping it costs this short-lived process
-/// nothing and saves the system from handing out fresh pages each time.
-void keepFreedMemory()
+/// Starts the worker that a job will need while the words are still being read.
+void startWorkerEarly(std::span<const char* const> words)
 {
-    mallopt(M_MMAP_THRESHOLD, 4 << 20);
-    mallopt(M_TOP_PAD, 16 << 20);
+    using namespace Pelgra;
+    constexpr std::string_view jobs[] = {"convert", "create", "merge", "split", "organize"};
+    if (words.size() > 1 && std::ranges::count(jobs, std::string_view(words.front())) > 0)
+        Isolation::warmUp(1);
 }
 
 } // namespace
@@ -21,12 +26,14 @@ int main(int argc, char** argv)
 {
     using namespace Pelgra;
     claimStandardDescriptors();
-    keepFreedMemory();
     signal(SIGPIPE, SIG_IGN); // a reader that went away is an error of the write
     signal(SIGXFSZ, SIG_IGN); // and so is a file beyond the allowed size
-    const std::span<const char* const> words(argv, static_cast<std::size_t>(argc));
+    const std::span<const char* const> program(argv, static_cast<std::size_t>(argc));
+    const std::span<const char* const> words = program.subspan(argc > 0 ? 1 : 0);
     try {
-        const Invocation invocation = parseArguments(words.subspan(argc > 0 ? 1 : 0));
+        Isolation::useWorkers(0);
+        startWorkerEarly(words);
+        const Invocation invocation = parseArguments(words);
         Console console(invocation.json);
         return runCommand(invocation, console);
     } catch (const UsageError& error) {

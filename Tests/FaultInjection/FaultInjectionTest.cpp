@@ -2,6 +2,7 @@
 #include "Support/PDFSamples.h"
 #include "Support/TemporaryFolder.h"
 
+#include <QDir>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -11,6 +12,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+
+#include <signal.h>
 
 using namespace Pelgra;
 
@@ -90,6 +94,16 @@ public:
 
     std::filesystem::path operator/(const char* name) const { return m_folder / name; }
 
+    /// Whether the output is being written: writes are the second kind that the layer counts.
+    bool isBeingWritten() const
+    {
+        const std::string counts = contentOf(m_counts / "shared");
+        int writes = 0;
+        if (counts.size() >= 2 * sizeof writes)
+            std::memcpy(&writes, counts.data() + sizeof writes, sizeof writes);
+        return writes > 0;
+    }
+
     QStringList newNames() const
     {
         QStringList names;
@@ -115,6 +129,8 @@ public:
         environment.insert("ASAN_OPTIONS", "detect_leaks=0:verify_asan_link_order=0");
         for (const QString& fault : faults)
             environment.insert("PELGRA_FAULT_" + fault.section('=', 0, 0), fault.section('=', 1));
+        std::filesystem::remove(m_counts / "shared");
+        environment.insert("PELGRA_FAULT_SHARED", native(m_counts / "shared"));
         process.setProcessEnvironment(environment);
         process.setWorkingDirectory(native(m_folder.path()));
         process.start(PELGRA_PROGRAM, operation.words);
@@ -122,8 +138,43 @@ public:
 
 private:
     TemporaryFolder m_folder;
+    TemporaryFolder m_counts;
     std::vector<std::string> m_before;
 };
+
+/// The calls by which the program and its worker talk.
+const QStringList& conversation()
+{
+    static const QStringList calls{"spawn", "send", "worker send", "receive", "worker receive"};
+    return calls;
+}
+
+/// Before it has become that program, nobody knows it yet.
+bool isWorker(pid_t process)
+{
+    QFile name(QString("/proc/%1/comm").arg(process));
+    return process > 0 && name.open(QIODevice::ReadOnly) && name.readAll().trimmed() == "pelgra-worker";
+}
+
+/// The workers that a running program has at this moment.
+std::vector<pid_t> workersOf(qint64 program)
+{
+    std::vector<pid_t> found;
+    const QString tasks = QString("/proc/%1/task").arg(program);
+    for (const QString& task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile children(tasks + '/' + task + "/children");
+        if (children.open(QIODevice::ReadOnly))
+            for (const QByteArray& child : children.readAll().split(' '))
+                if (isWorker(child.toInt()))
+                    found.push_back(child.toInt());
+    }
+    return found;
+}
+
+bool isGone(pid_t process)
+{
+    return kill(process, 0) != 0 && errno == ESRCH;
+}
 
 /// How many calls of each kind the operation makes when none fails.
 QMap<QString, int> callsOf(const Operation& operation, const QStringList& faults)
@@ -179,6 +230,8 @@ private Q_SLOTS:
             // The other calls are made alike on every file system.
             if (isPoor && !QStringList{"open", "mkdir", "rename"}.contains(call.key()))
                 continue;
+            if (conversation().contains(call.key()))
+                continue; // another sentence, below
             for (int at = 1; at <= call.value(); ++at) {
                 const Workplace place;
                 const int error = call.key() == "open" || call.key() == "write" ? ENOSPC : EIO;
@@ -198,11 +251,135 @@ private Q_SLOTS:
         }
     }
 
+    void aBrokenConversationIsReportedAndLeavesNothing_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const char* name : {"png", "pages as png", "txt", "create", "merge", "split"})
+            QTest::newRow(name) << name;
+    }
+    /// Each of the calls by which program and worker talk fails once: the input counts as unreadable, or all was said.
+    void aBrokenConversationIsReportedAndLeavesNothing()
+    {
+        QFETCH(QString, name);
+        const Operation& tried = operation(qPrintable(name));
+        const QMap<QString, int> calls = callsOf(tried, {});
+        int failed = 0;
+        for (const QString& call : conversation()) {
+            QVERIFY2(calls.value(call) > 0, qPrintable(call));
+            for (int at = 1; at <= calls.value(call); ++at) {
+                const Workplace place;
+                const Outcome outcome =
+                    place.run(tried, {"CALL=" + call, QString("AT=%1").arg(at), QString("ERROR=%1").arg(EIO)});
+                const QByteArray which = QString("%1, %2: ").arg(call).arg(at).toUtf8() + outcome.errors;
+                if (outcome.status == 0) {
+                    QVERIFY2(place.newNames() == QStringList{tried.output}, which.constData());
+                    continue;
+                }
+                ++failed;
+                QVERIFY2(outcome.status == 1 && outcome.output.isEmpty(), which.constData());
+                QVERIFY2(outcome.errors.contains("couldn’t be read."), which.constData());
+                QVERIFY2(place.newNames().isEmpty(), which.constData());
+            }
+        }
+        QVERIFY(failed >= 4);
+    }
+
+    void aLostWorkerIsReportedAndLeavesNothing_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("signal");
+        for (const char* name : {"png", "pages as png", "merge"}) {
+            QTest::addRow("%s, killed", name) << QString(name) << SIGKILL;
+            QTest::addRow("%s, stopped", name) << QString(name) << SIGSTOP;
+        }
+    }
+    /// The worker is killed or stopped at random moments.
+    void aLostWorkerIsReportedAndLeavesNothing()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, signal);
+        const int rounds = qEnvironmentVariableIntValue("PELGRA_FAULT_ROUNDS") > 0
+            ? qEnvironmentVariableIntValue("PELGRA_FAULT_ROUNDS")
+            : 12;
+        const Operation& tried = operation(qPrintable(name));
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(Workplace().run(tried, {}).status, 0);
+        const auto microseconds = static_cast<quint32>(timer.nsecsElapsed() / 1000);
+        int lost = 0;
+        for (int round = 0; round < rounds || (lost == 0 && round < 20 * rounds); ++round) {
+            const Workplace place;
+            QProcess process;
+            place.start(process, tried, {});
+            QVERIFY(process.waitForStarted());
+            QThread::usleep(QRandomGenerator::global()->bounded(microseconds));
+            const std::vector<pid_t> workers = workersOf(process.processId());
+            for (const pid_t worker : workers)
+                kill(worker, signal);
+            QVERIFY(process.waitForFinished(60000));
+            QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+            const QByteArray errors = process.readAllStandardError();
+            if (process.exitCode() == 0) {
+                QCOMPARE(place.newNames(), QStringList{tried.output});
+                continue;
+            }
+            ++lost;
+            QCOMPARE(process.exitCode(), 1);
+            QVERIFY2(errors.contains("couldn’t be read."), errors.constData());
+            QVERIFY2(place.newNames().isEmpty(), qPrintable(place.newNames().join(", ")));
+            for (const pid_t worker : workers)
+                QTRY_VERIFY(isGone(worker));
+        }
+        QVERIFY2(lost > 0, "no worker was lost before its end");
+    }
+
+    void aWorkerThatComputesForEverIsEnded()
+    {
+        const Workplace place;
+        const Outcome outcome =
+            place.run(operation("png"), {"CALL=write", "AT=1", QString("ERROR=%1").arg(EIO), "SPIN=1", "HURRY=1"});
+        QCOMPARE(outcome.status, 1);
+        QVERIFY2(outcome.errors.contains("couldn’t be read."), outcome.errors.constData());
+        QVERIFY(place.newNames().isEmpty());
+    }
+
+    void anInterruptEndsAWorkerWhateverItDoes()
+    {
+        const Workplace place;
+        QProcess process;
+        place.start(process, operation("png"), {"CALL=write", "AT=1", QString("ERROR=%1").arg(EIO), "SPIN=1"});
+        QVERIFY(process.waitForStarted());
+        std::vector<pid_t> workers;
+        QTRY_VERIFY(!(workers = workersOf(process.processId())).empty());
+        QTRY_VERIFY(place.isBeingWritten());
+        kill(static_cast<pid_t>(process.processId()), SIGINT);
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 128 + SIGINT);
+        QVERIFY(isGone(workers.front()));
+        QVERIFY(place.newNames().isEmpty());
+    }
+
+    void noWorkerOutlivesAKilledProgram()
+    {
+        const Workplace place;
+        QProcess process;
+        place.start(process, operation("png"), {"CALL=write", "AT=1", QString("ERROR=%1").arg(EIO), "SPIN=1"});
+        QVERIFY(process.waitForStarted());
+        std::vector<pid_t> workers;
+        QTRY_VERIFY(!(workers = workersOf(process.processId())).empty());
+        QTRY_VERIFY(place.isBeingWritten());
+        process.kill();
+        process.waitForFinished();
+        for (const pid_t worker : workers)
+            QTRY_VERIFY(isGone(worker));
+        QVERIFY(place.newNames().isEmpty());
+    }
+
     /// A batch keeps what it has told of, whatever fails afterwards.
     void aBatchKeepsWhatItHasPublished_data()
     {
         QTest::addColumn<QString>("call");
-        for (const char* call : {"open", "write", "flush file", "linkat", "flush folder"})
+        for (const char* call : {"open", "write", "flush file", "linkat", "flush folder", "worker send", "receive"})
             QTest::newRow(call) << call;
     }
     void aBatchKeepsWhatItHasPublished()
