@@ -4,6 +4,7 @@
 #include "App/Updates/SparkleUpdater.h"
 #include "Desktop/AppActivation.h"
 #include "Desktop/Motion.h"
+#include "PelgraCore/Isolation.h"
 #include "Platform/Compositing.h"
 #include "Platform/Placement.h"
 #include "Platform/Platform.h"
@@ -17,6 +18,7 @@
 
 #include <QCoreApplication>
 #include <QMessageBox>
+#include <QThreadPool>
 
 #include <chrono>
 #include <utility>
@@ -29,6 +31,13 @@ using namespace std::chrono_literals;
 
 /// A drop may come this much later than the end of its drag was seen.
 constexpr auto longestWaitForDrop = 500ms;
+
+/// A petal may be chosen soon: whatever then reads the files is started meanwhile.
+void warmUpWorkers()
+{
+    if (Isolation::usesWorkers())
+        lookUpPool().start([] { Isolation::warmUp(1); });
+}
 
 } // namespace
 
@@ -108,6 +117,7 @@ void AppDelegate::showWheelAlone(WheelKind kind, const Files& files)
 
 void AppDelegate::showAtPointer(WheelKind kind, const Files& files)
 {
+    warmUpWorkers();
     m_platform.findPointer([this, kind, files](QPoint point) { m_wheel.show(kind, files, point, true); });
 }
 
@@ -158,10 +168,12 @@ void AppDelegate::handle(const DragEvent& event)
     } else if (const auto* tapped = std::get_if<KeyTapped>(&event)) {
         if (m_wheel.isInteractive())
             m_wheel.hide(); // its petals are for other files
-        if (m_wheel.isVisible())
+        if (m_wheel.isVisible()) {
             m_wheel.switchTo(tapped->kind);
-        else
+        } else {
+            warmUpWorkers();
             m_wheel.show(tapped->kind, m_dragMonitor.machine.urls, Pointer::place(), false);
+        }
     } else {
         qCInfo(dragLog, "Drag session ended");
         m_wheel.hide();

@@ -1,5 +1,6 @@
 #include "App/Doctor.h"
 
+#include "PelgraCore/Isolation.h"
 #include "PelgraCore/Version.h"
 #include "Platform/DesktopAbilities.h"
 #include "Settings/Preferences.h"
@@ -128,6 +129,12 @@ std::vector<std::string> libraryFiles()
     return {names.begin(), names.end()};
 }
 
+void tellWalls(Lines& lines, const DesktopAbilities&)
+{
+    for (const std::string& wall : Isolation::report())
+        lines.add("walls", wall);
+}
+
 void tellLibraries(Lines& lines, const DesktopAbilities&)
 {
     lines.add("libraries", libraryFiles()); // their names end with their versions
@@ -136,7 +143,7 @@ void tellLibraries(Lines& lines, const DesktopAbilities&)
 using Section = void (*)(Lines& lines, const DesktopAbilities& abilities);
 
 /// In the order in which they are printed.
-constexpr Section sections[] = {tellSystem, tellSession, tellScreens, tellBus, tellGesture, tellLibraries};
+constexpr Section sections[] = {tellSystem, tellSession, tellScreens, tellBus, tellGesture, tellWalls, tellLibraries};
 
 } // namespace
 

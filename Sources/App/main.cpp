@@ -6,8 +6,11 @@
 #include "App/TerminationSignals.h"
 #include "Desktop/JournalLog.h"
 #include "Jobs/RunningJobs.h"
+#include "PelgraCore/Isolation.h"
 #include "Platform/Platform.h"
 #include "Settings/Preferences.h"
+#include "Support/Logging.h"
+#include "Support/Text.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -16,11 +19,21 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
 
 constexpr int exitUsage = 2; ///< also where there is no display
+constexpr int idleTimeOfWorkers = 30; // seconds
+
+/// This process reads no file itself: it stays for days, and files are the normal way to be attacked.
+void readFilesInWorkers()
+{
+    Pelgra::Isolation::setLog(
+        [](std::string_view line) { qCInfo(Pelgra::applicationLog, "%s", qUtf8Printable(Pelgra::textOf(line))); });
+    Pelgra::Isolation::useWorkers(idleTimeOfWorkers);
+}
 
 /// A report is wanted most where nothing else works.
 bool chooseNoDisplay()
@@ -55,6 +68,7 @@ int main(int argumentCount, char** argumentVector)
         return exitUsage;
     }
     JournalLog::install(arguments.verbose);
+    readFilesInWorkers();
 
     const bool choseForToolkit = Platform::chooseForToolkit() || (arguments.doctor && chooseNoDisplay());
     DisplayCheck::begin(arguments.verbose, exitUsage);
