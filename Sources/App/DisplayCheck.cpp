@@ -20,7 +20,8 @@ int status = EXIT_FAILURE;
 void explainOrPassOn(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
     const std::string_view category = context.category == nullptr ? "" : context.category;
-    const bool isAboutDisplays = category.starts_with("qt.qpa.") || type == QtFatalMsg;
+    // The toolkit's plugins tell of a failed connection without a category too; the program's own lines have one.
+    const bool isAboutDisplays = category.starts_with("qt.qpa.") || category.empty() || type == QtFatalMsg;
     if (isVerbose || !isAboutDisplays)
         usualHandler(type, context, message);
     if (type == QtFatalMsg) {

@@ -3,6 +3,7 @@
 #include "Support/TemporaryFolder.h"
 
 #include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -171,9 +172,16 @@ std::vector<pid_t> workersOf(qint64 program)
     return found;
 }
 
+/// Whether it has ended, though whoever inherited it may not have asked for its status yet.
 bool isGone(pid_t process)
 {
-    return kill(process, 0) != 0 && errno == ESRCH;
+    if (kill(process, 0) != 0)
+        return errno == ESRCH;
+    QFile stat(QString("/proc/%1/stat").arg(process));
+    if (!stat.open(QIODevice::ReadOnly))
+        return true;
+    const QByteArray line = stat.readAll();
+    return line.mid(line.lastIndexOf(')') + 2).startsWith('Z');
 }
 
 /// How many calls of each kind the operation makes when none fails.
