@@ -1,6 +1,5 @@
+#include "Support/PlacedText.h"
 #include "text/BlockBounds.h"
-#include "text/PageText.h"
-#include "unicode/Unicode.h"
 
 #include <QTest>
 
@@ -29,18 +28,7 @@ TextPiece piece(std::u32string_view text, float start, float baseline, Look look
 /// The lines of a page, a bar between them and two where a block begins.
 QByteArray linesOf(const std::vector<TextPiece>& pieces, std::optional<float> usualStep = std::nullopt)
 {
-    QByteArray text;
-    for (const TextExtraction::Line& line : linesFrom(visualLinesFrom(pieces), usualStep))
-        text += QByteArray(text.isEmpty() ? "" : "|") + line.text.c_str();
-    return text;
-}
-
-QByteArray utf8(std::u32string_view text)
-{
-    std::string bytes;
-    for (const char32_t code : text)
-        Unicode::append(bytes, code);
-    return QByteArray::fromStdString(bytes);
+    return joinedLines(pieces, "|", usualStep);
 }
 
 } // namespace

@@ -1,6 +1,4 @@
-#include "text/PageText.h"
-
-#include "unicode/Unicode.h"
+#include "Support/PlacedText.h"
 
 #include <QTest>
 
@@ -24,18 +22,7 @@ TextPiece piece(std::u32string_view text, float start = 0, float baseline = 100,
 
 QByteArray textOf(const std::vector<TextPiece>& pieces)
 {
-    QByteArray text;
-    for (const TextExtraction::Line& line : linesFrom(visualLinesFrom(pieces)))
-        text += QByteArray(text.isEmpty() ? "" : "\n") + line.text.c_str();
-    return text;
-}
-
-QByteArray utf8(std::u32string_view text)
-{
-    std::string bytes;
-    for (const char32_t code : text)
-        Unicode::append(bytes, code);
-    return QByteArray::fromStdString(bytes);
+    return joinedLines(pieces, "\n");
 }
 
 } // namespace
