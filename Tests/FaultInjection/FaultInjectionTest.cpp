@@ -14,6 +14,8 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <utility>
+#include <vector>
 
 #include <signal.h>
 
@@ -213,6 +215,18 @@ QRegularExpression sentenceOf(const Operation& operation)
 class FaultInjectionTest : public QObject {
     Q_OBJECT
 
+    /// Starts a conversion whose worker computes for ever from its first write on; no workers where it did not get
+    /// there.
+    static void startSpinning(QProcess& process, const Workplace& place, std::vector<pid_t>& workers)
+    {
+        place.start(process, operation("png"), {"CALL=write", "AT=1", QString("ERROR=%1").arg(EIO), "SPIN=1"});
+        QVERIFY(process.waitForStarted());
+        std::vector<pid_t> found;
+        QTRY_VERIFY(!(found = workersOf(process.processId())).empty());
+        QTRY_VERIFY(place.isBeingWritten());
+        workers = std::move(found);
+    }
+
 private Q_SLOTS:
     void aFailingCallIsReportedAndLeavesNothing_data()
     {
@@ -355,11 +369,9 @@ private Q_SLOTS:
     {
         const Workplace place;
         QProcess process;
-        place.start(process, operation("png"), {"CALL=write", "AT=1", QString("ERROR=%1").arg(EIO), "SPIN=1"});
-        QVERIFY(process.waitForStarted());
         std::vector<pid_t> workers;
-        QTRY_VERIFY(!(workers = workersOf(process.processId())).empty());
-        QTRY_VERIFY(place.isBeingWritten());
+        startSpinning(process, place, workers);
+        QVERIFY(!workers.empty());
         kill(static_cast<pid_t>(process.processId()), SIGINT);
         QVERIFY(process.waitForFinished(60000));
         QCOMPARE(process.exitCode(), 128 + SIGINT);
@@ -371,11 +383,9 @@ private Q_SLOTS:
     {
         const Workplace place;
         QProcess process;
-        place.start(process, operation("png"), {"CALL=write", "AT=1", QString("ERROR=%1").arg(EIO), "SPIN=1"});
-        QVERIFY(process.waitForStarted());
         std::vector<pid_t> workers;
-        QTRY_VERIFY(!(workers = workersOf(process.processId())).empty());
-        QTRY_VERIFY(place.isBeingWritten());
+        startSpinning(process, place, workers);
+        QVERIFY(!workers.empty());
         process.kill();
         process.waitForFinished();
         for (const pid_t worker : workers)
