@@ -64,7 +64,6 @@ DesktopAbilities WaylandPlatform::abilities() const
     abilities.surfaces = "layer surface";
     abilities.seesDrags = m_xwayland != nullptr;
     // Others than KWin keep the keys of their own programs from the X server.
-    // Others than KWin keep the keys of their own programs from the X server.
     const bool couldShowKeys = m_xwayland && m_xwayland->canSeeKeys() && abilities.compositor.starts_with("kwin");
     const bool showsKeys = couldShowKeys && !isToldToHideKeys();
     abilities.seesKeys = showsKeys || m_keyState;
