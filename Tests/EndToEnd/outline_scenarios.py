@@ -100,7 +100,9 @@ def open_merge(scene):
 
 
 def fail_a_job(scene):
-    """Its panel stays for some seconds."""
+    """Its panel, which stays for some seconds."""
+    # The one of an earlier job would be taken for this one's, and be gone a moment later.
+    wait_for(lambda: not scenarios.panels(scene, scene.scale()), "earlier panels to vanish")
     broken = scene.folder / "broken.png"
     broken.write_bytes(b"\x89PNG\r\n\x1a\nnothing more")
     scenarios.drop_on_first_petal(scene, "gtk3", [str(broken)])
