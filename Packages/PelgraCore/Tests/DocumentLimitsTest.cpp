@@ -144,6 +144,16 @@ private Q_SLOTS:
         }
     }
 
+    void pagesThatHaveGoneSinceAreUnreadable()
+    {
+        TemporaryFolder folder;
+        const Path file = folder.write("a.pdf", documentOf(2));
+        MemorySink sink;
+        for (const int page : {-1, 2})
+            QVERIFY_EXCEPTION_THROWN(module<DocumentsModule>(DocumentsModule::name).split(file)->writePage(page, sink),
+                                     EngineError);
+    }
+
     void aFileWithoutTrailerIsRepaired()
     {
         TemporaryFolder folder;

@@ -181,6 +181,9 @@ public:
 
     void writePage(int pageIndex, ByteSink& sink) override
     {
+        // Whoever counted the pages may have opened the file before it was cut short.
+        if (pageIndex < 0 || pageIndex >= pageCount())
+            throw EngineError::unreadable(m_source.file());
         Assembly assembly(Assembly::Kind::part);
         reading(m_source.file(), [&] {
             Input& input = assembly.addInput(m_source);

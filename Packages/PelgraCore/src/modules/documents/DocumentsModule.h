@@ -31,7 +31,8 @@ public:
     /// What the document has lost of its pages.
     virtual PageLosses losses() const = 0;
 
-    /// Writes a document of that page (from 0) alone. Throws as AssembledDocument::write.
+    /// Writes a document of that page (from 0) alone. Throws as AssembledDocument::write, and unreadable(file) for a
+    /// page that is not there.
     virtual void writePage(int pageIndex, ByteSink& sink) = 0;
 };
 
