@@ -55,13 +55,15 @@ void X11DragSource::watchAlways()
 
 void X11DragSource::refresh()
 {
-    // Count and button must be of the same moment: "button up", read before a drag began and reported after it, would
-    // end it.
+    // Count, owner and button must be of the same moment: "button up", read before a drag began and reported after it,
+    // would end it, and "button down", read before a source let go at the end, would look like one that has died.
     std::int64_t countBefore = 0;
+    bool wasOwnerGone = false;
     do {
         countBefore = m_changeCount;
+        wasOwnerGone = m_isOwnerGone;
         takeSample();
-    } while (m_changeCount != countBefore);
+    } while (m_changeCount != countBefore || m_isOwnerGone != wasOwnerGone);
     m_hasNews = false;
     if (m_isDragging && !m_buttonDown)
         dragEnded();
