@@ -152,9 +152,14 @@ private Q_SLOTS:
 
     void putsAFirstLetterBeforeItsWord()
     {
-        QCOMPARE(linesOf({piece(U"O", 0, 126, {.size = 36}), piece(U"nce upon", 20, 100), piece(U"a time", 20, 112),
-                          piece(U"there was", 20, 124), piece(U"a well", 0, 136)}),
-                 "Once upon|a time|there was|a well");
+        const TextPiece letter = piece(U"O", 0, 126, {.size = 36});
+        const std::vector<TextPiece> text = {piece(U"the end.", 20, 88), piece(U"nce upon", 20, 106),
+                                             piece(U"a time there", 20, 118), piece(U"was a well", 0, 140)};
+        for (const std::ptrdiff_t place : {0, 1, 2, 4}) { // in the page's contents
+            std::vector<TextPiece> pieces = text;
+            pieces.insert(pieces.begin() + place, letter);
+            QCOMPARE(linesOf(pieces), "the end.||Once upon|a time there||was a well");
+        }
     }
 
     void beginsAParagraphWithAnIndent()

@@ -23,11 +23,13 @@ constexpr float smallestShape = 0.12F;
 constexpr float largestShape = 0.75F;
 /// A large first letter, in sizes of the text beside it, and the room after it.
 constexpr float smallestCap = 1.8F;
-constexpr float largestCapGap = 1;
+constexpr float largestCapGap = 2; // first lines may be indented
+constexpr float capitalHeight = 0.67F;
 /// Cells of one column begin or end this close to each other.
 constexpr float sameEdge = 0.5F;
-/// More markers or cells than this on one page or in one row are something else, and not worth the time.
+/// More markers, letters alone or cells than this on one page or in one row are something else, and not worth the time.
 constexpr std::size_t mostLateMarkers = 200;
+constexpr std::size_t mostLoneLetters = 200;
 constexpr std::size_t mostCells = 100;
 /// Lines of columns are longer than cells, in characters.
 constexpr std::size_t longestCell = 40;
@@ -122,15 +124,32 @@ void joinShapes(std::vector<VisualLine>& lines, std::span<const TextPiece> piece
     }
 }
 
+bool isLetterAlone(const VisualLine& line)
+{
+    const std::span<const PlacedCharacter> letters = trimmed(line.characters);
+    return !letters.empty() && letters.size() <= 2 && Unicode::isLetter(letters.back().code);
+}
+
 bool isFirstLetter(const VisualLine& cap, const VisualLine& line)
 {
-    const std::span<const PlacedCharacter> letters = trimmed(cap.characters);
-    if (letters.empty())
-        return false;
     const float gap = isReversed(line) ? cap.start - line.end : line.start - cap.end;
-    return letters.size() <= 2 && Unicode::isLetter(letters.back().code) && runsAlong(cap, line)
-        && cap.textSize >= smallestCap * line.textSize && line.baseline < cap.baseline - line.textSize / 2
-        && line.baseline > cap.baseline - cap.textSize && std::abs(gap) <= largestCapGap * line.textSize;
+    const float lower = (cap.baseline - capitalHeight * cap.textSize) - (line.baseline - capitalHeight * line.textSize);
+    return runsAlong(cap, line) && cap.textSize >= smallestCap * line.textSize
+        && line.baseline < cap.baseline - line.textSize / 2 && lower < line.textSize / 2
+        && std::abs(gap) <= largestCapGap * line.textSize;
+}
+
+/// The topmost of the lines beside a large first letter, wherever it stands in the page's contents: some programs draw
+/// the letter after its paragraph or before all others. The end where there is none.
+std::vector<VisualLine>::iterator lineOfFirstLetter(std::vector<VisualLine>& lines, const VisualLine& cap)
+{
+    auto found = lines.end();
+    for (auto line = lines.begin(); line != lines.end(); ++line) {
+        if (&*line != &cap && !line->characters.empty() && isFirstLetter(cap, *line)
+            && (found == lines.end() || line->baseline < found->baseline))
+            found = line;
+    }
+    return found;
 }
 
 /// Lines that follow each other on one baseline.
@@ -212,15 +231,17 @@ void restoreBullets(std::vector<VisualLine>& lines)
 
 void joinFirstLetters(std::vector<VisualLine>& lines)
 {
-    for (std::size_t index = 0; index + 1 < lines.size(); ++index) {
-        if (!isFirstLetter(lines[index], lines[index + 1]))
+    std::size_t letters = 0;
+    for (VisualLine& cap : lines) {
+        if (!isLetterAlone(cap) || ++letters > mostLoneLetters)
             continue;
-        VisualLine& cap = lines[index];
-        VisualLine& line = lines[index + 1];
-        putBefore(line, trimmed(cap.characters), false);
-        line.capBaseline = cap.baseline;
-        line.start = std::min(line.start, cap.start);
-        line.end = std::max(line.end, cap.end);
+        const auto line = lineOfFirstLetter(lines, cap);
+        if (line == lines.end())
+            continue;
+        putBefore(*line, trimmed(cap.characters), false);
+        line->capBaseline = cap.baseline;
+        line->start = std::min(line->start, cap.start);
+        line->end = std::max(line->end, cap.end);
         cap.characters.clear();
     }
     std::erase_if(lines, [](const VisualLine& line) { return line.characters.empty(); });

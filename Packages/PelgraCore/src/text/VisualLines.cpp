@@ -19,6 +19,9 @@ constexpr float largestOverlap = 0.5F;
 constexpr float largestGap = 2.5F;
 /// The room between the marker of a list item and its text may be wider: half an inch is common.
 constexpr float largestMarkerGap = 5;
+/// Raised and lowered characters are not that much smaller; what is stands beside a large first letter, and has lines
+/// of its own.
+constexpr float largestSizeRatio = 2.5F;
 /// Cosine of the largest angle between two directions that count as the same.
 constexpr float sameDirection = 0.999F;
 /// A gap of at least this is a space, in font sizes; between the letters of a word there is less.
@@ -57,7 +60,9 @@ bool continues(const VisualLine& line, const TextPiece& piece, const Extent& ext
     const float size = std::max(line.size, extent.size);
     const bool isAlong = line.directionX * piece.directionX + line.directionY * piece.directionY > sameDirection
         && line.isVertical == piece.isVertical;
-    if (!isAlong || std::abs(piece.baseline - line.baseline) > largestBaselineStep * size)
+    const float smaller = std::min(line.size, extent.size);
+    const float stepSize = size > largestSizeRatio * smaller ? smaller : size;
+    if (!isAlong || std::abs(piece.baseline - line.baseline) > largestBaselineStep * stepSize)
         return false;
     float gap = extent.start - line.end;
     // Right-to-left text may be drawn in the order it is read, each piece left of the one before.

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace Pelgra::Rendering {
 
@@ -25,6 +26,8 @@ constexpr float largestShape = 12;
 constexpr float smallestShape = 1;
 constexpr float largestAspect = 1.25F;
 constexpr std::size_t mostShapes = 200;
+/// Characters of one line are raised and lowered by less, in font sizes.
+constexpr float largestRise = 0.6F;
 
 /// The shapes met on a page; the library's device knows of no more than text.
 struct Shapes {
@@ -164,26 +167,43 @@ bool isOutside(const fz_rect& box, const fz_quad& quad)
     return bounds.x1 < box.x0 || bounds.x0 > box.x1 || bounds.y1 < box.y0 || bounds.y0 > box.y1;
 }
 
-/// Without what lies outside the box.
-TextPiece pieceFrom(fz_context* context, const fz_stext_line& line, const fz_rect& box, Fonts& fonts)
+TextPiece emptyPiece(const fz_stext_line& line)
 {
     TextPiece piece;
     piece.directionX = line.dir.x;
     piece.directionY = line.dir.y;
     piece.isVertical = line.wmode != 0;
+    return piece;
+}
+
+/// What of a line lies in the box. MuPDF makes one line of large first letters of neighbouring paragraphs, which
+/// overlap; here they are pieces of their own.
+void addPieces(std::vector<TextPiece>& pieces, fz_context* context, const fz_stext_line& line, const fz_rect& box,
+               Fonts& fonts)
+{
+    TextPiece piece = emptyPiece(line);
     float largest = 0;
+    const auto finish = [&] {
+        if (!piece.characters.empty())
+            pieces.push_back(std::exchange(piece, emptyPiece(line)));
+        largest = 0;
+    };
     for (const fz_stext_char* character = line.first_char; character; character = character->next) {
         if (isOutside(box, character->quad))
             continue;
-        piece.characters.push_back(placed(context, line, *character));
+        const PlacedCharacter next = placed(context, line, *character);
+        const float baseline = across(line.dir, character->origin);
+        if (line.wmode == 0 && std::abs(baseline - piece.baseline) > largestRise * std::max(largest, next.size))
+            finish();
+        piece.characters.push_back(next);
         fonts.mark(piece.characters.back(), character->font);
         // Raised and lowered characters are smaller than what they belong to.
-        if (piece.characters.back().size >= largest) {
-            largest = piece.characters.back().size;
-            piece.baseline = across(line.dir, character->origin);
+        if (next.size >= largest) {
+            largest = next.size;
+            piece.baseline = baseline;
         }
     }
-    return piece;
+    finish();
 }
 
 /// A bullet, as long as nothing beside it says otherwise.
@@ -213,7 +233,7 @@ std::vector<TextPiece> readTextPieces(MuPDFDocument& document, const PageHandle&
         if (block->type != FZ_STEXT_BLOCK_TEXT)
             continue;
         for (const fz_stext_line* line = block->u.t.first_line; line; line = line->next)
-            pieces.push_back(pieceFrom(context, *line, text->mediabox, fonts));
+            addPieces(pieces, context, *line, text->mediabox, fonts);
     }
     if (shapes.count <= mostShapes) {
         for (const fz_rect& box : std::span(shapes.boxes).first(shapes.count))
