@@ -174,6 +174,32 @@ private Q_SLOTS:
         QCOMPARE(linesOf(item), "- two three|four five six|seven eight||nine ten eleven");
     }
 
+    void joinsKoreanWordsBrokenBetweenSyllables()
+    {
+        // Syllables as wide as two letters, so that a line has room for seven.
+        const auto page = [](std::initializer_list<std::u32string_view> lines, float blank) {
+            std::vector<TextPiece> pieces;
+            for (const std::u32string_view text : lines) {
+                TextPiece line = piece(text, 0, 100 + 12.0F * static_cast<float>(pieces.size()));
+                float start = 0;
+                for (PlacedCharacter& character : line.characters) {
+                    character.start = start;
+                    start = character.end = start + (character.code == U' ' ? blank : 10);
+                }
+                pieces.push_back(std::move(line));
+            }
+            return pieces;
+        };
+        QCOMPARE(linesOf(page({U"가각 갂갃간 갅", U"갆 갇갈갉갊 갋", U"갌갍갎 갏감 갑", U"값 갓"}, 5)),
+                 utf8(U"가각 갂갃간 갅갆|갇갈갉갊 갋갌갍갎|"
+                      U"갏감 갑값|갓"));
+        // Words stay whole where lines have room left, at their end or, set to one width, between the words.
+        const auto whole = {std::u32string_view(U"가각 갂갃"), std::u32string_view(U"간갅갆"),
+                            std::u32string_view(U"갇갈 갉갊"), std::u32string_view(U"갋 갌")};
+        const QByteArray kept = utf8(U"가각 갂갃|간갅갆|갇갈 갉갊|갋 갌");
+        QCOMPARE(linesOf(page(whole, 5)), kept);
+    }
+
     void joinsIdeographsWithoutBlanks()
     {
         const std::vector<std::string> lines = {"東京の", "町", "is far"};

@@ -3,6 +3,7 @@
 #include "text/Accents.h"
 #include "text/BlockBounds.h"
 #include "text/SpacedLetters.h"
+#include "text/SyllableBreaks.h"
 #include "text/VisualLine.h"
 #include "unicode/Unicode.h"
 
@@ -181,6 +182,7 @@ std::vector<Line> linesFrom(std::vector<VisualLine> visualLines, std::optional<f
 {
     const std::vector<bool> beginsBlock = blockBeginnings(visualLines, usualStep);
     putInReadingOrder(visualLines);
+    joinBrokenSyllables(visualLines, beginsBlock);
     std::vector<Line> lines;
     lines.reserve(visualLines.size());
     for (std::size_t index = 0; index < visualLines.size(); ++index) {
