@@ -164,6 +164,14 @@ bool LayerStage::isWellAway(QPointF place) const
     return std::hypot(way.x(), way.y()) > m_panel->width();
 }
 
+bool LayerStage::isOverWheel(QPointF place) const
+{
+    if (!m_panel || !m_panel->isVisible())
+        return m_hasDrag; // it comes in a moment
+    const QPointF way = place - m_panel->geometry().toRectF().center();
+    return std::hypot(way.x(), way.y()) <= m_panel->width() / 2.0;
+}
+
 bool LayerStage::eventFilter(QObject* watched, QEvent* event)
 {
     if (watched == m_panel) {
@@ -239,7 +247,10 @@ void LayerStage::dragMoveEvent(QDragMoveEvent* event)
     if (onMoved)
         onMoved(globalPoint(event->position()));
     const bool isAccepted = m_target->dragMoved(panelPoint(event->position()));
-    if (isAccepted)
+    // Beside the petals as well, where one is a single movement away: a release right behind that movement would reach
+    // the compositor before our answer to it. The source of a drop that does nothing then believes its files copied;
+    // but never moved, as it might with Shift held.
+    if (isAccepted || (isOverWheel(event->position()) && !(isShiftHeld && isShiftHeld())))
         accept(*event);
     else
         event->ignore();
@@ -263,14 +274,17 @@ void LayerStage::dropEvent(QDropEvent* event)
     event->ignore();
     if (!std::exchange(m_hasDrag, false))
         return;
+    bool isTaken = false;
     if (m_target) {
         const QPointF place = panelPoint(event->position());
         if (onMoved)
             onMoved(globalPoint(event->position()));
-        if (const DropTarget::Drop take = m_target->dropAt(place); take && take(m_files))
-            accept(*event);
+        const DropTarget::Drop take = m_target->dropAt(place);
+        isTaken = take && take(m_files);
         m_target->dragEnded(false);
     }
+    if (isTaken)
+        accept(*event);
     if (onDropped)
         onDropped();
 }

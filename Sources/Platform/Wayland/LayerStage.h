@@ -37,6 +37,9 @@ public:
     /// Calls back once with the place of the pointer; the middle of the screen when it stays unknown.
     void findPointer(std::function<void(QPoint)> found);
 
+    /// Whether Shift is down, where that is known.
+    std::function<bool()> isShiftHeld;
+
     /// Opens a menu at the pointer. Nobody else can be its parent: the click was on a window of another program.
     void popUp(QMenu& menu);
 
@@ -57,6 +60,7 @@ private:
     QPoint globalPoint(QPointF place) const;
     QPointF panelPoint(QPointF place) const;
     bool isWellAway(QPointF place) const;
+    bool isOverWheel(QPointF place) const;
 
     QPointer<QWidget> m_panel;
     DropTarget* m_target = nullptr;

@@ -45,6 +45,9 @@ WaylandPlatform::WaylandPlatform(CompositorOffer offer)
     , m_watched(watchers())
     , m_dragSource(m_watched, m_stage, now)
 {
+    m_stage.isShiftHeld = [this] {
+        return (m_watched.modifierFlags() & shiftFlag) != 0;
+    };
 }
 
 std::vector<DragSource*> WaylandPlatform::watchers()
