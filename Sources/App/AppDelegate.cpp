@@ -78,6 +78,7 @@ void AppDelegate::applicationDidFinishLaunching()
     wireWheel();
     wireMonitor();
     m_dragMonitor.start();
+    listenToTaps();
     qCInfo(applicationLog, "Pelgra launched");
     m_debugWheel.showLaunchArgumentWheelIfRequested(m_preferences.store());
     ToolWindows::presentFromLaunchArguments(QCoreApplication::arguments());
@@ -159,6 +160,15 @@ void AppDelegate::wireMonitor()
     m_platform.dragSource().onCancelled = [this] {
         cancelDrag();
     };
+}
+
+void AppDelegate::listenToTaps()
+{
+    m_taps = std::make_unique<TapSocket>();
+    connect(m_taps.get(), &TapSocket::tapped, this, [this](WheelKind kind) {
+        const WheelKeys keys = m_preferences.wheelKeys();
+        m_platform.tapped(flagOf(kind == WheelKind::convert ? keys.convert : keys.tools));
+    });
 }
 
 void AppDelegate::handle(const DragEvent& event)

@@ -2,6 +2,7 @@
 
 #include "App/DebugWheel.h"
 #include "App/Quitting.h"
+#include "App/TapSocket.h"
 #include "Drag/DragMonitor.h"
 #include "Jobs/JobRunner.h"
 #include "Wheel/WheelController.h"
@@ -56,6 +57,7 @@ private:
     void installUpdater();
     void wireWheel();
     void wireMonitor();
+    void listenToTaps();
     void installStatusMenu();
     void handle(const DragEvent& event);
     void cancelDrag();
@@ -70,6 +72,7 @@ private:
     WheelController m_wheel;
     DebugWheel m_debugWheel;
     Quitting m_quitting;
+    std::unique_ptr<TapSocket> m_taps;
     std::unique_ptr<JobRunner> m_jobs; ///< made with the first petal
     std::unique_ptr<UpdaterManaging> m_updater;
     std::unique_ptr<StatusMenu> m_statusMenu;

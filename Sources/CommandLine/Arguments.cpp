@@ -22,6 +22,7 @@ constexpr std::array commandNames{
     CommandName{"organize", Command::organize}, CommandName{"targets", Command::targets},
     CommandName{"wheel", Command::wheel},       CommandName{"help", Command::help},
     CommandName{"version", Command::version},   CommandName{"doctor", Command::wheel},
+    CommandName{"tap", Command::tap},
 };
 
 std::string quoted(std::string_view text)
@@ -95,7 +96,9 @@ private:
         if (found == commandNames.end())
             throw UsageError("There is no command " + quoted(word) + ".");
         m_command = found->command;
-        if (found->name == "doctor")
+        if (found->command == Command::tap)
+            takeWheel();
+        else if (found->name == "doctor")
             askTheDesktop();
         else if (m_command == Command::wheel)
             passOnFrom(m_next);
@@ -116,6 +119,16 @@ private:
                                                          "--background",
                                                          "--verbose"};
         return std::find(words.begin(), words.end(), word) != words.end();
+    }
+
+    /// The words of a key binding are few and fixed.
+    void takeWheel()
+    {
+        m_command = Command::tap;
+        if (m_next + 1 == m_words.size())
+            m_result.wheel = m_words[m_next++];
+        if (m_result.wheel != "convert" && m_result.wheel != "tools")
+            throw UsageError("This command takes “convert” or “tools”.");
     }
 
     /// What works in the session the desktop program alone can tell.
@@ -199,6 +212,7 @@ private:
         case Command::help:
         case Command::version:
         case Command::wheel:
+        case Command::tap:
             return;
         case Command::convert:
             if (!m_result.target)

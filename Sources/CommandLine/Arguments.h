@@ -13,7 +13,7 @@
 namespace Pelgra {
 
 /// What the command line was asked to do.
-enum class Command : std::uint8_t { help, version, convert, create, merge, split, organize, targets, wheel };
+enum class Command : std::uint8_t { help, version, convert, create, merge, split, organize, targets, wheel, tap };
 
 /// A command with everything it needs.
 struct Invocation {
@@ -24,6 +24,7 @@ struct Invocation {
     std::vector<PageEdit> pages; ///< of organize
     bool uniformWidth = false; ///< of organize
     std::vector<std::filesystem::path> files;
+    std::string wheel; ///< of tap: convert or tools
     std::vector<std::string> passedOn; ///< what follows `wheel`, meant for the desktop program
 };
 

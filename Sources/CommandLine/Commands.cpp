@@ -4,6 +4,7 @@
 #include "CommandLine/HelpText.h"
 #include "CommandLine/Interruption.h"
 #include "CommandLine/Json.h"
+#include "CommandLine/Tap.h"
 #include "PelgraCore/Catalog.h"
 #include "PelgraCore/Engine.h"
 #include "PelgraCore/EngineError.h"
@@ -94,6 +95,7 @@ const std::filesystem::path* inputInTurn(const Invocation& invocation, std::size
     case Command::version:
     case Command::targets:
     case Command::wheel:
+    case Command::tap:
         break;
     }
     return nullptr;
@@ -125,6 +127,7 @@ void runEngine(const Invocation& invocation, const JobControl& control)
     case Command::version:
     case Command::targets:
     case Command::wheel:
+    case Command::tap:
         break;
     }
 }
@@ -179,6 +182,11 @@ int runCommand(const Invocation& invocation, Console& console)
     case Command::wheel:
         becomeDesktopProgram(invocation.passedOn);
         console.printMessage("The desktop program (pelgra-desktop) is not installed.");
+        return exitFailed;
+    case Command::tap:
+        if (sendTap(invocation.wheel))
+            break;
+        console.printMessage("The desktop program is not running.");
         return exitFailed;
     case Command::convert:
     case Command::create:

@@ -14,6 +14,7 @@ Usage:
   pelgra organize --pages LIST [OPTION]... FILE    a PDF of the listed pages
   pelgra targets FILE...                           which conversions and tools the files allow
   pelgra wheel                                     start the desktop program
+  pelgra tap convert|tools                         stand for a tap of the wheel's key, in a key binding
   pelgra doctor                                    what works in this session, for reports of faults
 
 FORMAT is jpg, png, heic, tiff, bmp or pdf for images; jpg, png, heic, tiff, bmp, txt or md for PDFs.

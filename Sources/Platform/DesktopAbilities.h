@@ -11,6 +11,7 @@ struct DesktopAbilities {
     enum class Step {
         none,
         showKeysToX11, ///< the compositor may show keys to X11 programs, but was told not to
+        bindKeys, ///< the compositor shows keys to nobody, but runs a command at a key
     };
 
     bool seesDrags = false; ///< that files are dragged in any program

@@ -57,6 +57,9 @@ public:
     /// Opens a menu at the pointer, for a click that no window of ours got: one on the tray.
     virtual void popUp(QMenu& menu);
 
+    /// Keys that open a wheel were tapped, as somebody else saw it, such as a key binding of the compositor.
+    virtual void tapped(ModifierFlags) { }
+
     /// hasTray() may have changed.
     std::function<void()> onTrayChanged;
 };

@@ -54,6 +54,10 @@ private Q_SLOTS:
         QCOMPARE(parse({"doctor"}).command, Command::wheel);
         QCOMPARE(parse({"doctor"}).passedOn, (std::vector<std::string>{"--doctor"}));
         QVERIFY_EXCEPTION_THROWN(parse({"doctor", "a.png"}), UsageError);
+        QCOMPARE(parse({"tap", "tools"}).wheel, std::string("tools"));
+        QVERIFY_EXCEPTION_THROWN(parse({"tap"}), UsageError);
+        QVERIFY_EXCEPTION_THROWN(parse({"tap", "shift"}), UsageError);
+        QVERIFY_EXCEPTION_THROWN(parse({"tap", "tools", "a.png"}), UsageError);
         QCOMPARE(parse({"convert", "--help", "--nonsense"}).command, Command::help);
     }
 

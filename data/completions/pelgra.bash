@@ -4,7 +4,7 @@ _pelgra()
     local cur=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command= only_files= word
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         case $word in
-            convert | create | merge | split | organize | targets | wheel | doctor) command=${command:-$word} ;;
+            convert | create | merge | split | organize | targets | wheel | tap | doctor) command=${command:-$word} ;;
             --) only_files=yes ;;
         esac
     done
@@ -22,7 +22,9 @@ _pelgra()
         [[ $command == organize ]] && options+=" --pages --uniform-width"
         COMPREPLY=($(compgen -W "$options" -- "$cur"))
     elif [[ -z $command ]]; then
-        COMPREPLY=($(compgen -W "convert create merge split organize targets wheel doctor" -- "$cur"))
+        COMPREPLY=($(compgen -W "convert create merge split organize targets wheel tap doctor" -- "$cur"))
+    elif [[ $command == tap ]]; then
+        COMPREPLY=($(compgen -W "convert tools" -- "$cur"))
     else
         local IFS=$'\n'
         compopt -o filenames

@@ -1,5 +1,5 @@
 # Completion of pelgra(1) for fish.
-set -l commands convert create merge split organize targets wheel doctor
+set -l commands convert create merge split organize targets wheel tap doctor
 complete -c pelgra -n "not __fish_seen_subcommand_from $commands" -f
 complete -c pelgra -n "not __fish_seen_subcommand_from $commands" -a convert -d "Convert each file"
 complete -c pelgra -n "not __fish_seen_subcommand_from $commands" -a create -d "One PDF with a page for each image"
@@ -8,6 +8,8 @@ complete -c pelgra -n "not __fish_seen_subcommand_from $commands" -a split -d "A
 complete -c pelgra -n "not __fish_seen_subcommand_from $commands" -a organize -d "A PDF of the listed pages"
 complete -c pelgra -n "not __fish_seen_subcommand_from $commands" -a targets -d "Which conversions and tools the files allow"
 complete -c pelgra -n "not __fish_seen_subcommand_from $commands" -a wheel -d "Start the desktop program"
+complete -c pelgra -n "not __fish_seen_subcommand_from $commands" -a tap -d "Stand for a tap of a key of the wheel"
+complete -c pelgra -n "__fish_seen_subcommand_from tap" -f -a "convert tools"
 complete -c pelgra -n "not __fish_seen_subcommand_from $commands" -a doctor -d "What works in this session"
 complete -c pelgra -n "__fish_seen_subcommand_from convert" -l to -x -a "jpg png heic tiff bmp pdf txt md" -d "Format"
 complete -c pelgra -n "__fish_seen_subcommand_from convert" -l jpeg-quality -x -d "Quality from 0 to 1"

@@ -95,6 +95,7 @@ void LayerStage::spread()
 {
     m_isSpread = true;
     m_hasDrag = false;
+    qCDebug(dragLog, "Looking for a drag");
     showLayer(false);
 }
 

@@ -45,6 +45,8 @@ WaylandPlatform::WaylandPlatform(CompositorOffer offer)
     , m_watched(watchers())
     , m_dragSource(m_watched, m_stage, now)
 {
+    if (m_xwayland)
+        m_xwayland->setNeedsFocus(compositorName() == "sway");
     m_stage.isShiftHeld = [this] {
         return (m_watched.modifierFlags() & shiftFlag) != 0;
     };
@@ -52,7 +54,7 @@ WaylandPlatform::WaylandPlatform(CompositorOffer offer)
 
 std::vector<DragSource*> WaylandPlatform::watchers()
 {
-    std::vector<DragSource*> all{&m_nobody}; // where nobody else tells
+    std::vector<DragSource*> all{&m_nobody, &m_taps}; // where nobody else tells
     if (m_xwayland)
         all.push_back(m_xwayland.get());
     if (m_keyState)
@@ -69,18 +71,21 @@ DesktopAbilities WaylandPlatform::abilities() const
     // Others than KWin keep the keys of their own programs from the X server.
     const bool couldShowKeys = m_xwayland && m_xwayland->canSeeKeys() && abilities.compositor.starts_with("kwin");
     const bool showsKeys = couldShowKeys && !isToldToHideKeys();
-    abilities.seesKeys = showsKeys || m_keyState;
+    abilities.seesKeys = showsKeys || m_keyState || m_taps.wasTapped();
     if (m_xwayland)
         abilities.sources.emplace_back(showsKeys ? "Xwayland (beginnings and keys)" : "Xwayland (beginnings)");
     else
         abilities.missing.emplace_back("an X server beside the compositor (Xwayland)");
     if (m_keyState)
         abilities.sources.emplace_back("key state of KWin");
+    if (m_taps.wasTapped())
+        abilities.sources.emplace_back("key bindings of the compositor");
     if (!abilities.seesKeys && couldShowKeys) {
         abilities.missing.emplace_back("leave for X11 programs to see the keys");
         abilities.step = DesktopAbilities::Step::showKeysToX11;
     } else if (!abilities.seesKeys) {
-        abilities.missing.emplace_back("a compositor that shows keys to X11 programs");
+        abilities.missing.emplace_back("key bindings of the compositor for “pelgra tap”");
+        abilities.step = DesktopAbilities::Step::bindKeys;
     }
     return abilities;
 }

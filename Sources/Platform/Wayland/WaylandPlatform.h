@@ -4,6 +4,7 @@
 #include "Platform/Platform.h"
 #include "Platform/Sampling/CompositeDragSource.h"
 #include "Platform/Sampling/DiscoveringDragSource.h"
+#include "Platform/Sampling/TapSource.h"
 #include "Platform/Wayland/CompositorOffer.h"
 #include "Platform/Wayland/KeyStateSource.h"
 #include "Platform/Wayland/LayerStage.h"
@@ -26,12 +27,14 @@ public:
     void place(QWidget& window, QRect geometry) override;
     void findPointer(std::function<void(QPoint)> found) override { m_stage.findPointer(std::move(found)); }
     void popUp(QMenu& menu) override { m_stage.popUp(menu); }
+    void tapped(ModifierFlags flags) override { m_taps.tap(flags); }
 
 private:
     explicit WaylandPlatform(CompositorOffer offer);
     std::vector<DragSource*> watchers();
 
     NullDragSource m_nobody;
+    TapSource m_taps;
     std::unique_ptr<KeyStateSource> m_keyState; ///< null where KWin does not trust this program
     std::unique_ptr<XwaylandWatcher> m_xwayland; ///< null without Xwayland
     CompositeDragSource m_watched;

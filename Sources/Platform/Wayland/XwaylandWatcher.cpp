@@ -3,9 +3,12 @@
 #include "Platform/Sampling/DragDiscovery.h"
 #include "Support/Logging.h"
 
+#include <QTimer>
+
 #include <xcb/xfixes.h>
 #include <xcb/xinput.h>
 
+#include <array>
 #include <utility>
 
 namespace Pelgra {
@@ -13,6 +16,8 @@ namespace Pelgra {
 namespace {
 
 constexpr std::uint8_t eventTypeMask = 0x7f;
+
+constexpr int focusMilliseconds = 100;
 
 } // namespace
 
@@ -40,8 +45,27 @@ XwaylandWatcher::XwaylandWatcher(std::unique_ptr<XcbConnection> connection)
     });
 }
 
+void XwaylandWatcher::takeFocusOnce()
+{
+    xcb_connection_t* const connection = m_connection->get();
+    const xcb_window_t window = xcb_generate_id(connection);
+    // Unmanaged, so that no tile is made for it, and beside the screen.
+    const std::array<std::uint32_t, 2> values{0, 1};
+    xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, m_connection->root(), -1, -1, 1, 1, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT,
+                      values.data());
+    xcb_map_window(connection, window);
+    m_connection->flush();
+    QTimer::singleShot(focusMilliseconds, this, [this, window] {
+        xcb_destroy_window(m_connection->get(), window); // the focus goes back to where it was
+        m_connection->flush();
+    });
+}
+
 void XwaylandWatcher::refresh()
 {
+    if (std::exchange(m_needsFocus, false))
+        takeFocusOnce();
     m_flags = m_held | std::exchange(m_pressedSinceSample, 0);
     if (m_watchesKeys && std::chrono::steady_clock::now() - m_latestDrag > DragDiscovery::expiry)
         watchKeys(false);

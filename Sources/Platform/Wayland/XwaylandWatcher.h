@@ -32,11 +32,16 @@ public:
     std::optional<QPoint> pointer() const override { return std::nullopt; }
     void setTapFlags(ModifierFlags flags) override { m_tapFlags = flags; }
 
+    /// To be told before the first sample: some compositors tell X11 programs of drags only once one of them had the
+    /// focus, so an unseen window takes it for a moment.
+    void setNeedsFocus(bool needs) { m_needsFocus = needs; }
+
     /// Whether the server tells of keys.
     bool canSeeKeys() const { return m_connection->extensions().hasInput; }
 
 private:
     explicit XwaylandWatcher(std::unique_ptr<XcbConnection> connection);
+    void takeFocusOnce();
     void drain();
     void handle(const xcb_generic_event_t& event);
     void handleKey(const xcb_generic_event_t& event);
@@ -54,6 +59,7 @@ private:
     std::chrono::steady_clock::time_point m_latestDrag;
     bool m_watchesKeys = false;
     bool m_hasNews = false;
+    bool m_needsFocus = false;
 };
 
 } // namespace Pelgra
