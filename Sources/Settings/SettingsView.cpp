@@ -8,11 +8,14 @@
 #include "Support/Logging.h"
 
 #include <QCheckBox>
+#include <QClipboard>
 #include <QComboBox>
 #include <QDir>
 #include <QFileInfo>
+#include <QFontDatabase>
 #include <QFormLayout>
 #include <QFrame>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QPushButton>
 #include <QSignalBlocker>
@@ -225,8 +228,15 @@ QWidget* SettingsView::makeSystem()
     m_thisDesktop = makeNote(QString(), section);
     m_thisDesktop->setObjectName(QStringLiteral("thisDesktop"));
     m_step = makeLink(QStringLiteral("Open System Settings…"), QStringLiteral("desktopStep"), section);
-    connect(m_step, &QPushButton::clicked, this, [] { SystemSettings::openLegacyApplications(); });
+    connect(m_step, &QPushButton::clicked, this, &SettingsView::takeStep);
+    m_keyBindings = makeNote(QString(), section);
+    m_keyBindings->setObjectName(QStringLiteral("keyBindings"));
+    m_keyBindings->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    fixed.setPixelSize(footerPixels);
+    m_keyBindings->setFont(fixed);
     stack->addWidget(m_thisDesktop);
+    stack->addWidget(m_keyBindings);
     stack->addWidget(m_step, 0, Qt::AlignLeft);
     return section;
 }
@@ -278,7 +288,21 @@ void SettingsView::showKeys()
     const DesktopAbilities abilities = ThisDesktop::abilities();
     m_thisDesktop->setText(
         QStringLiteral("This desktop: %1").arg(ThisDesktop::sentenceFor(abilities, m_preferences->wheelKeys())));
-    m_step->setVisible(!abilities.hasGesture() && abilities.step != DesktopAbilities::Step::none);
+    const bool bindsKeys =
+        !abilities.hasGesture() && abilities.seesDrags && abilities.step == DesktopAbilities::Step::bindKeys;
+    m_keyBindings->setText(bindsKeys ? ThisDesktop::keyBindingsFor(abilities, m_preferences->wheelKeys()) : QString());
+    m_keyBindings->setVisible(bindsKeys);
+    m_step->setVisible(bindsKeys
+                       || (!abilities.hasGesture() && abilities.step == DesktopAbilities::Step::showKeysToX11));
+    m_step->setText(bindsKeys ? QStringLiteral("Copy for Its Configuration") : QStringLiteral("Open System Settings…"));
+}
+
+void SettingsView::takeStep()
+{
+    if (m_keyBindings->isHidden())
+        SystemSettings::openLegacyApplications();
+    else
+        QGuiApplication::clipboard()->setText(m_keyBindings->text());
 }
 
 void SettingsView::showQuality()

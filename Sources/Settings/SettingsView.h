@@ -33,6 +33,7 @@ private:
     void followLoginItem();
 
     void showKeys();
+    void takeStep();
     void showQuality();
     void showLoginItem();
     void setLaunchAtLogin(bool on);
@@ -44,6 +45,7 @@ private:
     QComboBox* m_toolsKey = nullptr;
     QLabel* m_sameKey = nullptr;
     QLabel* m_thisDesktop = nullptr;
+    QLabel* m_keyBindings = nullptr; ///< hidden where none are needed
     QPushButton* m_step = nullptr; ///< for what the user can do about this desktop
     QSlider* m_quality = nullptr;
     QLabel* m_qualityText = nullptr;

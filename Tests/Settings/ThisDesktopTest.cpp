@@ -26,6 +26,24 @@ private Q_SLOTS:
         abilities.seesDrags = false;
         QCOMPARE(ThisDesktop::sentenceFor(abilities, {}), rightClick);
     }
+
+    void linesForTheCompositorNameTheKeysInUse()
+    {
+        DesktopAbilities abilities;
+        abilities.seesDrags = true;
+        abilities.step = DesktopAbilities::Step::bindKeys;
+        abilities.compositor = "sway";
+        QVERIFY(ThisDesktop::sentenceFor(abilities, {}).contains("one more step"));
+        QCOMPARE(ThisDesktop::keyBindingsFor(abilities, {}),
+                 QString("bindsym --no-repeat Shift_L exec pelgra tap convert\n"
+                         "bindsym --no-repeat Super_L exec pelgra tap tools"));
+        abilities.compositor = "labwc";
+        QCOMPARE(
+            ThisDesktop::keyBindingsFor(abilities, {ModifierKey::control, ModifierKey::control}),
+            QString("<keybind key=\"Control_L\"><action name=\"Execute\" command=\"pelgra tap convert\"/></keybind>"));
+        abilities.seesDrags = false; // the keys alone are of no use
+        QVERIFY(!ThisDesktop::sentenceFor(abilities, {}).contains("one more step"));
+    }
 };
 
 QTEST_GUILESS_MAIN(ThisDesktopTest)
