@@ -57,6 +57,8 @@ def scenario(function):
 class KWin:
     """The compositor, its X server, a session bus and the application. Use as a context."""
 
+    name = "KDE"
+
     def __init__(self, application, sources, scale=1, outer=None, hides_keys=False, trusts_application=True,
                  has_x11=True, has_bus=True, traces=False, screens=1):
         self.application = pathlib.Path(application).resolve()
@@ -92,31 +94,39 @@ class KWin:
             "PATH": os.environ["PATH"], "LANG": "C.UTF-8", "HOME": str(self.folder / "home"),
             "XDG_RUNTIME_DIR": str(self.folder / "run"), "NO_AT_BRIDGE": "1", "GTK_A11Y": "none",
             "GSETTINGS_BACKEND": "memory", "GSK_RENDERER": "cairo", "XDG_SESSION_TYPE": "wayland",
-            "XDG_CURRENT_DESKTOP": "KDE", "QT_LOGGING_TO_CONSOLE": "1", "QT_LOGGING_RULES": "pelgra.*.debug=true",
+            "XDG_CURRENT_DESKTOP": self.name, "QT_LOGGING_TO_CONSOLE": "1", "QT_LOGGING_RULES": "pelgra.*.debug=true",
             "KWIN_COMPOSE": "Q", "LIBGL_ALWAYS_SOFTWARE": "1", "DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.folder}/run/bus",
         }
         os.makedirs("/tmp/.X11-unix", mode=0o1777, exist_ok=True)
         if self.has_bus:
             self.run("bus", ["dbus-daemon", "--session", "--nofork", f"--address=unix:path={self.folder}/run/bus"])
             wait_for(lambda: (self.folder / "run/bus").exists(), "the session bus")
-        subprocess.run(["kbuildsycoca6"], env=self.environment, capture_output=True, check=True)
         # What the compositor starts learns the names of its displays.
         told = self.folder / "session"
         teller = self.folder / "tell"
         teller.write_text(f"#!/bin/sh\nenv >{told}.new && mv {told}.new {told}\nexec sleep 100000\n")
         teller.chmod(0o700)
+        self.start_compositor(teller)
+        wait_for(told.exists, "the compositor", 30)
+        names = dict(line.split("=", 1) for line in told.read_text().splitlines() if "=" in line)
+        self.environment |= {key: names[key] for key in ("WAYLAND_DISPLAY", "DISPLAY", "XAUTHORITY", "SWAYSOCK")
+                             if names.get(key)}
+        self.input = wait_for(self.offered_input, "leave to inject input")
+        self.start_application()
+        return self
+
+    def offered_input(self):
+        return FakeInput.offered(self.folder / "run/wayland-pelgra")
+
+    def start_compositor(self, teller):
+        """It starts this program once it is there."""
+        subprocess.run(["kbuildsycoca6"], env=self.environment, capture_output=True, check=True)
         # A copy has no capability of the file, which some containers refuse to give.
         program = shutil.copy(shutil.which("kwin_wayland"), self.folder / "kwin_wayland")
         place = ["--wayland-display", self.outer] if self.outer else ["--virtual", "--output-count", self.screens]
         self.run("kwin", [program, *place, "--width", SCREEN[0], "--height", SCREEN[1], "--scale", self.scale,
                           *["--xwayland"] * self.has_x11, "--no-lockscreen", "--no-global-shortcuts", "--socket",
                           "wayland-pelgra", teller])
-        wait_for(told.exists, "the compositor", 30)
-        names = dict(line.split("=", 1) for line in told.read_text().splitlines() if "=" in line)
-        self.environment |= {key: names[key] for key in ("WAYLAND_DISPLAY", "DISPLAY", "XAUTHORITY") if key in names}
-        self.input = wait_for(lambda: FakeInput.offered(self.folder / "run/wayland-pelgra"), "leave to inject input")
-        self.start_application()
-        return self
 
     def install_entries(self):
         """KWin lets programs inject keys, or know of them, as the desktop entry of their executable says."""
@@ -503,13 +513,13 @@ def missing():
     return needed
 
 
-def run_scenarios(options):
-    """How many failed."""
-    chosen = [s for s in SCENARIOS if re.search(options.only, s.__name__)]
+def run_scenarios(make_desktop, scenarios, options):
+    """How many failed, on one desktop."""
+    chosen = [s for s in scenarios if re.search(options.only, s.__name__)]
     failed = 0
     if not chosen:
         return failed
-    with KWin(options.application, options.sources, options.scale, options.outer, traces=options.latency) as desktop:
+    with make_desktop() as desktop:
         for scenario_ in chosen:
             passed, seconds = 0, []
             for turn in range(options.repeat):
@@ -527,10 +537,10 @@ def run_scenarios(options):
     return failed
 
 
-def run_sessions(options):
-    """Likewise."""
+def run_sessions(sessions, options):
+    """Likewise, each on a desktop of its own."""
     failed = 0
-    for session in (s for s in SESSIONS if re.search(options.only, s.__name__)):
+    for session in (s for s in sessions if re.search(options.only, s.__name__)):
         try:
             session(options.application, options.sources)
             print(f"ok {session.__name__}", flush=True)
@@ -553,7 +563,10 @@ def main():
     if lacking := missing():
         print("skipped, missing: " + ", ".join(lacking))
         return 77
-    failed = run_scenarios(options) + run_sessions(options)
+
+    def make_desktop():
+        return KWin(options.application, options.sources, options.scale, options.outer, traces=options.latency)
+    failed = run_scenarios(make_desktop, SCENARIOS, options) + run_sessions(SESSIONS, options)
     return 1 if failed else 0
 
 
