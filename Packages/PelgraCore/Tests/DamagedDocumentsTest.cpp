@@ -37,8 +37,8 @@ std::string replaced(std::string content, const std::string& part, const std::st
     return content.replace(content.find(part), part.size(), replacement);
 }
 
-/// A page with a picture that stands behind it in the file, in a document that ends in mid picture.
-std::string cutInAPicture()
+/// A page with a picture that stands behind it in the file, in a document that ends so far behind a part of the picture.
+std::string cutInAPicture(const std::string& part, std::size_t distance)
 {
     PDFBuilder builder;
     const int picture = builder.reserve();
@@ -49,7 +49,7 @@ std::string cutInAPicture()
         std::string(3000, 'x'),
         "/Type /XObject /Subtype /Image /Width 100 /Height 30 /BitsPerComponent 8 /ColorSpace /DeviceGray");
     const std::string content = builder.build();
-    return content.substr(0, content.find("xxx") + 1000);
+    return content.substr(0, content.find(part) + distance);
 }
 
 /// Encrypted in a way whose name is given, by a handler whose name is given.
@@ -121,7 +121,18 @@ private Q_SLOTS:
         row("a count and no entry", withTree("/Count 2 /Kids []"), "unreadable");
         row("no pages", withTree("/Count 0 /Kids []"), "noPages");
         row("cut off", eight.substr(0, eight.find("(Page 7)")), "6 “a.pdf” is damaged: 2 of its 8 pages are missing.");
-        row("cut off in a picture", cutInAPicture(), "2 “a.pdf” is damaged: something is gone from page 2.");
+        const std::string whole = eight.substr(0, eight.find("18 0 obj"));
+        const std::string gone = "7 “a.pdf” is damaged: 1 of its 8 pages is missing.";
+        row("cut off behind a number", whole + "18 0 obj", gone.c_str());
+        row("cut off in a dictionary", whole + "18 0 obj\n<< /Length 40 /Fil", gone.c_str());
+        row("cut off in a string", whole + "18 0 obj\n<< /Title (A (nested", gone.c_str());
+        row("cut off in an array", whole + "18 0 obj\n<< /MediaBox [0 [0", gone.c_str());
+        row("cut off in a hexadecimal string", whole + "18 0 obj\n<< /Title <0041", gone.c_str());
+        for (const auto& [part, distance] : {std::pair("xxx", 1000), {"9 0 obj", 8}, {"9 0 obj", 40}}) {
+            row(qPrintable(QStringLiteral("cut off %1 behind %2").arg(distance).arg(QLatin1String(part))),
+                cutInAPicture(part, static_cast<std::size_t>(distance)),
+                "2 “a.pdf” is damaged: something is gone from page 2.");
+        }
         row("no tree", noTree, "2 “a.pdf” is damaged: its list of pages is lost, and 2 pages were found.");
         row("no tree and no page",
             replaced(replaced(noTree, "/Type /Page ", "/Type /None "), "/Type /Page ", "/Type /None "), "unreadable");

@@ -66,13 +66,14 @@ std::vector<SourcePage> pagesBelow(Object root, std::size_t& emptyEntries)
     return pages;
 }
 
-/// A reference to an object that is not there, or to a stream cut off by the end of the file, which has no data left.
+/// A reference to an object that is not there, or to a stream cut off by the end of the file, which has no data left. Of
+/// an object that is cut off right behind its number the library makes whatever it finds there.
 bool isLost(Object value)
 {
     if (!value.isIndirect())
         return false;
     if (!value.isStream())
-        return value.isNull();
+        return !value.isDictionary() && !value.isArray();
     try {
         return integerOf(valueOf(value, "/Length")) != 0 && value.getRawStreamData()->getSize() == 0;
     } catch (const std::exception&) {

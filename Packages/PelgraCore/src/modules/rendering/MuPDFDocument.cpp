@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <string_view>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,6 +24,10 @@ namespace {
 /// Decoded images, fonts and glyphs kept for further pages, in bytes.
 constexpr std::size_t storeLimit = std::size_t{64} << 20;
 constexpr int antialiasingBits = 8;
+
+/// What is read behind the end of a file that was cut off: it ends strings of either kind, arrays and the object. A file
+/// without a trailer would be given up as a whole for the sake of the one object that its end cuts off.
+constexpr std::string_view endOfObject = "))))))))))))))))>]]]]]]]]]]]]]]]]\nendobj\n";
 
 void ignoreMessage(void*, const char*)
 {
@@ -185,8 +190,13 @@ std::unique_ptr<MuPDFDocument> MuPDFDocument::open(const std::filesystem::path& 
     if (!document->m_context)
         return nullptr;
     const Work work(document->m_account);
-    if (!document->readDocument())
-        return nullptr;
+    if (!document->readDocument()) {
+        if (document->m_document) // which is locked
+            return nullptr;
+        document->m_endsObject = true;
+        if (!document->readDocument())
+            return nullptr;
+    }
     const FoundPages found = settlePageTree(document->context(), document->m_document, pagesNeeded);
     if (found.count < 0)
         return nullptr;
@@ -257,6 +267,8 @@ int MuPDFDocument::readFromFile(fz_stream* stream)
     do
         count = pread(m_file.get(), m_buffer, bufferSize, stream->pos);
     while (count < 0 && errno == EINTR);
+    if (count == 0 && m_endsObject && static_cast<std::uint64_t>(stream->pos) == m_fileSize)
+        count = static_cast<ssize_t>(endOfObject.copy(reinterpret_cast<char*>(m_buffer), bufferSize));
     if (count <= 0 && static_cast<std::uint64_t>(stream->pos) < m_fileSize)
         m_isCutShort = true;
     if (count <= 0)

@@ -83,6 +83,7 @@ private:
     int m_pageCount = 0;
     std::uint64_t m_fileSize = 0; ///< when it was opened
     bool m_isCutShort = false;
+    bool m_endsObject = false; ///< the file's last object is ended for it
     PageLosses m_losses; ///< without the incomplete pages
 };
 
