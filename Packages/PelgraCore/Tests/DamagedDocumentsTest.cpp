@@ -37,7 +37,8 @@ std::string replaced(std::string content, const std::string& part, const std::st
     return content.replace(content.find(part), part.size(), replacement);
 }
 
-/// A page with a picture that stands behind it in the file, in a document that ends so far behind a part of the picture.
+/// A page with a picture that stands behind it in the file, in a document that ends so far behind a part of the
+/// picture.
 std::string cutInAPicture(const std::string& part, std::size_t distance)
 {
     PDFBuilder builder;

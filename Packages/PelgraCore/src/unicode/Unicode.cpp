@@ -1,18 +1,15 @@
 #include "unicode/Unicode.h"
 
 #include <algorithm>
+#include <array>
+#include <span>
 
+#include <unictype.h>
 #include <uninorm.h>
 
 namespace Pelgra::Unicode {
 
 namespace {
-
-bool isIn(std::span<const CodePointRange> ranges, char32_t character)
-{
-    const auto after = std::ranges::upper_bound(ranges, character, {}, &CodePointRange::first);
-    return after != ranges.begin() && character <= std::prev(after)->last;
-}
 
 bool isContinuation(char byte)
 {
@@ -36,6 +33,26 @@ Lead leadOf(unsigned char byte)
     if (byte >= 0xF0 && byte < 0xF5)
         return {4, byte & 0x07u, 0x10000};
     return {0, 0, 0};
+}
+
+using Decomposition = std::array<ucs4_t, UC_DECOMPOSITION_MAX_LENGTH>;
+
+/// What a presentation form stands for, written to the array; nothing for other characters, and for whole phrases,
+/// which are better left as they are.
+std::span<const ucs4_t> lettersOfForm(char32_t character, Decomposition& decomposed)
+{
+    constexpr std::size_t mostLetters = 4;
+    if (character < 0xFB50 || character > 0xFEFF)
+        return {};
+    int tag = 0;
+    const int count = uc_decomposition(character, &tag, decomposed.data());
+    if (count <= 0
+        || (tag != UC_DECOMP_ISOLATED && tag != UC_DECOMP_INITIAL && tag != UC_DECOMP_MEDIAL && tag != UC_DECOMP_FINAL))
+        return {};
+    // A mark on its own stands on a blank.
+    const auto end = std::remove(decomposed.begin(), decomposed.begin() + count, ucs4_t{' '});
+    const auto letters = static_cast<std::size_t>(end - decomposed.begin());
+    return letters <= mostLetters ? std::span<const ucs4_t>(decomposed).first(letters) : std::span<const ucs4_t>();
 }
 
 template <typename Test>
@@ -121,13 +138,12 @@ void append(std::string& text, char32_t character)
 
 void appendPlain(std::string& text, char32_t character)
 {
-    const auto form = character < presentationForms.front().code || character > presentationForms.back().code
-        ? presentationForms.end()
-        : std::ranges::lower_bound(presentationForms, character, {}, &PresentationForm::code);
-    if (form == presentationForms.end() || form->code != character)
-        return append(text, withoutRadical(character));
-    for (const char16_t* letter = form->letters; *letter != 0; ++letter)
-        append(text, *letter);
+    Decomposition decomposed;
+    const std::span<const ucs4_t> letters = lettersOfForm(character, decomposed);
+    if (letters.empty())
+        append(text, withoutRadical(character));
+    for (const ucs4_t letter : letters)
+        append(text, letter);
 }
 
 std::u32string decoded(std::string_view text)
@@ -149,17 +165,20 @@ std::size_t countOf(std::string_view text)
 
 bool isLetter(char32_t character)
 {
-    return isIn(letterRanges, character);
+    return uc_is_general_category_withtable(character, UC_CATEGORY_MASK_L | UC_CATEGORY_MASK_Nl);
 }
 
 bool isLowercase(char32_t character)
 {
-    return isIn(lowercaseRanges, character);
+    return uc_is_property_lowercase(character);
 }
 
 bool isRightToLeft(char32_t character)
 {
-    return character >= 0x590 && isIn(rightToLeftRanges, character);
+    if (character < 0x590)
+        return false;
+    const int direction = uc_bidi_category(character);
+    return direction == UC_BIDI_R || direction == UC_BIDI_AL;
 }
 
 char32_t composed(char32_t letter, char32_t mark)

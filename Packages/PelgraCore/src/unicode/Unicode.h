@@ -1,34 +1,17 @@
 #pragma once
 
 #include <cstddef>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-/// What text processing must know about characters, from the Unicode tables and never from the user's locale.
+/// What text processing must know about characters, from the Unicode data of libunistring and never from the user's
+/// locale.
 /// Strings are UTF-8. A byte that belongs to no well-formed sequence counts as one U+FFFD.
 namespace Pelgra::Unicode {
 
 inline constexpr char32_t replacement = 0xFFFD;
 inline constexpr char32_t softHyphen = 0x00AD;
-
-/// Both ends belong to the range.
-struct CodePointRange {
-    char32_t first;
-    char32_t last;
-};
-extern const std::span<const CodePointRange> letterRanges;
-extern const std::span<const CodePointRange> lowercaseRanges;
-extern const std::span<const CodePointRange> rightToLeftRanges;
-
-/// A letter of Arabic script drawn for one place in a word, or several drawn as one sign.
-struct PresentationForm {
-    char16_t code;
-    char16_t letters[5]; ///< one to four, then zero
-};
-/// Ascending.
-extern const std::span<const PresentationForm> presentationForms;
 
 /// Takes the first character off the text, which must not be empty.
 char32_t takeFirst(std::string_view& text);
@@ -43,7 +26,8 @@ void append(std::string& text, char32_t character);
 /// with one sign make some producers name the radical.
 char32_t withoutRadical(char32_t character);
 
-/// Like append(), with the letters themselves in place of presentation forms and radicals.
+/// Like append(), with the letters themselves in place of radicals and of presentation forms, which are letters of
+/// Arabic script drawn for one place in a word, or several drawn as one sign.
 void appendPlain(std::string& text, char32_t character);
 std::u32string decoded(std::string_view text);
 std::size_t countOf(std::string_view text);
