@@ -118,16 +118,8 @@ void XwaylandWatcher::watchKeys(bool watch)
     m_watchesKeys = watch;
     if (!canSeeKeys())
         return;
-    struct {
-        xcb_input_event_mask_t head;
-        std::uint32_t mask;
-    } selection = {};
-    selection.head.deviceid = XCB_INPUT_DEVICE_ALL_MASTER;
-    selection.head.mask_len = 1;
-    selection.mask = watch
-        ? unsigned{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS} | unsigned{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE}
-        : 0U;
-    xcb_input_xi_select_events(m_connection->get(), m_connection->root(), 1, &selection.head);
+    constexpr unsigned keys{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE};
+    m_connection->watchRawKeys(watch ? keys : 0U);
     m_connection->flush();
 }
 

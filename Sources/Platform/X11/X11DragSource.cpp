@@ -203,16 +203,7 @@ void X11DragSource::watchTheDrag(bool watch)
         xcb_xkb_select_events_aux(m_connection.get(), XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_EVENT_TYPE_STATE_NOTIFY, 0, 0, 0,
                                   0, &details);
     }
-    if (!m_connection.extensions().hasInput)
-        return;
-    struct {
-        xcb_input_event_mask_t head;
-        std::uint32_t mask;
-    } selection = {};
-    selection.head.deviceid = XCB_INPUT_DEVICE_ALL_MASTER;
-    selection.head.mask_len = 1;
-    selection.mask = watch ? unsigned{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS} : 0U;
-    xcb_input_xi_select_events(m_connection.get(), m_connection.root(), 1, &selection.head);
+    m_connection.watchRawKeys(watch ? unsigned{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS} : 0U);
     m_connection.flush();
 }
 

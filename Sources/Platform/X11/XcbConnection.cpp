@@ -133,6 +133,20 @@ KeyboardMap XcbConnection::keyboardMap() const
     return map;
 }
 
+void XcbConnection::watchRawKeys(std::uint32_t mask) const
+{
+    if (!m_extensions.hasInput)
+        return;
+    struct {
+        xcb_input_event_mask_t head;
+        std::uint32_t mask;
+    } selection = {};
+    selection.head.deviceid = XCB_INPUT_DEVICE_ALL_MASTER;
+    selection.head.mask_len = 1;
+    selection.mask = mask;
+    xcb_input_xi_select_events(m_connection, m_root, 1, &selection.head);
+}
+
 xcb_window_t XcbConnection::selectionOwner(xcb_atom_t selection) const
 {
     const XcbOwned<xcb_get_selection_owner_reply_t> reply(
