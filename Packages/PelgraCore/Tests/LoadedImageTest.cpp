@@ -1,3 +1,4 @@
+#include "images/UprightRows.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/ImageLoading.h"
 #include "Support/ImageSamples.h"
@@ -113,6 +114,23 @@ private Q_SLOTS:
                                       quadrantComponents(ColorModel::rgb, false, bits, Quadrant::topLeft))
                     <= (bits == 8 ? 0 : 10));
         }
+    }
+
+    void rowsAreThoseOfTheUprightPicture()
+    {
+        for (const ColorModel model : {ColorModel::gray, ColorModel::rgb, ColorModel::cmyk})
+            for (const int bits : {8, 16})
+                for (const unsigned orientation : {1U, 6U}) {
+                    const LoadedImage image = loaded(testPicture(12, 8, model, false, bits), orientation);
+                    const SharedImage upright = image.upright(true);
+                    const std::unique_ptr<RowSource> rows = uprightRows(image, true);
+                    QCOMPARE(rows->form().width, upright->width);
+                    QCOMPARE(rows->form().height, upright->height);
+                    QCOMPARE(rows->form().model, upright->model);
+                    QCOMPARE(rows->form().bitsPerComponent, bits);
+                    for (int y = 0; y < upright->height; ++y)
+                        QVERIFY(std::ranges::equal(rows->row(y), upright->row(y)));
+                }
     }
 };
 

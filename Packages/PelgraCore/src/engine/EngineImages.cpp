@@ -2,12 +2,14 @@
 
 #include "engine/InWorkers.h"
 #include "images/Encoding.h"
+#include "images/UprightRows.h"
 #include "parallel/WorkerCount.h"
 #include "PelgraCore/Engine.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/Isolation.h"
 #include "pixels/RowSource.h"
 
+#include <memory>
 #include <utility>
 
 namespace Pelgra {
@@ -26,21 +28,18 @@ PreparedOutput prepareImage(const std::filesystem::path& file, FileFormat format
         return prepareInWorker(std::move(task), {&file, 1}, {}, format.pathExtension(), control, group);
     }
     LoadedImage loaded = ImageLoader::load(file);
-    SharedImage upright = loaded.upright(format == FileFormat::jpg);
-    loaded.image.reset(); // the stored pixels are no longer needed
-    if (!format.imageIOType())
-        throw EngineError::unsupported(format);
-
     EncodeProperties properties;
+    properties.metadata = std::move(loaded.metadata);
     properties.dpiWidth = loaded.dpiWidth;
     properties.dpiHeight = loaded.dpiHeight;
     properties.quality = format == FileFormat::heic ? options.heicQuality : options.jpegQuality;
-    properties.metadata = std::move(loaded.metadata);
     properties.threads = threads;
-    return PreparedOutput(file, {}, format.pathExtension(), stop, [&](ByteSink& sink) {
-        ImageRows rows(std::move(upright));
-        encodeImage(format, rows, properties, sink);
-    });
+    const std::unique_ptr<RowSource> rows = uprightRows(std::move(loaded), format == FileFormat::jpg);
+    if (!format.imageIOType())
+        throw EngineError::unsupported(format);
+
+    return PreparedOutput(file, {}, format.pathExtension(), stop,
+                          [&](ByteSink& sink) { encodeImage(format, *rows, properties, sink); });
 }
 
 JobResult Engine::imageToImage(const std::filesystem::path& file, FileFormat format, const ConversionOptions& options)
