@@ -14,6 +14,9 @@ WINDOWS = re.compile(r"^Q(Widget|Screen|Painter(?!Path)|Application|GuiApplicati
 STANDARD = re.compile(r"^[a-z_]+$")
 CODECS = re.compile(r"^(jpeglib|jerror|png|zlib|libdeflate|isa-l|webp/|gif_lib|lcms2|libheif/|tiff|librsvg/|cairo|exiv2/|qpdf/|mupdf/|"
                     r"tesseract/|leptonica/|omp)")
+# What reads files that anybody may have written.
+PARSERS = re.compile(r"^Q(ImageReader|ColorSpace|Movie|Pdf\w+|MediaPlayer|Svg\w+|RawFont)$")
+OWN_DRAWINGS = "Controls/Symbols.cpp"  # reads the program's resources alone
 CODEC_ROOMS = {"codecs", "modules", "programs"}
 
 # The core from the ground up: each room may know all rooms above it. `include/` is known to all.
@@ -96,6 +99,8 @@ def source_problems(sources, logic):
         for kind, name in INCLUDE.findall(file.read_text(encoding="utf8")):
             if CODECS.match(name):
                 yield file, name, "codecs belong to the core; call the Engine"
+            if PARSERS.match(name) and str(relative) != OWN_DRAWINGS:
+                yield file, name, "the desktop program reads no file itself; a worker does, through the Engine or Thumbnails"
             if room == "CommandLine" and QT.match(name):
                 yield file, name, "the command line loads no user-interface library"
             if str(relative.with_suffix("")) in logic and WINDOWS.match(name):

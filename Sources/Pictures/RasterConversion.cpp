@@ -1,8 +1,5 @@
 #include "Pictures/RasterConversion.h"
 
-#include <QByteArray>
-#include <QColorSpace>
-
 #include <cstring>
 
 namespace Pelgra {
@@ -59,24 +56,11 @@ QImage toQImage(const RasterImage& image)
 {
     if (image.model == ColorModel::cmyk)
         return {};
-    QImage result;
-    if (const QImage::Format format = formatOf(image); format != QImage::Format_Invalid) {
-        result = QImage(reinterpret_cast<const uchar*>(image.pixels.data()), image.width, image.height,
-                        static_cast<qsizetype>(image.stride), format)
-                     .copy();
-    } else {
-        result = expanded(image);
-    }
-    if (!image.iccProfile.empty() && image.model == ColorModel::rgb) {
-        const QByteArray profile(reinterpret_cast<const char*>(image.iccProfile.data()),
-                                 static_cast<qsizetype>(image.iccProfile.size()));
-        const QColorSpace space = QColorSpace::fromIccProfile(profile);
-        if (space.isValid() && space != QColorSpace(QColorSpace::SRgb)) {
-            result.setColorSpace(space);
-            result.convertToColorSpace(QColorSpace::SRgb);
-        }
-    }
-    return result;
+    if (const QImage::Format format = formatOf(image); format != QImage::Format_Invalid)
+        return QImage(reinterpret_cast<const uchar*>(image.pixels.data()), image.width, image.height,
+                      static_cast<qsizetype>(image.stride), format)
+            .copy();
+    return expanded(image);
 }
 
 } // namespace Pelgra

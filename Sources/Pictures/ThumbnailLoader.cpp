@@ -6,15 +6,14 @@
 #include "Support/Paths.h"
 
 #include <QCryptographicHash>
-#include <QFileInfo>
-#include <QImageReader>
 #include <QStandardPaths>
 #include <QThread>
 #include <QThreadPool>
 
-#include <algorithm>
 #include <exception>
+#include <functional>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <system_error>
 
@@ -29,46 +28,24 @@ constexpr std::uintmax_t pictureByteLimit = std::uintmax_t{96} << 20;
 constexpr std::uintmax_t documentByteLimit = std::uintmax_t{1} << 30;
 
 /// No shared thumbnail of an honest application is larger.
-constexpr qint64 sharedByteLimit = qint64{8} << 20;
+constexpr std::uintmax_t sharedByteLimit = std::uintmax_t{8} << 20;
 
-bool isSmallEnough(const std::filesystem::path& file)
+bool isSmallEnough(const std::filesystem::path& file, std::uintmax_t limit)
 {
     std::error_code error;
     const std::uintmax_t size = std::filesystem::file_size(file, error);
-    if (error || !std::filesystem::is_regular_file(file, error))
-        return false;
-    return size <= (FileFormat::detect(file) == FileFormat::pdf ? documentByteLimit : pictureByteLimit);
+    return !error && std::filesystem::is_regular_file(file, error) && size <= limit;
 }
 
-QImage fromCore(const std::filesystem::path& file, int pixels)
+/// What the core gives; null for nothing, or where there is no memory for it: a thread has nobody to tell.
+QImage pictureFrom(const std::function<std::optional<RasterImage>()>& core)
 {
-    if (!isSmallEnough(file))
-        return {};
     try {
-        const std::optional<RasterImage> picture = Thumbnails::image(file, 0, pixels);
+        const std::optional<RasterImage> picture = core();
         return picture ? toQImage(*picture) : QImage();
     } catch (const std::exception&) {
-        // Out of memory, for example; a thread has nobody to tell.
         return {};
     }
-}
-
-/// The thumbnail in one file of the cache, if it was made of the file as it is now.
-QImage readShared(const QString& name, const QByteArray& address, const QByteArray& modified)
-{
-    if (QFileInfo(name).size() > sharedByteLimit)
-        return {};
-    QImageReader reader(name, "png");
-    if (reader.size().width() > 1024 || reader.size().height() > 1024)
-        return {};
-    // The reader itself stumbles over keys with colons (Qt 6.4); the picture has them right.
-    QImage picture = reader.read();
-    if (picture.text(QStringLiteral("Thumb::MTime")).toLatin1() != modified)
-        return {};
-    const QByteArray stated = picture.text(QStringLiteral("Thumb::URI")).toUtf8();
-    if (!stated.isEmpty() && stated != address)
-        return {};
-    return picture;
 }
 
 } // namespace
@@ -83,20 +60,22 @@ QByteArray canonicalAddress(const std::filesystem::path& file)
     return QByteArray::fromStdString(fileAddressFromPath(whole, plain));
 }
 
-QImage sharedThumbnail(const std::filesystem::path& file)
+QImage sharedThumbnail(const std::filesystem::path& file, int pixels)
 {
     struct stat status{};
     if (::stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
         return {};
     const QByteArray address = canonicalAddress(file);
-    const QByteArray modified = QByteArray::number(qint64{status.st_mtim.tv_sec});
-    const QString hash = QString::fromLatin1(QCryptographicHash::hash(address, QCryptographicHash::Md5).toHex());
-    const QString cache =
-        QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) + QStringLiteral("/thumbnails/");
+    const Thumbnails::SharedClaims claims{address.toStdString(), std::int64_t{status.st_mtim.tv_sec}};
+    const std::string name = QCryptographicHash::hash(address, QCryptographicHash::Md5).toHex().toStdString() + ".png";
+    const std::filesystem::path cache =
+        pathFromText(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation)) / "thumbnails";
     // 256 pixels suit a card at any scale; the smallest, 128, come last.
-    for (const char* size : {"large", "x-large", "xx-large", "normal"}) {
-        const QString name = cache + QString::fromLatin1(size) + QLatin1Char('/') + hash + QStringLiteral(".png");
-        const QImage picture = readShared(name, address, modified);
+    for (const char* const size : {"large", "x-large", "xx-large", "normal"}) {
+        const std::filesystem::path thumbnail = cache / size / name;
+        if (!isSmallEnough(thumbnail, sharedByteLimit))
+            continue;
+        const QImage picture = pictureFrom([&] { return Thumbnails::shared(thumbnail, claims, pixels); });
         if (!picture.isNull())
             return picture;
     }
@@ -105,13 +84,13 @@ QImage sharedThumbnail(const std::filesystem::path& file)
 
 QImage load(const std::filesystem::path& file, int pixels)
 {
-    const QImage shared = sharedThumbnail(file);
-    if (shared.isNull())
-        return fromCore(file, pixels);
-    // Painting is on the main thread, scaling need not be.
-    if (std::max(shared.width(), shared.height()) > pixels)
-        return shared.scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-    return shared;
+    const QImage shared = sharedThumbnail(file, pixels);
+    if (!shared.isNull())
+        return shared;
+    const bool isDocument = FileFormat::detect(file) == FileFormat(FileFormat::pdf);
+    if (!isSmallEnough(file, isDocument ? documentByteLimit : pictureByteLimit))
+        return {};
+    return pictureFrom([&] { return Thumbnails::image(file, 0, pixels); });
 }
 
 QThreadPool& pool()

@@ -16,8 +16,8 @@ namespace Pelgra::ThumbnailLoader {
 QImage load(const std::filesystem::path& file, int pixels);
 
 /// The shared thumbnail alone (Thumbnail Managing Standard 0.9, freedesktop.org), if there is one of the file as it
-/// is now. Any thread.
-QImage sharedThumbnail(const std::filesystem::path& file);
+/// is now, its longest side at most `pixels`. As untrusted as any file, it is read by the core. Any thread.
+QImage sharedThumbnail(const std::filesystem::path& file, int pixels);
 
 /// The address by which the shared thumbnail is named.
 QByteArray canonicalAddress(const std::filesystem::path& file);

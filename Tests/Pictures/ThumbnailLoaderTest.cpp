@@ -1,4 +1,5 @@
 #include "Pictures/ThumbnailLoader.h"
+#include "PelgraCore/Isolation.h"
 #include "Pictures/FileIcons.h"
 
 #include <QCryptographicHash>
@@ -32,6 +33,12 @@ class ThumbnailLoaderTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase()
+    {
+        Isolation::setLog([this](std::string_view line) { m_log += QByteArray::fromStdString(std::string(line)); });
+        Isolation::useWorkers(1);
+    }
+
     void init()
     {
         m_folder = std::make_unique<QTemporaryDir>();
@@ -65,6 +72,7 @@ private Q_SLOTS:
         writeShared("large", filled({256, 128}, Qt::red), modified(), address());
         QCOMPARE(ThumbnailLoader::load(m_file, 256).pixelColor(5, 5), QColor(Qt::red));
         QCOMPARE(ThumbnailLoader::load(m_file, 100).size(), QSize(100, 50));
+        QVERIFY2(m_log.contains("Walls around workers"), "anybody may have written it: a worker reads it");
     }
 
     void ignoresThumbnailsThatAreNotOfThisFile_data()
@@ -82,7 +90,7 @@ private Q_SLOTS:
         QFETCH(QString, stated);
         QFETCH(QSize, size);
         writeShared("large", filled(size, Qt::red), modified() - age, stated.isEmpty() ? address() : stated);
-        QVERIFY(ThumbnailLoader::sharedThumbnail(m_file).isNull());
+        QVERIFY(ThumbnailLoader::sharedThumbnail(m_file, 256).isNull());
     }
 
     void asksTheCoreWhereNothingIsShared()
@@ -145,6 +153,7 @@ private:
         QVERIFY(picture.save(folder.filePath(QString::fromLatin1(hash) + ".png"), "png"));
     }
 
+    QByteArray m_log;
     std::unique_ptr<QTemporaryDir> m_folder;
     std::filesystem::path m_file;
 };

@@ -160,6 +160,34 @@ private Q_SLOTS:
         QVERIFY(std::abs(sumSmall / small->width / small->height - meanLarge) < meanLarge / 200);
     }
 
+    void coloursAreThoseOfSrgb_data()
+    {
+        QTest::addColumn<bool>("hasAlpha");
+        QTest::addColumn<int>("bits");
+        QTest::newRow("8 bits") << false << 8;
+        QTest::newRow("16 bits") << false << 16;
+        QTest::newRow("with alpha") << true << 8;
+    }
+
+    /// Whoever shows them is not to read a profile out of a file.
+    void coloursAreThoseOfSrgb()
+    {
+        QFETCH(bool, hasAlpha);
+        QFETCH(int, bits);
+        const RasterImage picture = testPicture(60, 40, ColorModel::rgb, hasAlpha, bits);
+        TemporaryFolder folder;
+        const auto file = write(folder, "a.png", pngSample(picture, {.iccProfile = wideRgbProfile()}));
+        const auto small = imageThumbnail(file, 0, 30);
+        QVERIFY(small && small->iccProfile.empty());
+        std::vector<int> before = componentsIn(picture, Quadrant::topLeft);
+        std::vector<int> after = componentsIn(*small, Quadrant::topLeft);
+        if (hasAlpha)
+            QCOMPARE(after[3], before[3]);
+        before.resize(3);
+        after.resize(3);
+        QVERIFY(largestDifference(before, after) > (bits == 8 ? 8 : 8 * 257));
+    }
+
     void invisibleColoursDoNotBleed()
     {
         RasterImage image = RasterImage::make(4, 2, ColorModel::rgb, true, 8).value();

@@ -30,6 +30,7 @@ Task fullTask()
     task.inputs = {"a.pdf", std::string("odd \xFF name\n.pdf")};
     task.places = {{"/home/a.pdf", "/mnt/a.pdf"}, {"/home/b.pdf", ""}};
     task.edits = {PageEdit(4, -90), PageEdit(std::int64_t{1} << 40, 180)};
+    task.claims = {"file:///a%20b.png", std::int64_t{5} << 33};
     return task;
 }
 
@@ -151,12 +152,13 @@ private Q_SLOTS:
         const Bytes file = sink.bytes();
         const UniqueDescriptor memory(memoryWith(file, pictureFileLimit(13 * 9)));
         const auto arrived = readPicture(memory.get(), 13 * 9);
-        QVERIFY(arrived && arrived->pixels == image.pixels && arrived->iccProfile == image.iccProfile);
+        QVERIFY(arrived && arrived->pixels == image.pixels);
+        QVERIFY2(arrived->iccProfile.empty(), "a profile is read behind the walls alone");
         QVERIFY2(!readPicture(memory.get(), 13 * 9 - 1), "larger than was asked for");
         QRandomGenerator random(11);
         for (int round = 0; round < 300; ++round) {
             Bytes damaged = file;
-            damaged[random.bounded(28U)] = static_cast<std::byte>(random.bounded(256));
+            damaged[random.bounded(24U)] = static_cast<std::byte>(random.bounded(256));
             const UniqueDescriptor other(memoryWith(damaged, pictureFileLimit(13 * 9)));
             const auto read = readPicture(other.get(), 13 * 9);
             QVERIFY(!read || read->pixels.size() <= std::size_t{13 * 9 * 10});

@@ -40,17 +40,22 @@ std::optional<RasterImage> pageThumbnail(const std::filesystem::path& file, int 
     return pageThumbnail(*openRenderer(file, pageIndex + 1), pageIndex, maxPixels);
 }
 
-RasterImage pictureInWorker(const std::filesystem::path& file, int pageIndex, double maxPixels, bool staysOpen,
-                            WorkerGroup group)
+/// The task says which picture.
+RasterImage pictureInWorker(Task task, const std::filesystem::path& file, WorkerGroup group)
 {
     // A page may be as long as a drawn page can be, and a pixel more comes from rounding.
-    const double side = std::min(std::ceil(maxPixels) + 1, static_cast<double>(PDFRender::maxSide));
+    const double side = std::min(std::ceil(task.maxPixels) + 1, static_cast<double>(PDFRender::maxSide));
+    return pictureFromWorker(std::move(task), file, static_cast<std::size_t>(side * side), group);
+}
+
+Task thumbnailTask(int pageIndex, double maxPixels, bool staysOpen)
+{
     Task task;
     task.kind = Task::Kind::thumbnail;
     task.page = pageIndex;
     task.maxPixels = maxPixels;
     task.staysOpen = staysOpen;
-    return pictureFromWorker(std::move(task), file, static_cast<std::size_t>(side * side), group);
+    return task;
 }
 
 int pageCountInWorker(const std::filesystem::path& file)
@@ -91,7 +96,8 @@ std::optional<RasterImage> Thumbnails::Pages::image(int pageIndex, double maxPix
         return std::nullopt;
     try {
         if (Isolation::usesWorkers())
-            return pictureInWorker(m_state->renderers.file(), pageIndex, maxPixels, true, m_state->workers.group());
+            return pictureInWorker(thumbnailTask(pageIndex, maxPixels, true), m_state->renderers.file(),
+                                   m_state->workers.group());
         if (++m_state->pagesDrawn % pagesUntilClosed == 0)
             m_state->renderers.closeIdle();
         const RendererPool::Lease renderer(m_state->renderers);
@@ -107,9 +113,27 @@ std::optional<RasterImage> Thumbnails::image(const std::filesystem::path& file, 
         return std::nullopt;
     try {
         if (Isolation::usesWorkers())
-            return pictureInWorker(file, pageIndex, maxPixels, false, WorkerPool::pictures);
+            return pictureInWorker(thumbnailTask(pageIndex, maxPixels, false), file, WorkerPool::pictures);
         return FileFormat::detect(file) == FileFormat(FileFormat::pdf) ? pageThumbnail(file, pageIndex, maxPixels)
                                                                        : imageThumbnail(file, pageIndex, maxPixels);
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+}
+
+std::optional<RasterImage> Thumbnails::shared(const std::filesystem::path& thumbnail, const SharedClaims& claims,
+                                              double maxPixels)
+{
+    if (!isSensible(maxPixels))
+        return std::nullopt;
+    try {
+        if (!Isolation::usesWorkers())
+            return sharedThumbnail(thumbnail, claims, maxPixels);
+        Task task;
+        task.kind = Task::Kind::sharedThumbnail;
+        task.maxPixels = maxPixels;
+        task.claims = claims;
+        return pictureInWorker(std::move(task), thumbnail, WorkerPool::pictures);
     } catch (const std::exception&) {
         return std::nullopt;
     }

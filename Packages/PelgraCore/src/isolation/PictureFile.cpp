@@ -11,10 +11,9 @@ namespace Pelgra {
 
 namespace {
 
-constexpr std::uint32_t signature = 0x70696331;
-constexpr std::size_t headerSize = 7 * sizeof(std::uint32_t);
+constexpr std::uint32_t signature = 0x70696332;
+constexpr std::size_t headerSize = 6 * sizeof(std::uint32_t);
 constexpr std::size_t mostBytesPerPixel = 10;
-constexpr std::size_t longestProfile = std::size_t{4} << 20;
 
 bool readAt(int descriptor, std::span<std::byte> bytes, off_t offset)
 {
@@ -34,7 +33,6 @@ bool readAt(int descriptor, std::span<std::byte> bytes, off_t offset)
 
 void writePicture(const RasterImage& image, ByteSink& sink)
 {
-    const std::size_t profileSize = image.iccProfile.size() <= longestProfile ? image.iccProfile.size() : 0;
     FieldWriter header;
     header.put(signature);
     header.put(static_cast<std::uint32_t>(image.width));
@@ -42,16 +40,14 @@ void writePicture(const RasterImage& image, ByteSink& sink)
     header.put(static_cast<std::uint32_t>(image.model));
     header.put(static_cast<std::uint32_t>(image.hasAlpha));
     header.put(static_cast<std::uint32_t>(image.bitsPerComponent));
-    header.put(static_cast<std::uint32_t>(profileSize));
     sink.write(header.bytes());
     for (int y = 0; y < image.height; ++y)
         sink.write(image.row(y));
-    sink.write(std::span(image.iccProfile).first(profileSize));
 }
 
 std::size_t pictureFileLimit(std::size_t pixels)
 {
-    return headerSize + pixels * mostBytesPerPixel + longestProfile;
+    return headerSize + pixels * mostBytesPerPixel;
 }
 
 std::optional<RasterImage> readPicture(int descriptor, std::size_t mostPixels)
@@ -68,15 +64,11 @@ std::optional<RasterImage> readPicture(int descriptor, std::size_t mostPixels)
         const auto model = static_cast<ColorModel>(fields.below(3));
         const bool hasAlpha = fields.below(2) == 1;
         const auto bits = fields.number<std::uint32_t>();
-        const auto profileSize = fields.below(longestProfile + 1);
         if ((bits != 8 && bits != 16) || std::uint64_t{width} * height > mostPixels)
             return std::nullopt;
         std::optional<RasterImage> image = RasterImage::make(static_cast<int>(width), static_cast<int>(height), model,
                                                              hasAlpha, static_cast<int>(bits));
         if (!image || !readAt(descriptor, image->pixels, headerSize))
-            return std::nullopt;
-        image->iccProfile.resize(profileSize);
-        if (!readAt(descriptor, image->iccProfile, static_cast<off_t>(headerSize + image->pixels.size())))
             return std::nullopt;
         return image;
     } catch (const std::exception&) {

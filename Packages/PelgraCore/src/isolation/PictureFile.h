@@ -7,7 +7,8 @@
 
 namespace Pelgra {
 
-/// A small picture on its way from a worker: a header, tight rows, the profile.
+/// A small picture in sRGB on its way from a worker: a header and tight rows. Its profile, where it has one, stays
+/// behind: nobody above is to read it.
 void writePicture(const RasterImage& image, ByteSink& sink);
 
 /// The bytes such a file may have for a picture of that many pixels.

@@ -10,6 +10,7 @@ namespace Pelgra {
 namespace {
 
 constexpr std::size_t longestName = 4096;
+constexpr std::size_t longestAddress = 4 * longestName; // three bytes for each of a path, and what comes before
 
 } // namespace
 
@@ -40,6 +41,8 @@ Bytes Task::encoded() const
         fields.put(edit.sourceIndex);
         fields.put(edit.rotation);
     }
+    fields.put(std::string_view(claims.address).substr(0, longestAddress));
+    fields.put(claims.modified);
     return fields.bytes();
 }
 
@@ -70,6 +73,8 @@ Task Task::decoded(std::span<const std::byte> bytes)
         const auto rotation = fields.number<std::int64_t>();
         task.edits.emplace_back(index, rotation);
     }
+    task.claims.address = fields.text(longestAddress);
+    task.claims.modified = fields.number<std::int64_t>();
     fields.finish();
     return task;
 }

@@ -4,6 +4,7 @@
 #include "PelgraCore/FileFormat.h"
 #include "PelgraCore/Models.h"
 #include "PelgraCore/RasterImage.h"
+#include "PelgraCore/Thumbnails.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -25,9 +26,10 @@ struct Task {
         split, ///< an output for each page, numbered from 1
         pageCount, ///< no output
         thumbnail, ///< one output, a picture as in PictureFile.h
-        drawing, ///< one output, a picture as in PictureFile.h
+        sharedThumbnail, ///< the same
+        drawing, ///< the same
     };
-    static constexpr std::uint32_t kinds = 10;
+    static constexpr std::uint32_t kinds = 11;
 
     Kind kind = Kind::image;
     FileFormat format = FileFormat::png;
@@ -42,6 +44,7 @@ struct Task {
     std::vector<std::string> inputs; ///< names without folders
     std::vector<FilePlaces> places; ///< of the inputs where documents are copied: links name each other's files
     std::vector<PageEdit> edits;
+    Thumbnails::SharedClaims claims; ///< of a shared thumbnail
 
     Bytes encoded() const;
     /// Throws ProtocolError.

@@ -54,6 +54,13 @@ struct FailureOf {
     Failure operator()(const EngineError::NoInputs&) const { return {Failure::Case::noInputs, 0, {}, 0}; }
 };
 
+RasterImage found(std::optional<RasterImage> image, const std::filesystem::path& input)
+{
+    if (!image)
+        throw EngineError::unreadable(input);
+    return *std::move(image);
+}
+
 void handOver(const RasterImage& image)
 {
     OutputFile output({}, 0);
@@ -139,6 +146,9 @@ void WorkerTasks::attempt(const Task& task)
     case Task::Kind::thumbnail:
         makeThumbnail(task, input);
         break;
+    case Task::Kind::sharedThumbnail:
+        handOver(found(Thumbnails::shared(input, task.claims, task.maxPixels), input));
+        break;
     case Task::Kind::drawing:
         handOver(module<SvgModule>("svg").render(readFile(input)));
         break;
@@ -147,17 +157,11 @@ void WorkerTasks::attempt(const Task& task)
 
 void WorkerTasks::makeThumbnail(const Task& task, const std::filesystem::path& input)
 {
-    std::optional<RasterImage> image;
-    if (task.staysOpen) {
-        if (!m_openDocument)
-            m_openDocument = std::make_unique<Thumbnails::Pages>(input);
-        image = m_openDocument->image(task.page, task.maxPixels);
-    } else {
-        image = Thumbnails::image(input, task.page, task.maxPixels);
-    }
-    if (!image)
-        throw EngineError::unreadable(input);
-    handOver(*image);
+    if (!task.staysOpen)
+        return handOver(found(Thumbnails::image(input, task.page, task.maxPixels), input));
+    if (!m_openDocument)
+        m_openDocument = std::make_unique<Thumbnails::Pages>(input);
+    handOver(found(m_openDocument->image(task.page, task.maxPixels), input));
 }
 
 } // namespace Pelgra

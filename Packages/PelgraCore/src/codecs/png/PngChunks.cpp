@@ -124,16 +124,23 @@ void readText(ByteSpan content, bool isCompressed, Inflation& inflated, PngPrope
         readRawProfile(keyword, textOf(bytes), properties);
 }
 
-void readInternationalText(ByteSpan content, Inflation& inflated, PngProperties& properties)
+/// The text of an iTXt chunk after its keyword.
+Bytes internationalText(ByteSpan content, Inflation& inflated)
 {
-    const std::string_view keyword = textOf(takeTerminated(content));
-    if (keyword != "XML:com.adobe.xmp" || content.size() < 2 || !properties.xmp.empty())
-        return;
+    if (content.size() < 2)
+        return {};
     const bool isCompressed = content[0] != std::byte{0};
     content = content.subspan(2);
     takeTerminated(content); // language
     takeTerminated(content); // translated keyword
-    properties.xmp = isCompressed ? inflated(content) : copyOf(content);
+    return isCompressed ? inflated(content) : copyOf(content);
+}
+
+void readInternationalText(ByteSpan content, Inflation& inflated, PngProperties& properties)
+{
+    const std::string_view keyword = textOf(takeTerminated(content));
+    if (keyword == "XML:com.adobe.xmp" && properties.xmp.empty())
+        properties.xmp = internationalText(content, inflated);
 }
 
 void readProfile(ByteSpan content, Inflation& inflated, PngProperties& properties)
@@ -235,6 +242,27 @@ PngProperties readPngProperties(ByteSpan file)
             readChunk(chunk, inflation, properties);
     }
     return properties;
+}
+
+std::optional<std::string> readPngText(ByteSpan file, std::string_view keyword)
+{
+    Inflation inflated;
+    PngChunks chunk(file);
+    while (chunk.next()) {
+        ByteSpan content = chunk.content();
+        const bool isText = chunk.is("tEXt") || chunk.is("zTXt") || chunk.is("iTXt");
+        if (!isText || textOf(takeTerminated(content)) != keyword || !chunk.isIntact())
+            continue;
+        Bytes text;
+        if (chunk.is("iTXt"))
+            text = internationalText(content, inflated);
+        else if (chunk.is("tEXt"))
+            text = copyOf(content);
+        else if (!content.empty())
+            text = inflated(content.subspan(1));
+        return std::string(textOf(text));
+    }
+    return std::nullopt;
 }
 
 } // namespace Pelgra

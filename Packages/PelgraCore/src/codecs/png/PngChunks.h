@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace Pelgra {
@@ -48,5 +49,9 @@ struct PngProperties {
 
 /// Reads the chunks other than the pixels; damaged ones count as absent, and none can take much memory.
 PngProperties readPngProperties(std::span<const std::byte> file);
+
+/// The bytes of the first intact text with that keyword, compressed or not; none where there is none. Latin-1, but for
+/// international texts, which are UTF-8.
+std::optional<std::string> readPngText(std::span<const std::byte> file, std::string_view keyword);
 
 } // namespace Pelgra
