@@ -11,6 +11,7 @@
 #include <QThread>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -77,13 +78,16 @@ const Operation& operation(const char* name)
 /// compress, so that their outputs take several writes.
 class Workplace {
 public:
-    Workplace()
+    enum class Pictures { usual, small };
+
+    explicit Workplace(Pictures pictures = Pictures::usual)
     {
-        static const RasterImage picture = rampPicture(480, 360);
-        static const Bytes jpeg = jpegSample(picture);
-        static const Bytes png = pngSample(picture);
-        write(m_folder, "a.jpg", jpeg);
-        write(m_folder, "b.png", png);
+        static const std::array<RasterImage, 2> picture{rampPicture(480, 360), rampPicture(160, 120)};
+        static const std::array<Bytes, 2> jpeg{jpegSample(picture[0]), jpegSample(picture[1])};
+        static const std::array<Bytes, 2> png{pngSample(picture[0]), pngSample(picture[1])};
+        const auto index = static_cast<std::size_t>(pictures);
+        write(m_folder, "a.jpg", jpeg.at(index));
+        write(m_folder, "b.png", png.at(index));
         const SamplePage page{textAt(10, 50, 24, "Page"), "[0 0 100 100]", "", ""};
         m_folder.write("one.pdf", documentWith({page}));
         m_folder.write("many.pdf", documentWith({page, page, page}));
@@ -186,10 +190,11 @@ bool isGone(pid_t process)
     return line.mid(line.lastIndexOf(')') + 2).startsWith('Z');
 }
 
-/// How many calls of each kind the operation makes when none fails.
-QMap<QString, int> callsOf(const Operation& operation, const QStringList& faults)
+/// How many calls of each kind the operation makes when none fails, and how many bytes it writes.
+QMap<QString, int> callsOf(const Operation& operation, const QStringList& faults,
+                           Workplace::Pictures pictures = Workplace::Pictures::usual)
 {
-    const Workplace place;
+    const Workplace place(pictures);
     const TemporaryFolder counts;
     const Outcome outcome = place.run(operation, faults + QStringList{"COUNTS=" + native(counts / "counts")});
     QMap<QString, int> calls;
@@ -249,6 +254,8 @@ private Q_SLOTS:
         QVERIFY(calls.value(isPoor ? "rename" : "linkat") > 0);
         QVERIFY(calls.value("flush folder") > 0 && calls.value(tried.page ? "syncfs" : "flush file") > 0);
         for (auto call = calls.begin(); call != calls.end(); ++call) {
+            if (call.key() == "bytes")
+                continue;
             // The other calls are made alike on every file system.
             if (isPoor && !QStringList{"open", "mkdir", "rename"}.contains(call.key()))
                 continue;
@@ -271,6 +278,34 @@ private Q_SLOTS:
                 QVERIFY2(place.newNames().isEmpty(), (which + place.newNames().join(", ").toUtf8()).constData());
             }
         }
+    }
+
+    void aFullDiskIsReportedAndLeavesNothing_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const Operation& each : operations())
+            QTest::newRow(each.name) << QString(each.name);
+    }
+    /// The disk is full after each of the blocks that the output takes.
+    void aFullDiskIsReportedAndLeavesNothing()
+    {
+        QFETCH(QString, name);
+        constexpr int block = 4096;
+        const Operation& tried = operation(qPrintable(name));
+        const int bytes = callsOf(tried, {}, Workplace::Pictures::small).value("bytes");
+        QVERIFY(bytes > 0);
+        // Twice the same is not always of exactly the same size.
+        for (int disk = 0; disk == 0 || disk < bytes - block / 4; disk += block) {
+            const Workplace place(Workplace::Pictures::small);
+            const Outcome outcome = place.run(tried, {QString("DISK=%1").arg(disk)});
+            const QByteArray which = QByteArray::number(disk) + " of " + QByteArray::number(bytes) + ": ";
+            QVERIFY2(outcome.status == 1 && outcome.output.isEmpty(), (which + outcome.output).constData());
+            QVERIFY2(sentenceOf(tried).match(QString::fromUtf8(outcome.errors)).hasMatch(),
+                     (which + outcome.errors).constData());
+            QVERIFY2(place.newNames().isEmpty(), (which + place.newNames().join(", ").toUtf8()).constData());
+        }
+        const Workplace place(Workplace::Pictures::small);
+        QCOMPARE(place.run(tried, {QString("DISK=%1").arg(2 * bytes)}).status, 0);
     }
 
     void aBrokenConversationIsReportedAndLeavesNothing_data()

@@ -8,6 +8,7 @@
 //   PELGRA_FAULT_SHARED  a file in which the program and its worker count together
 //   PELGRA_FAULT_SPIN    if set, the worker does not fail but computes for ever
 //   PELGRA_FAULT_HURRY   if set, the processor time of other processes seems to pass thirty times as fast
+//   PELGRA_FAULT_DISK    how many bytes the disk holds; what comes after does not fit
 //   PELGRA_FAULT_SHORT   if set, every write takes no more than half of what it is given
 //   PELGRA_FAULT_POOR    if set, the file system knows neither unnamed files nor links nor renaming without replacing
 #include <algorithm>
@@ -65,7 +66,10 @@ bool isFolder(int descriptor)
 constexpr std::array calls{"open",      "write",  "flush file",  "flush folder", "syncfs",
                            "renameat2", "rename", "linkat",      "mkdir",        "close",
                            "spawn",     "send",   "worker send", "receive",      "worker receive"};
-using Counts = std::array<std::atomic<int>, calls.size()>;
+struct Counts {
+    std::array<std::atomic<int>, calls.size()> perCall{};
+    std::atomic<std::int64_t> bytes = 0; ///< written to outputs
+};
 
 /// In a file where one is named, so that both processes count as one.
 Counts& counts()
@@ -99,7 +103,7 @@ bool fails(const char* call)
         return std::strcmp(name, call) == 0;
     };
     const auto kind = std::find_if(calls.begin(), calls.end(), isCall) - calls.begin();
-    const int count = ++counts().at(static_cast<std::size_t>(kind));
+    const int count = ++counts().perCall.at(static_cast<std::size_t>(kind));
     if (!chosen || !at || !error || !isCall(chosen))
         return false;
     const int first = std::atoi(at);
@@ -122,7 +126,8 @@ struct Report {
         if (!file)
             return;
         for (std::size_t kind = 0; kind < calls.size(); ++kind)
-            std::fprintf(file, "%s=%d\n", calls[kind], counts()[kind].load());
+            std::fprintf(file, "%s=%d\n", calls[kind], counts().perCall[kind].load());
+        std::fprintf(file, "bytes=%lld\n", static_cast<long long>(counts().bytes));
         std::fclose(file);
     }
 };
@@ -131,6 +136,22 @@ const Report report;
 std::size_t taken(std::size_t size)
 {
     return isSet("PELGRA_FAULT_SHORT") && size > 1 ? size / 2 : size;
+}
+
+/// How much of a write is done: what fits on the disk. -1, with errno set, where nothing is.
+ssize_t fitting(std::size_t size)
+{
+    static const char* const disk = std::getenv("PELGRA_FAULT_DISK");
+    if (fails("write"))
+        return -1;
+    const auto wanted = static_cast<std::int64_t>(taken(size));
+    const std::int64_t before = counts().bytes.fetch_add(wanted);
+    const std::int64_t left = disk ? std::max<std::int64_t>(std::atoll(disk) - before, 0) : wanted;
+    if (left == 0 && wanted > 0) {
+        errno = ENOSPC;
+        return -1;
+    }
+    return std::min(wanted, left);
 }
 
 } // namespace
@@ -142,7 +163,8 @@ ssize_t write(int descriptor, const void* bytes, size_t size)
     static auto* const next = real<ssize_t(int, const void*, size_t)>("write");
     if (!isOutput(descriptor))
         return next(descriptor, bytes, size);
-    return fails("write") ? -1 : next(descriptor, bytes, taken(size));
+    const ssize_t count = fitting(size);
+    return count < 0 ? -1 : next(descriptor, bytes, static_cast<std::size_t>(count));
 }
 
 ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t offset)
@@ -150,7 +172,8 @@ ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t offset)
     static auto* const next = real<ssize_t(int, const void*, size_t, off_t)>("pwrite");
     if (!isOutput(descriptor))
         return next(descriptor, bytes, size, offset);
-    return fails("write") ? -1 : next(descriptor, bytes, taken(size), offset);
+    const ssize_t count = fitting(size);
+    return count < 0 ? -1 : next(descriptor, bytes, static_cast<std::size_t>(count), offset);
 }
 
 int fsync(int descriptor)
