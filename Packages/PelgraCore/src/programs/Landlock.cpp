@@ -64,11 +64,11 @@ std::vector<std::string> readablePlaces()
         "/usr/lib", "/usr/lib64", "/usr/local/lib", "/lib", "/lib64", "/etc/ld.so.cache", "/usr/share/fonts",
         "/usr/local/share/fonts", "/usr/share/X11/fonts", "/usr/share/fontconfig", "/etc/fonts",
         "/var/cache/fontconfig", "/usr/share/poppler", "/usr/share/ghostscript", "/usr/share/tesseract-ocr",
-        "/usr/share/tessdata", "/usr/share/locale", "/usr/share/i18n", "/usr/share/mime", "/etc/localtime",
-        "/usr/share/zoneinfo", "/etc/gcrypt", "/dev/null", "/dev/urandom",
+        "/usr/share/tessdata", "/usr/share/locale", "/etc/locale.alias", "/usr/share/i18n", "/usr/share/mime",
+        "/etc/localtime", "/usr/share/zoneinfo", "/etc/gcrypt", "/dev/null", "/dev/urandom",
         // What libraries ask about the machine.
-        "/sys/devices/system/cpu", "/sys/devices/system/node", "/proc/cpuinfo", "/proc/meminfo", "/proc/sys/vm",
-        "/sys/kernel/mm/transparent_hugepage"};
+        "/sys/devices/system/cpu", "/sys/devices/system/node", "/proc/cpuinfo", "/proc/meminfo", "/proc/self/status",
+        "/proc/sys/vm", "/sys/kernel/mm/transparent_hugepage"};
     for (const std::string& folder : libraryFolders())
         places.push_back(folder);
     if (const std::string home = variable("HOME"); !home.empty())

@@ -28,7 +28,6 @@ void (*tellRefusal)(std::uint32_t) = nullptr;
 /// The call returns -EPERM, as if the kernel had refused it, and the library goes on as it would then.
 void onRefusedCall(int, siginfo_t* information, void* context)
 {
-    static std::array<std::atomic_flag, 1024> told;
     const auto number = static_cast<std::uint32_t>(information->si_syscall);
     auto& machine = static_cast<ucontext_t*>(context)->uc_mcontext;
 #if defined(__x86_64__)
@@ -40,8 +39,7 @@ void onRefusedCall(int, siginfo_t* information, void* context)
 #else
     static_cast<void>(machine); // the call returns what its register held, which no caller takes for success
 #endif
-    if (tellRefusal && !told[number % told.size()].test_and_set())
-        tellRefusal(number);
+    tellRefusedCall(number);
 }
 
 struct FilterDeleter {
@@ -173,6 +171,13 @@ std::uint32_t raiseWalls(void (*refused)(std::uint32_t), std::uint32_t leftOut)
     if (isAsked(Wall::calls))
         note(Wall::calls, filterCalls());
     return standing;
+}
+
+void tellRefusedCall(std::uint32_t number) noexcept
+{
+    static std::array<std::atomic_flag, 1024> told;
+    if (tellRefusal && !told[number % told.size()].test_and_set())
+        tellRefusal(number);
 }
 
 void limitTaskMemory(std::uint64_t bytes)
