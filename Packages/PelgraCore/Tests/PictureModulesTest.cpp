@@ -28,8 +28,10 @@ struct Field {
 Bytes tiffPage(std::endian order, const Bytes& data, std::vector<Field> fields)
 {
     constexpr std::uint32_t dataOffset = 8;
-    fields.push_back({273, 4, 1, dataOffset});
-    fields.push_back({279, 4, 1, static_cast<std::uint32_t>(data.size())});
+    if (std::ranges::none_of(fields, [](const Field& field) { return field.tag == 273; })) {
+        fields.push_back({273, 4, 1, dataOffset});
+        fields.push_back({279, 4, 1, static_cast<std::uint32_t>(data.size())});
+    }
     std::sort(fields.begin(), fields.end(), [](const Field& a, const Field& b) { return a.tag < b.tag; });
     ByteWriter file(order);
     file.put(order == std::endian::little ? "II" : "MM").put16(42);
@@ -222,6 +224,33 @@ private Q_SLOTS:
         const DecodedImage decoded = decode(FileFormat::tiff, file);
         QCOMPARE(decoded.image.width, 4);
         QCOMPARE(componentsAt(decoded.image, 1, 0), pixel);
+    }
+
+    /// Colours that the library converts, in strips of two rows and a last one of one.
+    void convertedStripsStandInTheirPlaces()
+    {
+        constexpr int neutral = 128;
+        Bytes data;
+        for (int row = 0; row < 5; ++row)
+            for (int column = 0; column < 4; ++column)
+                for (const int value : {40 * row + 10 * column, neutral, neutral})
+                    data.push_back(static_cast<std::byte>(value));
+        ByteWriter places(std::endian::little);
+        for (const std::uint32_t place : {8U, 32U, 56U, 24U, 24U, 12U}) // then the sizes
+            places.put32(place);
+        const Bytes placeBytes = places.bytes();
+        data.insert(data.end(), placeBytes.begin(), placeBytes.end());
+        std::vector<Field> fields = form(5, 8, 3, 6); // luma and chroma
+        fields.back().value = 2;
+        fields[2] = {258, 3, 1, 8};
+        fields.insert(fields.end(), {{530, 3, 2, 1 | 1 << 16}, {273, 4, 3, 68}, {279, 4, 3, 80}});
+        const DecodedImage decoded = decode(FileFormat::tiff, tiffPage(std::endian::little, data, fields));
+        QCOMPARE(decoded.image.height, 5);
+        for (int row = 0; row < 5; ++row)
+            for (int column = 0; column < 4; ++column) {
+                const int grey = 40 * row + 10 * column;
+                QVERIFY(largestDifference(componentsAt(decoded.image, column, row), {grey, grey, grey}) <= 1);
+            }
     }
 
     void tiffResolutionsAreInInches()

@@ -171,7 +171,16 @@ struct RgbaEnd {
     void operator()(TIFFRGBAImage* image) const { TIFFRGBAImageEnd(image); }
 };
 
-/// The library's own conversion, for colours nothing else here knows: 8 bits, premultiplied.
+/// How many rows the library decodes at once.
+int rowsAtOnce(const TiffFile& file, const TiffLayout& layout)
+{
+    const std::uint32_t tag = TIFFIsTiled(file.get()) ? TIFFTAG_TILELENGTH : TIFFTAG_ROWSPERSTRIP;
+    const auto height = static_cast<std::uint32_t>(layout.height);
+    return static_cast<int>(std::clamp<std::uint32_t>(file.number(tag, height), 1, height));
+}
+
+/// The library's own conversion, for colours nothing else here knows: 8 bits, premultiplied. Strip by strip, so that
+/// there is no second picture.
 RasterImage readConverted(const TiffFile& file, const TiffLayout& layout)
 {
     std::array<char, 1024> message{};
@@ -183,13 +192,19 @@ RasterImage readConverted(const TiffFile& file, const TiffLayout& layout)
     converter.req_orientation = converter.orientation; // as stored
     const bool hasAlpha = converter.alpha != 0;
     RasterImage image = makePicture(layout, ColorModel::rgb, hasAlpha, 8);
-    std::vector<std::uint32_t> pixels(static_cast<std::size_t>(layout.width) * static_cast<std::size_t>(layout.height));
-    if (TIFFRGBAImageGet(&converter, pixels.data(), converter.width, converter.height) != 1)
-        throw DecodeError("the page cannot be decoded");
+    const int band = rowsAtOnce(file, layout);
+    std::vector<std::uint32_t> pixels(static_cast<std::size_t>(layout.width) * static_cast<std::size_t>(band));
     std::byte* to = image.pixels.data();
-    for (const std::uint32_t pixel : pixels) {
-        for (unsigned component = 0; component < (hasAlpha ? 4u : 3u); ++component)
-            *to++ = static_cast<std::byte>(pixel >> (8 * component) & 0xFF);
+    for (int top = 0; top < layout.height; top += band) {
+        const int rows = std::min(band, layout.height - top);
+        converter.row_offset = top;
+        if (TIFFRGBAImageGet(&converter, pixels.data(), converter.width, static_cast<std::uint32_t>(rows)) != 1)
+            throw DecodeError("the page cannot be decoded");
+        pixels.resize(static_cast<std::size_t>(layout.width) * static_cast<std::size_t>(rows)); // the last is shorter
+        for (const std::uint32_t pixel : pixels) {
+            for (unsigned component = 0; component < (hasAlpha ? 4u : 3u); ++component)
+                *to++ = static_cast<std::byte>(pixel >> (8 * component) & 0xFF);
+        }
     }
     makeAlphaStraight(image);
     return image;
