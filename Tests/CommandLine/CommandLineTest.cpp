@@ -91,6 +91,16 @@ private Q_SLOTS:
         QCOMPARE(folder.names(), std::vector<std::string>{"a.png"});
     }
 
+    void loadsNoLibraryFromTheCurrentFolder()
+    {
+        const TemporaryFolder folder;
+        writePicture(folder, "a.png");
+        for (const char* const library : {"libjpeg.so.62", "libpng16.so.16", "libz.so.1", "libstdc++.so.6"})
+            folder.write(library, "no library");
+        const Outcome outcome = pelgra(folder, {"convert", "--to", "bmp", "a.png"});
+        QVERIFY2(outcome.status == 0, outcome.errors.c_str());
+    }
+
     void listsWhatFilesAllow()
     {
         const TemporaryFolder folder;
