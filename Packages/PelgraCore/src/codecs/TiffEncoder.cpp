@@ -180,15 +180,17 @@ void TiffWriter::write()
 
 bool TiffWriter::predictionPays()
 {
-    if (!m_rows.wholeImage())
+    const RasterImage* const beginning = m_rows.beginning();
+    if (!beginning)
         return true;
+    ImageRows look(*beginning);
     std::size_t plain = 0;
     std::size_t predicted = 0;
     constexpr int samples = 8;
     const int count = std::max(m_stripRows / samples, 1);
     for (int index = 0; index < samples; ++index) {
-        const auto y = static_cast<int>(std::int64_t{m_form.height - count} * index / (samples - 1));
-        const RowStripe stripe(m_rows, y, count, nullptr);
+        const auto y = static_cast<int>(std::int64_t{beginning->height - count} * index / (samples - 1));
+        const RowStripe stripe(look, y, count, nullptr);
         plain += Deflate::stream(StripPreparation(m_form, false, m_order)(stripe), Deflate::Effort::quick).size();
         predicted += Deflate::stream(StripPreparation(m_form, true, m_order)(stripe), Deflate::Effort::quick).size();
     }

@@ -1,13 +1,13 @@
 #include "engine/EngineImages.h"
 
+#include "codecs/DecodedImage.h"
 #include "engine/InWorkers.h"
 #include "images/Encoding.h"
-#include "images/UprightRows.h"
+#include "images/PictureRows.h"
 #include "parallel/WorkerCount.h"
 #include "PelgraCore/Engine.h"
 #include "PelgraCore/EngineError.h"
 #include "PelgraCore/Isolation.h"
-#include "pixels/RowSource.h"
 
 #include <memory>
 #include <utility>
@@ -27,19 +27,23 @@ PreparedOutput prepareImage(const std::filesystem::path& file, FileFormat format
         task.threads = threads;
         return prepareInWorker(std::move(task), {&file, 1}, {}, format.pathExtension(), control, group);
     }
-    LoadedImage loaded = ImageLoader::load(file);
-    EncodeProperties properties;
-    properties.metadata = std::move(loaded.metadata);
-    properties.dpiWidth = loaded.dpiWidth;
-    properties.dpiHeight = loaded.dpiHeight;
-    properties.quality = format == FileFormat::heic ? options.heicQuality : options.jpegQuality;
-    properties.threads = threads;
-    const std::unique_ptr<RowSource> rows = uprightRows(std::move(loaded), format == FileFormat::jpg);
+    PictureRows picture = openPictureRows(file, format, threads);
     if (!format.imageIOType())
         throw EngineError::unsupported(format);
 
-    return PreparedOutput(file, {}, format.pathExtension(), stop,
-                          [&](ByteSink& sink) { encodeImage(format, *rows, properties, sink); });
+    EncodeProperties properties;
+    properties.dpiWidth = picture.dpiWidth;
+    properties.dpiHeight = picture.dpiHeight;
+    properties.quality = format == FileFormat::heic ? options.heicQuality : options.jpegQuality;
+    properties.metadata = std::move(picture.metadata);
+    properties.threads = threads;
+    return PreparedOutput(file, {}, format.pathExtension(), stop, [&](ByteSink& sink) {
+        try {
+            encodeImage(format, *picture.rows, properties, sink);
+        } catch (const DecodeError&) {
+            throw EngineError::unreadable(file);
+        }
+    });
 }
 
 JobResult Engine::imageToImage(const std::filesystem::path& file, FileFormat format, const ConversionOptions& options)

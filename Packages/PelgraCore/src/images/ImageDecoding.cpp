@@ -7,6 +7,7 @@
 #include "codecs/png/PngDecoder.h"
 #include "codecs/WebpDecoder.h"
 #include "files/FileBytes.h"
+#include "images/ImagePlacement.h"
 #include "images/SvgRendering.h"
 #include "modules/heif/HeifModule.h"
 #include "modules/ModuleLoader.h"
@@ -18,6 +19,7 @@
 #include <exception>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace Pelgra {
 
@@ -96,21 +98,78 @@ FileFormat formatOf(const std::filesystem::path& file, std::span<const std::byte
     throw DecodeError("an unknown format");
 }
 
-} // namespace
+/// Photographs beyond this many bytes of pixels are not held as a whole. Encoders look at smaller ones as a whole to
+/// choose how to compress them.
+constexpr std::uint64_t heldBytes = 64 << 20;
 
-DecodedImage decodeImage(const std::filesystem::path& file, int index)
+void dropMisfitProfile(RasterImage& image)
+{
+    if (!profileFits(image.iccProfile, image.model))
+        image.iccProfile.clear();
+}
+
+/// None for what is to be decoded as a whole; the content is left alone then.
+std::optional<OpenedImage> openRows(FileFormat format, Bytes& content, FileFormat target, int threads)
+{
+    OpenedImage opened;
+    DecodedImage& decoded = opened.decoded;
+    const bool isPhoto = format == FileFormat::jpg && (target == FileFormat::png || target == FileFormat::tiff);
+    if (isPhoto) {
+        decoded = describeJpeg(content);
+        constexpr std::uint64_t components = 3;
+        const auto width = static_cast<std::uint64_t>(decoded.image.width);
+        const auto height = static_cast<std::uint64_t>(decoded.image.height);
+        if (decoded.image.model == ColorModel::cmyk || components * width * height <= heldBytes)
+            return std::nullopt;
+    } else if (format == FileFormat::png && target == FileFormat::jpg) {
+        decoded = describePng(content);
+    } else {
+        return std::nullopt;
+    }
+    if (placementOf(decoded).orientation != 1)
+        return std::nullopt;
+    dropMisfitProfile(decoded.image);
+    opened.rows = isPhoto ? jpegRows(std::move(content), std::move(decoded.image.iccProfile))
+                          : pngRows(std::move(content), std::move(decoded.image.iccProfile), threads > 1);
+    return opened.rows ? std::optional(std::move(opened)) : std::nullopt;
+}
+
+/// Reads a file and hands its format and bytes on.
+template <typename Use>
+auto withContent(const std::filesystem::path& file, const Use& use)
 {
     try {
-        const Bytes content = readFile(file);
-        DecodedImage decoded = decode(formatOf(file, content), content, index);
-        if (!profileFits(decoded.image.iccProfile, decoded.image.model))
-            decoded.image.iccProfile.clear();
-        return decoded;
+        Bytes content = readFile(file);
+        const FileFormat format = formatOf(file, content);
+        return use(format, content);
     } catch (const EngineError&) {
         throw;
     } catch (const std::exception&) {
         throw EngineError::unreadable(file);
     }
+}
+
+DecodedImage decodeWhole(FileFormat format, std::span<const std::byte> content, int index)
+{
+    DecodedImage decoded = decode(format, content, index);
+    dropMisfitProfile(decoded.image);
+    return decoded;
+}
+
+} // namespace
+
+DecodedImage decodeImage(const std::filesystem::path& file, int index)
+{
+    return withContent(file,
+                       [&](FileFormat format, const Bytes& content) { return decodeWhole(format, content, index); });
+}
+
+OpenedImage openImage(const std::filesystem::path& file, FileFormat target, int threads)
+{
+    return withContent(file, [&](FileFormat format, Bytes& content) {
+        std::optional<OpenedImage> opened = openRows(format, content, target, threads);
+        return opened ? *std::move(opened) : OpenedImage{decodeWhole(format, content, 0), nullptr};
+    });
 }
 
 } // namespace Pelgra

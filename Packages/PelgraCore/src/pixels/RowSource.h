@@ -36,6 +36,9 @@ public:
     virtual std::span<const std::byte> row(int y) = 0;
     /// The whole picture where it is in memory, else null.
     virtual const RasterImage* wholeImage() const { return nullptr; }
+    /// As much of the picture from its top as is in memory before a row is asked for, for a look at what is to come;
+    /// null where nothing is.
+    virtual const RasterImage* beginning() const { return wholeImage(); }
     /// Says that no more rows will be asked for, so that whatever holds them can go.
     virtual void release() { }
 };

@@ -31,7 +31,8 @@ struct Decompression {
     Decompression() = default;
     Decompression(const Decompression&) = delete;
     Decompression& operator=(const Decompression&) = delete;
-    ~Decompression() { jpeg_destroy_decompress(&info); }
+    ~Decompression() { release(); }
+    void release() { jpeg_destroy_decompress(&info); }
 };
 
 [[noreturn]] void leave(j_common_ptr info)
@@ -91,21 +92,39 @@ bool start(Decompression& decompression) noexcept
     return jpeg_start_decompress(&decompression.info) == TRUE;
 }
 
-/// Decodes straight into the picture. Returns the number of rows that came.
-int readRows(Decompression& decompression, unsigned char* pixels, std::size_t stride) noexcept
+/// Decodes the rows from `first` up to `end` into memory that begins with the first of them. Returns whether all came.
+bool readRows(Decompression& decompression, unsigned char* pixels, std::size_t stride, JDIMENSION first,
+              JDIMENSION end) noexcept
 {
     jpeg_decompress_struct& info = decompression.info;
     if (setjmp(decompression.escape) != 0)
-        return static_cast<int>(info.output_scanline);
+        return false;
     std::array<JSAMPROW, 16> rows;
-    while (info.output_scanline < info.output_height) {
-        const JDIMENSION count =
-            std::min(static_cast<JDIMENSION>(rows.size()), info.output_height - info.output_scanline);
+    while (info.output_scanline < end) {
+        const JDIMENSION count = std::min(static_cast<JDIMENSION>(rows.size()), end - info.output_scanline);
         for (JDIMENSION index = 0; index < count; ++index)
-            rows[index] = pixels + (info.output_scanline + index) * stride;
+            rows[index] = pixels + (info.output_scanline + index - first) * stride;
         jpeg_read_scanlines(&info, rows.data(), count);
     }
-    return static_cast<int>(info.output_scanline);
+    return true;
+}
+
+/// Decodes as many of these rows as there are; the missing ones are grey. Returns whether all came.
+bool readRowsOrGray(Decompression& decompression, std::span<std::byte> pixels, std::size_t stride, int first, int end)
+{
+    const bool areAll = readRows(decompression, reinterpret_cast<unsigned char*>(pixels.data()), stride,
+                                 static_cast<JDIMENSION>(first), static_cast<JDIMENSION>(end));
+    const std::size_t came = decompression.info.output_scanline - static_cast<std::size_t>(first);
+    if (!areAll)
+        std::fill(pixels.begin() + static_cast<std::ptrdiff_t>(came * stride), pixels.end(), std::byte{0x80});
+    return areAll;
+}
+
+/// A picture whose scan has begun counts as there, as it does for every common reader.
+void checkRows(const Decompression& decompression)
+{
+    if (decompression.info.output_scanline == 0 && !decompression.endsBeforeFirstRow)
+        throw DecodeError("JPEG: no rows");
 }
 
 ColorModel chooseColorModel(jpeg_decompress_struct& info)
@@ -170,13 +189,11 @@ RasterImage decodePixels(Decompression& decompression)
         RasterImage::make(static_cast<int>(info.image_width), static_cast<int>(info.image_height), model, false, 8);
     if (!image)
         throw DecodeError("JPEG: too large");
-    auto* const pixels = reinterpret_cast<unsigned char*>(image->pixels.data());
-    const int rows = start(decompression) ? readRows(decompression, pixels, image->stride) : 0;
-    // A picture whose scan has begun counts as there, as it does for every common reader.
-    if (rows == 0 && !decompression.endsBeforeFirstRow)
-        throw DecodeError("JPEG: no rows");
-    std::fill(image->pixels.begin() + static_cast<std::ptrdiff_t>(static_cast<std::size_t>(rows) * image->stride),
-              image->pixels.end(), std::byte{0x80});
+    if (start(decompression))
+        readRowsOrGray(decompression, image->pixels, image->stride, 0, image->height);
+    else
+        std::fill(image->pixels.begin(), image->pixels.end(), std::byte{0x80});
+    checkRows(decompression);
     // Adobe's programs store the complement, and so does everyone else who wants their files read.
     if (model == ColorModel::cmyk && info.saw_Adobe_marker)
         invert(image->pixels);
@@ -191,8 +208,13 @@ DecodedImage read(std::span<const std::byte> file, bool withPixels)
         throw DecodeError("JPEG: no header");
 
     DecodedImage decoded;
-    if (withPixels)
+    if (withPixels) {
         decoded.image = decodePixels(decompression);
+    } else {
+        decoded.image.width = static_cast<int>(decompression.info.image_width);
+        decoded.image.height = static_cast<int>(decompression.info.image_height);
+        decoded.image.model = chooseColorModel(decompression.info);
+    }
     JpegMarkers markers = readJpegMarkers(file);
     const ExifFields exif = readExifFields(markers.exif);
     decoded.orientation = exif.orientation;
@@ -204,7 +226,87 @@ DecodedImage read(std::span<const std::byte> file, bool withPixels)
     return decoded;
 }
 
+class JpegRows final : public RowSource {
+public:
+    JpegRows(Bytes file, Bytes iccProfile)
+        : m_file(std::move(file))
+        , m_profile(std::move(iccProfile))
+    {
+        prepare(m_decompression);
+        jpeg_decompress_struct& info = m_decompression.info;
+        if (!readHeader(m_decompression, m_file.data(), m_file.size()))
+            throw DecodeError("JPEG: no header");
+        m_form.model = chooseColorModel(info);
+        checkCoefficientMemory(info);
+        m_form.width = static_cast<int>(info.image_width);
+        m_form.height = static_cast<int>(info.image_height);
+        m_form.iccProfile = m_profile;
+        if (!RasterImage::fits(info.image_width, info.image_height, m_form.bytesPerPixel()))
+            throw DecodeError("JPEG: too large");
+        if (m_form.model == ColorModel::cmyk)
+            throw DecodeError("JPEG: rows in CMYK");
+        m_isDecoding = start(m_decompression);
+        readOn(static_cast<int>(std::max<std::size_t>(beginningBytes / m_form.rowBytes(), rowsAtOnce)));
+        checkRows(m_decompression);
+    }
+
+    const RasterForm& form() const override { return m_form; }
+
+    const RasterImage* beginning() const override { return m_first == 0 ? &m_rows : nullptr; }
+
+    std::span<const std::byte> row(int y) override
+    {
+        while (y >= m_first + m_rows.height)
+            readOn(rowsAtOnce);
+        return m_rows.row(y - m_first);
+    }
+
+    void release() override
+    {
+        m_decompression.release();
+        m_file = {};
+        m_rows = {};
+        m_profile = {};
+        m_form.iccProfile = {};
+        m_isDecoding = false;
+    }
+
+private:
+    static constexpr int rowsAtOnce = 64;
+    static constexpr std::size_t beginningBytes = 48 << 20;
+
+    /// Takes the next rows in place of the last ones.
+    void readOn(int atMost)
+    {
+        m_first += m_rows.height;
+        const int count = std::min(atMost, m_form.height - m_first);
+        const bool fitsInPlace = m_rows.height > 0 && m_rows.height <= rowsAtOnce;
+        std::optional<RasterImage> rows = RasterImage::make(m_form.width, count, m_form.model, false, 8,
+                                                            fitsInPlace ? std::move(m_rows.pixels) : PixelBuffer());
+        if (!rows)
+            throw DecodeError("JPEG: too large");
+        m_rows = std::move(*rows);
+        if (m_isDecoding)
+            m_isDecoding = readRowsOrGray(m_decompression, m_rows.pixels, m_rows.stride, m_first, m_first + count);
+        else
+            std::fill(m_rows.pixels.begin(), m_rows.pixels.end(), std::byte{0x80});
+    }
+
+    Bytes m_file;
+    Bytes m_profile;
+    RasterForm m_form;
+    Decompression m_decompression;
+    RasterImage m_rows; ///< those from m_first on
+    int m_first = 0;
+    bool m_isDecoding = false;
+};
+
 } // namespace
+
+std::unique_ptr<RowSource> jpegRows(Bytes file, Bytes iccProfile)
+{
+    return std::make_unique<JpegRows>(std::move(file), std::move(iccProfile));
+}
 
 DecodedImage decodeJpeg(std::span<const std::byte> file)
 {

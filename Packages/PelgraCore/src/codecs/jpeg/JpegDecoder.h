@@ -1,8 +1,10 @@
 #pragma once
 
 #include "codecs/DecodedImage.h"
+#include "pixels/RowSource.h"
 
 #include <cstddef>
+#include <memory>
 #include <span>
 
 namespace Pelgra {
@@ -11,7 +13,12 @@ namespace Pelgra {
 /// missing rows are grey. Throws DecodeError for everything else that cannot be read.
 DecodedImage decodeJpeg(std::span<const std::byte> file);
 
-/// Everything decodeJpeg() gives but the pixels: of the picture, only the profile. Throws DecodeError.
+/// Everything decodeJpeg() gives but the pixels: of the picture, the size, the colour model and the profile. Throws
+/// DecodeError.
 DecodedImage describeJpeg(std::span<const std::byte> file);
+
+/// The rows decodeJpeg() would give of a grey or RGB picture, decoded as they are asked for and never all in memory.
+/// Throws DecodeError for CMYK and where decodeJpeg() does, and only here.
+std::unique_ptr<RowSource> jpegRows(Bytes file, Bytes iccProfile);
 
 } // namespace Pelgra

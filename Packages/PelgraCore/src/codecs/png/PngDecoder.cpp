@@ -36,6 +36,8 @@ struct Reading {
     ~Reading() { png_destroy_read_struct(&png, &info, nullptr); }
 };
 
+constexpr std::size_t colorTypeOffset = 25; // in the file
+
 /// The form of the pixels once the library's own transformations are applied.
 struct Form {
     png_uint_32 width = 0;
@@ -146,7 +148,67 @@ RasterImage decodeWithLibrary(std::span<const std::byte> file)
     return image;
 }
 
+class PngRows final : public RowSource {
+public:
+    PngRows(Bytes file, Bytes iccProfile, std::unique_ptr<PlainPngRows> plain)
+        : m_file(std::move(file)) // its bytes stay where they are
+        , m_profile(std::move(iccProfile))
+        , m_plain(std::move(plain))
+        , m_form(m_plain->form())
+    {
+        m_form.iccProfile = m_profile;
+    }
+
+    const RasterForm& form() const override { return m_form; }
+
+    std::span<const std::byte> row(int y) override
+    {
+        while (m_plain && y >= m_next) {
+            m_row = m_plain->next();
+            ++m_next;
+            const bool isSound = !m_row.empty() && (m_next < m_form.height || m_plain->endsWell());
+            if (!isSound)
+                turnToLibrary();
+        }
+        return m_whole ? m_whole->row(y) : m_row;
+    }
+
+    void release() override
+    {
+        m_plain.reset();
+        m_whole.reset();
+        m_file = {};
+        m_profile = {};
+        m_form.iccProfile = {};
+    }
+
+private:
+    /// For the rest of the rows; up to here both give the same.
+    void turnToLibrary()
+    {
+        m_plain.reset();
+        m_whole = decodeWithLibrary(m_file);
+    }
+
+    Bytes m_file;
+    Bytes m_profile;
+    std::unique_ptr<PlainPngRows> m_plain;
+    RasterForm m_form;
+    std::span<const std::byte> m_row;
+    int m_next = 0;
+    std::optional<RasterImage> m_whole;
+};
+
 } // namespace
+
+std::unique_ptr<RowSource> pngRows(Bytes&& file, Bytes iccProfile, bool withThread)
+{
+    constexpr std::byte alphaBit{4};
+    if (file.size() <= colorTypeOffset || (file[colorTypeOffset] & alphaBit) != std::byte{0})
+        return nullptr;
+    std::unique_ptr<PlainPngRows> plain = PlainPngRows::open(file, withThread);
+    return plain ? std::make_unique<PngRows>(std::move(file), std::move(iccProfile), std::move(plain)) : nullptr;
+}
 
 DecodedImage describePng(std::span<const std::byte> file)
 {
@@ -158,10 +220,10 @@ DecodedImage describePng(std::span<const std::byte> file)
     decoded.dpiX = hasDensity ? properties.dpiX : exif.dpiX;
     decoded.dpiY = hasDensity ? properties.dpiY : exif.dpiY;
     // Its own profile must fit the model, which callers look at; one made from other chunks is made to fit.
-    constexpr std::size_t colorTypeOffset = 25;
     constexpr std::byte colorBit{2};
     const bool isColored = file.size() > colorTypeOffset && (file[colorTypeOffset] & colorBit) != std::byte{0};
-    decoded.image.iccProfile = profileFromChunks(properties, isColored ? ColorModel::rgb : ColorModel::gray);
+    decoded.image.model = isColored ? ColorModel::rgb : ColorModel::gray;
+    decoded.image.iccProfile = profileFromChunks(properties, decoded.image.model);
     if (!properties.iccProfile.empty())
         decoded.image.iccProfile = std::move(properties.iccProfile);
     decoded.exif = std::move(properties.exif);

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "codecs/DecodedImage.h"
+#include "pixels/RowSource.h"
 
 #include <cstddef>
+#include <memory>
 #include <span>
 
 namespace Pelgra {
@@ -13,7 +15,12 @@ namespace Pelgra {
 /// read.
 DecodedImage decodePng(std::span<const std::byte> file);
 
-/// Everything decodePng() gives but the pixels: of the picture, only the profile.
+/// Everything decodePng() gives but the pixels: of the picture, the colour model and the profile.
 DecodedImage describePng(std::span<const std::byte> file);
+
+/// The rows decodePng() would give, decoded as they are asked for, with a thread of its own that works ahead or
+/// without. Asking for a row throws DecodeError where decodePng() does. Null, and the file stays with the caller, for
+/// what has transparency or has to be decoded as a whole.
+std::unique_ptr<RowSource> pngRows(Bytes&& file, Bytes iccProfile, bool withThread);
 
 } // namespace Pelgra

@@ -204,11 +204,13 @@ void PngWriter::writeMetadata()
 
 void PngWriter::writePixels()
 {
-    if (!m_rows.wholeImage())
+    const RasterImage* const beginning = m_rows.beginning();
+    if (!beginning)
         return writeInParts(std::nullopt);
-    const Strategy strategy = chooseStrategy(m_form, RowStripe(m_rows, 0, m_form.height, nullptr));
+    ImageRows look(*beginning);
+    const Strategy strategy = chooseStrategy(m_form, RowStripe(look, 0, beginning->height, nullptr));
     const std::size_t filteredBytes = (m_form.rowBytes() + 1) * static_cast<std::size_t>(m_form.height);
-    if (strategy.effort == Deflate::Effort::thorough && filteredBytes <= wholeLimit)
+    if (m_rows.wholeImage() && strategy.effort == Deflate::Effort::thorough && filteredBytes <= wholeLimit)
         writeWhole(strategy.filter);
     else
         writeInParts(strategy);

@@ -3,6 +3,7 @@
 #include "codecs/BlockWrappings.h"
 #include "codecs/png/PngChunks.h"
 #include "codecs/png/PngUnfilter.h"
+#include "parallel/ReadAhead.h"
 
 #include <algorithm>
 #include <bit>
@@ -20,8 +21,8 @@ namespace {
 
 using ByteSpan = std::span<const std::byte>;
 
-/// An image header that asks for nothing unusual, as a picture with pixels yet to come.
-std::optional<RasterImage> imageFor(ByteSpan header)
+/// What an image header asks for, where that is nothing unusual.
+std::optional<RasterForm> formIn(ByteSpan header)
 {
     if (header.size() != 13)
         return std::nullopt;
@@ -34,13 +35,18 @@ std::optional<RasterImage> imageFor(ByteSpan header)
     constexpr std::size_t largest = std::numeric_limits<int>::max();
     if (!isPlain || width > largest || height > largest)
         return std::nullopt;
-    return RasterImage::make(static_cast<int>(width), static_cast<int>(height),
-                             hasColor ? ColorModel::rgb : ColorModel::gray, hasAlpha, bits);
+    const RasterForm form{static_cast<int>(width),
+                          static_cast<int>(height),
+                          hasColor ? ColorModel::rgb : ColorModel::gray,
+                          hasAlpha,
+                          bits,
+                          {}};
+    return RasterImage::fits(width, height, form.bytesPerPixel()) ? std::optional(form) : std::nullopt;
 }
 
 /// A file's header and compressed pixels, where nothing about it is unusual.
 struct PlainFile {
-    RasterImage image;
+    RasterForm form;
     std::vector<ByteSpan> compressed; ///< never empty
 };
 
@@ -63,10 +69,10 @@ std::optional<PlainFile> openPlainFile(ByteSpan file)
                 return std::nullopt;
         }
     }
-    std::optional<RasterImage> image = compressed.empty() ? std::nullopt : imageFor(header);
-    if (!image)
+    const std::optional<RasterForm> form = compressed.empty() ? std::nullopt : formIn(header);
+    if (!form)
         return std::nullopt;
-    return PlainFile{std::move(*image), std::move(compressed)};
+    return PlainFile{*form, std::move(compressed)};
 }
 
 /// Inflates a zlib stream that is spread over several pieces.
@@ -129,53 +135,135 @@ void toMachineOrder(std::span<std::uint8_t> row)
     }
 }
 
-std::span<std::uint8_t> rowOf(RasterImage& image, int y)
-{
-    const std::span<std::byte> row = image.row(y);
-    return {reinterpret_cast<std::uint8_t*>(row.data()), row.size()};
-}
-
-/// Inflates some rows at a time, so that they are still in the cache when their filters are undone.
-bool readRows(Inflater& inflater, RasterImage& image)
-{
-    constexpr std::size_t batchBytes = 256 * 1024;
-    const std::size_t rowBytes = image.stride + 1; // the type of filter stands in front
-    const auto batchRows = static_cast<int>(std::max<std::size_t>(1, batchBytes / rowBytes));
-    std::vector<std::uint8_t> filtered(rowBytes * static_cast<std::size_t>(std::min(batchRows, image.height))
-                                       + unfilterSlack);
-    const std::vector<std::uint8_t> blank(image.stride + unfilterSlack, 0);
-    const std::uint8_t* above = blank.data();
-    for (int first = 0; first < image.height; first += batchRows) {
-        const int rows = std::min(batchRows, image.height - first);
-        if (!inflater.fill(std::span(filtered).first(rowBytes * static_cast<std::size_t>(rows))))
-            return false;
-        for (int index = 0; index < rows; ++index) {
-            const std::uint8_t* const stored = filtered.data() + rowBytes * static_cast<std::size_t>(index);
-            const std::span<std::uint8_t> row = rowOf(image, first + index);
-            if (!unfilterRow(stored[0], stored + 1, above, row, image.bytesPerPixel()))
-                return false;
-            // The row above is no longer needed as it was, so its bytes may be swapped now.
-            if (image.bitsPerComponent == 16 && first + index > 0)
-                toMachineOrder(rowOf(image, first + index - 1));
-            above = row.data();
-        }
+/// Filtered rows as they are stored, some at a time, so that they are still in the cache when their filters are undone.
+class FilteredRows {
+public:
+    /// The file must outlive this.
+    explicit FilteredRows(const PlainFile& file)
+        : m_inflater(file.compressed)
+        , m_rowBytes(file.form.rowBytes() + 1) // the type of filter stands in front
+        , m_rowsAtOnce(static_cast<int>(std::max<std::size_t>(1, batchBytes / m_rowBytes)))
+        , m_rowsLeft(file.form.height)
+    {
     }
-    if (image.bitsPerComponent == 16)
-        toMachineOrder(rowOf(image, image.height - 1));
-    return true;
-}
+
+    std::size_t rowBytes() const { return m_rowBytes; }
+    /// Whether there is more than one batch to come.
+    bool isLong() const { return m_rowsLeft > m_rowsAtOnce; }
+
+    /// The next rows and some bytes more that an unfilter may touch; none where the stream is damaged or too short, and
+    /// at the end.
+    std::optional<PixelBuffer> next()
+    {
+        const int rows = std::min(m_rowsAtOnce, m_rowsLeft);
+        const std::size_t size = m_rowBytes * static_cast<std::size_t>(rows);
+        PixelBuffer batch;
+        batch.resize(size + unfilterSlack);
+        std::fill(batch.end() - unfilterSlack, batch.end(), std::byte{0});
+        if (rows == 0 || !m_inflater.fill({reinterpret_cast<std::uint8_t*>(batch.data()), size}))
+            return std::nullopt;
+        m_rowsLeft -= rows;
+        return batch;
+    }
+
+    /// Whether all rows came and nothing is behind them.
+    bool endsHere() { return m_rowsLeft == 0 && m_inflater.endsHere(); }
+
+private:
+    static constexpr std::size_t batchBytes = 256 * 1024;
+
+    Inflater m_inflater;
+    std::size_t m_rowBytes;
+    int m_rowsAtOnce;
+    int m_rowsLeft;
+};
+
+class PlainRows final : public PlainPngRows {
+public:
+    PlainRows(PlainFile file, bool withThread)
+        : m_file(std::move(file))
+        , m_filtered(m_file)
+        , m_above(m_file.form.rowBytes() + unfilterSlack, 0)
+        , m_row(m_above)
+        , m_swapped(m_file.form.bitsPerComponent == 16 ? m_file.form.rowBytes() : 0)
+        , m_batches(withThread && m_filtered.isLong() ? batchesAhead : 0, [this] { return m_filtered.next(); })
+    {
+    }
+
+    const RasterForm& form() const override { return m_file.form; }
+
+    std::span<const std::byte> next() override
+    {
+        if (m_place == m_batch.size())
+            takeBatch();
+        if (m_batch.empty())
+            return {};
+        const auto* const stored = reinterpret_cast<const std::uint8_t*>(m_batch.data()) + m_place;
+        std::swap(m_row, m_above);
+        const std::span<std::uint8_t> row(m_row.data(), m_file.form.rowBytes());
+        if (!unfilterRow(stored[0], stored + 1, m_above.data(), row, m_file.form.bytesPerPixel())) {
+            m_batch.clear();
+            m_place = 0;
+            return {};
+        }
+        m_place += m_filtered.rowBytes();
+        if (m_place + unfilterSlack == m_batch.size())
+            m_place = m_batch.size();
+        if (m_swapped.empty())
+            return std::as_bytes(row);
+        std::copy(row.begin(), row.end(), m_swapped.begin()); // the next row needs this one as it was stored
+        toMachineOrder(m_swapped);
+        return std::as_bytes(std::span(m_swapped));
+    }
+
+    bool endsWell() override
+    {
+        // The end of the rows is reached before the thread is no longer at work.
+        return m_place == m_batch.size() && !m_batches.next() && m_filtered.endsHere();
+    }
+
+private:
+    static constexpr std::size_t batchesAhead = 4;
+
+    void takeBatch()
+    {
+        m_batch = m_batches.next().value_or(PixelBuffer());
+        m_place = 0;
+    }
+
+    PlainFile m_file;
+    FilteredRows m_filtered; ///< belongs to m_batches until that has ended
+    std::vector<std::uint8_t> m_above;
+    std::vector<std::uint8_t> m_row;
+    std::vector<std::uint8_t> m_swapped;
+    PixelBuffer m_batch;
+    std::size_t m_place = 0; ///< of the next row in the batch
+    ReadAhead<PixelBuffer> m_batches;
+};
 
 } // namespace
 
-std::optional<RasterImage> decodePlainPng(ByteSpan file)
+std::unique_ptr<PlainPngRows> PlainPngRows::open(ByteSpan file, bool withThread)
 {
     std::optional<PlainFile> plain = openPlainFile(file);
-    if (!plain)
+    return plain ? std::make_unique<PlainRows>(*std::move(plain), withThread) : nullptr;
+}
+
+std::optional<RasterImage> decodePlainPng(ByteSpan file)
+{
+    const std::unique_ptr<PlainPngRows> rows = PlainPngRows::open(file, true);
+    if (!rows)
         return std::nullopt;
-    Inflater inflater(plain->compressed);
-    if (!readRows(inflater, plain->image) || !inflater.endsHere())
-        return std::nullopt;
-    return std::move(plain->image);
+    const RasterForm& form = rows->form();
+    std::optional<RasterImage> image =
+        RasterImage::make(form.width, form.height, form.model, form.hasAlpha, form.bitsPerComponent);
+    for (int y = 0; image && y < form.height; ++y) {
+        const std::span<const std::byte> row = rows->next();
+        if (row.empty())
+            return std::nullopt;
+        std::copy(row.begin(), row.end(), image->row(y).begin());
+    }
+    return rows->endsWell() ? std::move(image) : std::nullopt;
 }
 
 } // namespace Pelgra
