@@ -20,10 +20,11 @@ def prepare(*programs):
 
 
 class Measured:
-    """The runs of one command: seconds, peak bytes of its largest process, bytes of what it wrote."""
+    """The runs of one command: seconds, seconds of the processor in the longest, peak bytes of its largest process, bytes
+    of what it wrote."""
 
     def __init__(self, name):
-        self.name, self.seconds, self.peak, self.size, self.error = name, [], 0, 0, ""
+        self.name, self.seconds, self.processor, self.peak, self.size, self.error = name, [], 0, 0, 0, ""
 
     @property
     def median(self):
@@ -58,6 +59,7 @@ def run_once(measured, make_command, inputs, keep):
             measured.error = (error.decode("utf8", "replace").strip().splitlines() or [f"status {process.returncode}"])[-1][:60]
             return None
         measured.seconds.append(seconds)
+        measured.processor = max(measured.processor, usage.ru_utime + usage.ru_stime)
         measured.peak = max(measured.peak, usage.ru_maxrss * 1024)
         measured.size = sum(size_of(path) for path in made)
         if not (keep / "last").exists():
@@ -98,6 +100,46 @@ def compare(title, goal, inputs, ours, peers, runs, folder, check=None, require=
     if require and mine.seconds:
         text, holds = require(mine)
         print(f"  {text}: {'reached' if holds else 'NOT reached'}", flush=True)
+        reached &= holds
+    return reached
+
+
+def at_most(megabytes, processor_seconds=None):
+    """A requirement on our own runs, for compare()."""
+    def require(mine):
+        text, holds = f"{mine.peak / 1e6:.0f} MB, goal {megabytes}", mine.peak <= megabytes * 1e6
+        if processor_seconds is not None:
+            text += f"; {mine.processor:.1f} s of the processor, goal {processor_seconds}"
+            holds &= mine.processor <= processor_seconds
+        return text, holds
+    return require
+
+
+def stays_linear(title, inputs, counts, make_command, folder):
+    """Runs a command over more and more inputs, which are the same file under many names, and prints time and memory.
+    Reached when a file takes no longer and the whole no more memory than with the fewest, by half at most."""
+    print(f"\n{title}")
+    first = None
+    reached = True
+    for count in counts:
+        batch = folder / f"batch{count}"
+        batch.mkdir()
+        files = []
+        for number in range(count):
+            source = inputs[number % len(inputs)]
+            files.append(batch / f"{number:05}{source.suffix}")
+            os.link(source, files[-1])
+        measured = Measured("pelgra")
+        run_once(measured, make_command, files, folder)
+        shutil.rmtree(folder / "last", ignore_errors=True)
+        shutil.rmtree(batch)
+        if measured.error:
+            print(f"  {count:6}  failed: {measured.error}", flush=True)
+            return False
+        first = first or (measured.median / count, measured.peak)
+        holds = measured.median / count <= 1.5 * first[0] and measured.peak <= 1.5 * first[1]
+        print(f"  {count:6}{measured.median:9.2f} s{measured.peak / 1e6:8.0f} MB peak{'' if holds else '  NOT reached'}",
+              flush=True)
         reached &= holds
     return reached
 
