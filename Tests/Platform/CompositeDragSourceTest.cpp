@@ -47,6 +47,29 @@ private Q_SLOTS:
         QCOMPARE(pair.both.fileURLs(), Files());
     }
 
+    void aDragSeenWholeIsNotTakenOverByALaterSource()
+    {
+        Pair pair;
+        pair.first.count = 1;
+        pair.first.button = ButtonState::down;
+        pair.both.refresh();
+        const std::int64_t count = pair.both.changeCount();
+        pair.second.count = 1; // the same drag, when it comes where that one looks
+        pair.both.refresh();
+        QCOMPARE(pair.both.changeCount(), count);
+        QCOMPARE(pair.both.current(), &pair.first);
+
+        pair.first.button = ButtonState::up;
+        pair.second.count = 2;
+        pair.second.button = ButtonState::down;
+        pair.both.refresh();
+        QCOMPARE(pair.both.current(), &pair.second);
+        pair.first.count = 2; // an earlier one knows better
+        pair.both.refresh();
+        QCOMPARE(pair.both.changeCount(), count + 2);
+        QCOMPARE(pair.both.current(), &pair.first);
+    }
+
     void theOthersTellWhatTheSourceOfTheDragDoesNotSee()
     {
         Pair pair;

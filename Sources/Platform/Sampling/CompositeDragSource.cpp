@@ -34,11 +34,13 @@ void CompositeDragSource::refresh()
 {
     // Two sources may report one drag: the count goes up by one, and the earlier of them answers for it.
     DragSource* changed = nullptr;
+    bool isTaken = false;
     for (Part& part : m_parts) {
         part.source->refresh();
         const std::int64_t count = part.source->changeCount();
-        if (std::exchange(part.changeCount, count) != count && changed == nullptr)
+        if (std::exchange(part.changeCount, count) != count && changed == nullptr && !isTaken)
             changed = part.source;
+        isTaken = isTaken || (part.source == m_current && m_current->primaryButton() == ButtonState::down);
     }
     if (changed == nullptr)
         return;

@@ -7,7 +7,7 @@
 namespace Pelgra {
 
 /// Several sources as one, each of which sees a part: the one that reported the latest drag answers for it, and what it
-/// does not see the others tell.
+/// does not see the others tell. While one that sees the button has it down, later ones do not take its drag over.
 class CompositeDragSource final : public DragSource {
 public:
     /// The sources outlive this one, which takes their callbacks. Earlier ones are asked first.
@@ -22,6 +22,9 @@ public:
     std::vector<std::filesystem::path> fileURLs() override;
     std::optional<QPoint> pointer() const override;
     void setTapFlags(ModifierFlags flags) override;
+
+    /// Which of the sources answers for the latest drag.
+    const DragSource* current() const { return m_current; }
 
 private:
     struct Part {

@@ -164,7 +164,7 @@ void X11DragSource::dragBegan(const xcb_xfixes_selection_notify_event_t& event)
     m_latestFiles.clear();
     m_reader.stop();
     // Waiting for ourselves would be fatal, and files dragged out of our own windows are not for the wheel.
-    if (XcbConnection::isWindowOf(event.owner, m_ownSetup))
+    if (XcbConnection::isWindowOf(event.owner, m_ownSetup) || (isForeign && isForeign(event.owner)))
         return;
     ++m_changeCount;
     qCDebug(dragLog, "Drag %lld begun by window 0x%x", static_cast<long long>(m_changeCount), event.owner);

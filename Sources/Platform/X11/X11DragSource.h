@@ -47,6 +47,9 @@ public:
     /// Called before onCancelled, for the surface.
     std::function<void()> beforeCancelled;
 
+    /// Whose drags are none of the X11 clients’, by the window that owns them; null for nobody's.
+    std::function<bool(xcb_window_t owner)> isForeign;
+
     /// Called by refresh() between asking and reporting, to empty the connection's queue. Must be set.
     std::function<void()> drain;
 

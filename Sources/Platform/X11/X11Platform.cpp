@@ -34,7 +34,13 @@ X11Platform::X11Platform(std::unique_ptr<XcbConnection> connection, xcb_connecti
     : m_connection(std::move(connection))
     , m_toolkitConnection(toolkitConnection)
     , m_dragSource(*m_connection, xcb_get_setup(toolkitConnection))
-    , m_wheelSurface(*m_connection, toolkitConnection, m_dragSource)
+    , m_wheelSurface(*m_connection, toolkitConnection,
+                     {[this] { return m_dragSource.acceptsDrops(); },
+                      [this] { return m_dragSource.primaryButton() == ButtonState::up; },
+                      [this] { return m_dragSource.changeCount(); },
+                      [this] {
+                          return m_dragSource.filesOfDrop();
+                      }})
     , m_notifier(xcb_get_file_descriptor(m_connection->get()), QSocketNotifier::Read)
 {
     m_dragSource.drain = [this] {

@@ -20,11 +20,13 @@ public:
     /// Null unless Qt itself talks to an X server.
     static std::unique_ptr<X11Platform> create();
 
-    DragSource& dragSource() override { return m_dragSource; }
-    WheelSurface& wheelSurface() override { return m_wheelSurface; }
+    X11DragSource& dragSource() override { return m_dragSource; }
+    X11WheelSurface& wheelSurface() override { return m_wheelSurface; }
     bool hasTray() const override;
     void setOutline(QWidget& window, const QPainterPath& outline) override;
     DesktopAbilities abilities() const override;
+
+    xcb_connection_t* toolkitConnection() const { return m_toolkitConnection; }
 
 private:
     X11Platform(std::unique_ptr<XcbConnection> connection, xcb_connection_t* toolkitConnection);

@@ -1,7 +1,6 @@
 #include "Platform/X11/X11WheelSurface.h"
 
 #include "Platform/X11/WindowOutline.h"
-#include "Platform/X11/X11DragSource.h"
 
 #include <xcb/xfixes.h>
 
@@ -20,10 +19,10 @@ constexpr std::uint32_t dragProtocolVersion = 5;
 
 } // namespace
 
-X11WheelSurface::X11WheelSurface(XcbConnection& connection, xcb_connection_t* shapeConnection, X11DragSource& source)
+X11WheelSurface::X11WheelSurface(XcbConnection& connection, xcb_connection_t* shapeConnection, Drag drag)
     : m_connection(connection)
     , m_shapeConnection(shapeConnection)
-    , m_source(source)
+    , m_drag(std::move(drag))
 {
     if (connection.extensions().hasFixes) {
         xcb_xfixes_select_selection_input(connection.get(), connection.root(), connection.atoms().compositor,
@@ -68,10 +67,16 @@ void X11WheelSurface::adoptWindow()
     WindowOutline::refuseShadow(m_shapeConnection, window, m_connection.atoms().frameExtents);
     m_receiver = std::make_unique<XdndReceiver>(
         m_connection, window, *m_target,
-        XdndReceiver::Surroundings{[this] { return acceptsDrops(); }, [this] { return m_source.changeCount(); },
+        XdndReceiver::Surroundings{[this] { return acceptsDrops(); }, [this] { return m_drag.changeCount(); },
                                    [this](int x, int y) { return viewPointAt(x, y); },
+                                   [this] { return m_drag.files(); },
                                    [this] {
-                                       return m_source.filesOfDrop();
+                                       if (onEntered)
+                                           onEntered();
+                                   },
+                                   [this](bool isMove) {
+                                       if (onSuggested)
+                                           onSuggested(isMove);
                                    }});
     applyRegions();
 }
@@ -150,7 +155,7 @@ void X11WheelSurface::cancelDrag()
 bool X11WheelSurface::acceptsDrops() const
 {
     // A hidden panel still gets the drop of a drag whose end was seen a moment before it.
-    return m_panel && m_source.acceptsDrops() && (m_panel->isVisible() || m_source.primaryButton() == ButtonState::up);
+    return m_panel && m_drag.acceptsDrops() && (m_panel->isVisible() || m_drag.isButtonUp());
 }
 
 QPointF X11WheelSurface::viewPointAt(int rootX, int rootY) const

@@ -61,6 +61,7 @@ void XcbConnection::internAtoms()
         {"XdndDrop", &m_atoms.xdndDrop},
         {"XdndFinished", &m_atoms.xdndFinished},
         {"XdndActionCopy", &m_atoms.xdndActionCopy},
+        {"XdndActionMove", &m_atoms.xdndActionMove},
         {"TARGETS", &m_atoms.targets},
         {"INCR", &m_atoms.incremental},
         {"text/uri-list", &m_atoms.uriList},
@@ -71,6 +72,7 @@ void XcbConnection::internAtoms()
         {"_NET_WM_STATE_SKIP_TASKBAR", &m_atoms.skipTaskbar},
         {"_NET_WM_STATE_SKIP_PAGER", &m_atoms.skipPager},
         {"_NET_SYSTEM_TRAY_S" + screen, &m_atoms.trayManager},
+        {"_NET_SUPPORTING_WM_CHECK", &m_atoms.windowManager},
     };
     std::vector<xcb_intern_atom_cookie_t> cookies; // all asked first: one round trip instead of one for each
     for (const auto& [name, atom] : wanted)
@@ -152,6 +154,16 @@ xcb_window_t XcbConnection::selectionOwner(xcb_atom_t selection) const
     const XcbOwned<xcb_get_selection_owner_reply_t> reply(
         xcb_get_selection_owner_reply(m_connection, xcb_get_selection_owner(m_connection, selection), nullptr));
     return reply ? reply->owner : xcb_window_t{XCB_WINDOW_NONE};
+}
+
+xcb_window_t XcbConnection::windowManager() const
+{
+    const XcbOwned<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+        m_connection, xcb_get_property(m_connection, 0, m_root, m_atoms.windowManager, XCB_ATOM_WINDOW, 0, 1),
+        nullptr));
+    if (!reply || xcb_get_property_value_length(reply.get()) != int{sizeof(xcb_window_t)})
+        return XCB_WINDOW_NONE;
+    return *static_cast<const xcb_window_t*>(xcb_get_property_value(reply.get()));
 }
 
 bool XcbConnection::isWindowOf(xcb_window_t window, const xcb_setup_t* setup)

@@ -29,6 +29,7 @@ struct XcbAtoms {
     xcb_atom_t xdndDrop = XCB_ATOM_NONE;
     xcb_atom_t xdndFinished = XCB_ATOM_NONE;
     xcb_atom_t xdndActionCopy = XCB_ATOM_NONE;
+    xcb_atom_t xdndActionMove = XCB_ATOM_NONE;
     xcb_atom_t targets = XCB_ATOM_NONE;
     xcb_atom_t incremental = XCB_ATOM_NONE;
     xcb_atom_t uriList = XCB_ATOM_NONE;
@@ -39,6 +40,7 @@ struct XcbAtoms {
     xcb_atom_t skipTaskbar = XCB_ATOM_NONE;
     xcb_atom_t skipPager = XCB_ATOM_NONE;
     xcb_atom_t trayManager = XCB_ATOM_NONE; ///< the selection that a tray of our screen owns
+    xcb_atom_t windowManager = XCB_ATOM_NONE; ///< the root's property that names a window of the window manager
 };
 
 /// The base event numbers and opcodes of the extensions in use; absent ones have present false.
@@ -79,6 +81,9 @@ public:
     void watchRawKeys(std::uint32_t mask) const;
 
     xcb_window_t selectionOwner(xcb_atom_t selection) const;
+
+    /// A window of the window manager's own, or none.
+    xcb_window_t windowManager() const;
 
     /// Whether the window was created by the client whose connection has this setup.
     static bool isWindowOf(xcb_window_t window, const xcb_setup_t* setup);

@@ -52,6 +52,8 @@ void XdndReceiver::enter(const xcb_client_message_event_t& message)
 {
     m_source = message.data.data32[0];
     m_isAccepted = false;
+    if (m_surroundings.entered)
+        m_surroundings.entered();
 }
 
 void XdndReceiver::move(const xcb_client_message_event_t& message)
@@ -61,8 +63,12 @@ void XdndReceiver::move(const xcb_client_message_event_t& message)
     const bool welcome = m_surroundings.acceptsDrops();
     if (welcome)
         m_point = m_surroundings.viewPointAt(static_cast<int>(position >> 16), static_cast<int>(position & 0xffff));
-    m_isAccepted = welcome && m_target.dragMoved(m_point);
+    const bool wasAccepted = std::exchange(m_isAccepted, welcome && m_target.dragMoved(m_point));
+    if (m_isAccepted != wasAccepted)
+        qCDebug(dragLog, "The drag is %s here", m_isAccepted ? "accepted" : "not accepted");
     const std::uint32_t flags = wantsEveryPositionFlag | (m_isAccepted ? acceptFlag : 0U);
+    if (m_surroundings.suggested)
+        m_surroundings.suggested(message.data.data32[4] == m_connection.atoms().xdndActionMove);
     send(m_source, m_connection.atoms().xdndStatus, flags, 0, 0,
          m_isAccepted ? m_connection.atoms().xdndActionCopy : xcb_atom_t{XCB_ATOM_NONE});
 }

@@ -22,6 +22,8 @@ public:
         std::function<std::int64_t()> changeCount; ///< which drag this is
         std::function<QPointF(int, int)> viewPointAt; ///< from device pixels of the root window
         std::function<std::vector<std::filesystem::path>()> files; ///< of the drag, as far as they are known
+        std::function<void()> entered; ///< the drag came over the window; may be null
+        std::function<void(bool)> suggested; ///< with each position: whether the source suggests to move; may be null
     };
 
     XdndReceiver(XcbConnection& connection, xcb_window_t window, DropTarget& target, Surroundings surroundings);
