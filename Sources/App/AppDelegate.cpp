@@ -65,6 +65,8 @@ AppDelegate::~AppDelegate()
     Placement::follow(nullptr);
     ThisDesktop::follow(nullptr);
     m_platform.dragSource().onCancelled = nullptr;
+    m_platform.onShortcut = nullptr;
+    m_platform.onShortcutsAnswered = nullptr;
     Updater::setCurrent(nullptr);
 }
 
@@ -160,6 +162,15 @@ void AppDelegate::wireMonitor()
     m_platform.dragSource().onCancelled = [this] {
         cancelDrag();
     };
+    m_platform.onShortcut = [this](bool isForTools) {
+        const WheelKeys keys = m_preferences.wheelKeys();
+        m_platform.tapped(flagOf(isForTools ? keys.tools : keys.convert));
+    };
+    m_platform.onShortcutsAnswered = [this](bool areGiven) {
+        m_preferences.setUsesShortcuts(areGiven);
+    };
+    if (m_preferences.usesShortcuts())
+        m_platform.useShortcuts();
 }
 
 void AppDelegate::listenToTaps()

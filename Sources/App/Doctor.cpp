@@ -100,6 +100,8 @@ void tellGesture(Lines& lines, const DesktopAbilities& abilities)
 {
     lines.add("drags told by", abilities.sources);
     lines.add("wheel shown as", abilities.surfaces);
+    for (const auto& [name, value] : abilities.details)
+        lines.add(name, value);
     lines.add("missing", abilities.missing);
     lines.add("what works", ThisDesktop::sentenceFor(abilities, Preferences::shared().wheelKeys()));
 }

@@ -37,6 +37,7 @@ void StatusMenu::installStatusItem()
     connect(m_menu.get(), &QMenu::aboutToShow, this, &StatusMenu::updateMenu);
     connect(&m_preferences, &Preferences::convertKeyChanged, this, &StatusMenu::updateMenu);
     connect(&m_preferences, &Preferences::toolsKeyChanged, this, &StatusMenu::updateMenu);
+    connect(&ThisDesktop::changes(), &ThisDesktop::Changes::happened, this, &StatusMenu::updateMenu);
 
     m_statusItem = std::make_unique<QSystemTrayIcon>();
     MenuBarIcon::showIn(*m_statusItem);

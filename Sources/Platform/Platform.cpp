@@ -1,5 +1,6 @@
 #include "Platform/Platform.h"
 
+#include "Platform/Gnome/GnomePlatform.h"
 #include "Platform/Null/NullPlatform.h"
 #include "Platform/PlatformChoice.h"
 #include "Platform/Pointer.h"
@@ -55,12 +56,18 @@ void Platform::popUp(QMenu& menu)
     menu.popup(Pointer::place());
 }
 
+void Platform::takeStep(DesktopAbilities::Step)
+{
+}
+
 std::unique_ptr<Platform> Platform::forThisSession()
 {
 #if PELGRA_LAYERS
     if (std::unique_ptr<Platform> platform = WaylandPlatform::create())
         return platform;
 #endif
+    if (std::unique_ptr<Platform> platform = GnomePlatform::create())
+        return platform;
     if (std::unique_ptr<Platform> platform = X11Platform::create())
         return platform;
     return std::make_unique<NullPlatform>();

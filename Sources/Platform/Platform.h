@@ -60,6 +60,21 @@ public:
     /// Keys that open a wheel were tapped, as somebody else saw it, such as a key binding of the compositor.
     virtual void tapped(ModifierFlags) { }
 
+    /// Does what abilities() proposes, as far as a program can.
+    virtual void takeStep(DesktopAbilities::Step step);
+
+    /// Asks for the shortcuts that the user once agreed to, silently.
+    virtual void useShortcuts() { }
+
+    /// A shortcut of the desktop's was pressed that stands for the key of a wheel.
+    std::function<void(bool isForTools)> onShortcut;
+
+    /// The desktop has answered to useShortcuts() or to the step for it: whether it gave any.
+    std::function<void(bool areGiven)> onShortcutsAnswered;
+
+    /// abilities() may have changed.
+    std::function<void()> onAbilitiesChanged;
+
     /// hasTray() may have changed.
     std::function<void()> onTrayChanged;
 };

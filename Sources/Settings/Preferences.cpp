@@ -4,6 +4,8 @@
 
 #include <QCoreApplication>
 
+#include <utility>
+
 namespace Pelgra {
 
 namespace {
@@ -12,6 +14,7 @@ const QString convertKeyName = QStringLiteral("convertKey");
 const QString toolsKeyName = QStringLiteral("toolsKey");
 const QString jpegQualityName = QStringLiteral("jpegQuality");
 const QString checkForUpdatesAutomaticallyName = QStringLiteral("checkForUpdatesAutomatically");
+const QString usesShortcutsName = QStringLiteral("desktopShortcuts");
 
 ModifierKey keyFrom(const QVariant& stored, ModifierKey otherwise)
 {
@@ -51,6 +54,7 @@ Preferences::Preferences(std::unique_ptr<PreferencesStore> store, QObject* paren
     , m_toolsKey(keyFrom(m_store->value(toolsKeyName), ModifierKey::command))
     , m_jpegQuality(qualityFrom(m_store->value(jpegQualityName)))
     , m_checkForUpdatesAutomatically(booleanFrom(m_store->value(checkForUpdatesAutomaticallyName), true))
+    , m_usesShortcuts(booleanFrom(m_store->value(usesShortcutsName), false))
 {
 }
 
@@ -88,6 +92,12 @@ void Preferences::setCheckForUpdatesAutomatically(bool checks)
     m_checkForUpdatesAutomatically = checks;
     Q_EMIT checkForUpdatesAutomaticallyChanged();
     store(checkForUpdatesAutomaticallyName, checks);
+}
+
+void Preferences::setUsesShortcuts(bool uses)
+{
+    if (std::exchange(m_usesShortcuts, uses) != uses)
+        store(usesShortcutsName, uses);
 }
 
 void Preferences::store(const QString& key, const QVariant& value)

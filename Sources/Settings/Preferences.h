@@ -35,6 +35,10 @@ public:
     bool checkForUpdatesAutomatically() const { return m_checkForUpdatesAutomatically; }
     void setCheckForUpdatesAutomatically(bool checks);
 
+    /// Whether the user has agreed to shortcuts of the desktop's, where keys are not seen.
+    bool usesShortcuts() const { return m_usesShortcuts; }
+    void setUsesShortcuts(bool uses);
+
     /// What the settings were loaded from, for the keys that only debugging uses.
     const PreferencesStore& store() const { return *m_store; }
 
@@ -61,6 +65,7 @@ private:
     ModifierKey m_toolsKey;
     double m_jpegQuality;
     bool m_checkForUpdatesAutomatically;
+    bool m_usesShortcuts;
 };
 
 } // namespace Pelgra

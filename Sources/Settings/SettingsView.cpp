@@ -227,8 +227,12 @@ QWidget* SettingsView::makeSystem()
     stack->addWidget(m_updates);
     m_thisDesktop = makeNote(QString(), section);
     m_thisDesktop->setObjectName(QStringLiteral("thisDesktop"));
-    m_step = makeLink(QStringLiteral("Open System Settings…"), QStringLiteral("desktopStep"), section);
+    m_step = makeLink(QString(), QStringLiteral("desktopStep"), section);
+    m_otherStep = makeLink(QString(), QStringLiteral("desktopOtherStep"), section);
     connect(m_step, &QPushButton::clicked, this, &SettingsView::takeStep);
+    connect(m_otherStep, &QPushButton::clicked, this,
+            [] { ThisDesktop::takeStep(ThisDesktop::abilities().otherStep); });
+    connect(&ThisDesktop::changes(), &ThisDesktop::Changes::happened, this, &SettingsView::showDesktop);
     m_keyBindings = makeNote(QString(), section);
     m_keyBindings->setObjectName(QStringLiteral("keyBindings"));
     m_keyBindings->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
@@ -238,6 +242,7 @@ QWidget* SettingsView::makeSystem()
     stack->addWidget(m_thisDesktop);
     stack->addWidget(m_keyBindings);
     stack->addWidget(m_step, 0, Qt::AlignLeft);
+    stack->addWidget(m_otherStep, 0, Qt::AlignLeft);
     return section;
 }
 
@@ -285,6 +290,11 @@ void SettingsView::showKeys()
     select(m_toolsKey, m_preferences->toolsKey());
     m_sameKey->setText(m_preferences->sameKeyWarning());
     m_sameKey->setVisible(!m_sameKey->text().isEmpty());
+    showDesktop();
+}
+
+void SettingsView::showDesktop()
+{
     const DesktopAbilities abilities = ThisDesktop::abilities();
     m_thisDesktop->setText(
         QStringLiteral("This desktop: %1").arg(ThisDesktop::sentenceFor(abilities, m_preferences->wheelKeys())));
@@ -292,15 +302,20 @@ void SettingsView::showKeys()
         !abilities.hasGesture() && abilities.seesDrags && abilities.step == DesktopAbilities::Step::bindKeys;
     m_keyBindings->setText(bindsKeys ? ThisDesktop::keyBindingsFor(abilities, m_preferences->wheelKeys()) : QString());
     m_keyBindings->setVisible(bindsKeys);
-    m_step->setVisible(bindsKeys
-                       || (!abilities.hasGesture() && abilities.step == DesktopAbilities::Step::showKeysToX11));
-    m_step->setText(bindsKeys ? QStringLiteral("Copy for Its Configuration") : QStringLiteral("Open System Settings…"));
+    const auto offer = [&abilities](QPushButton* button, DesktopAbilities::Step step) {
+        button->setText(ThisDesktop::titleFor(step));
+        button->setVisible(!abilities.hasGesture() && step != DesktopAbilities::Step::none);
+    };
+    offer(m_step, abilities.step);
+    offer(m_otherStep, abilities.otherStep);
+    if (abilities.step == DesktopAbilities::Step::bindKeys)
+        m_step->setVisible(bindsKeys);
 }
 
 void SettingsView::takeStep()
 {
     if (m_keyBindings->isHidden())
-        SystemSettings::openLegacyApplications();
+        ThisDesktop::takeStep(ThisDesktop::abilities().step);
     else
         QGuiApplication::clipboard()->setText(m_keyBindings->text());
 }

@@ -33,6 +33,7 @@ private:
     void followLoginItem();
 
     void showKeys();
+    void showDesktop();
     void takeStep();
     void showQuality();
     void showLoginItem();
@@ -47,6 +48,7 @@ private:
     QLabel* m_thisDesktop = nullptr;
     QLabel* m_keyBindings = nullptr; ///< hidden where none are needed
     QPushButton* m_step = nullptr; ///< for what the user can do about this desktop
+    QPushButton* m_otherStep = nullptr; ///< does as well
     QSlider* m_quality = nullptr;
     QLabel* m_qualityText = nullptr;
     QCheckBox* m_launchAtLogin = nullptr;

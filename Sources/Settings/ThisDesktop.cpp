@@ -1,12 +1,13 @@
 #include "Settings/ThisDesktop.h"
 
+#include "Desktop/SystemSettings.h"
 #include "Platform/Platform.h"
 
 namespace Pelgra::ThisDesktop {
 
 namespace {
 
-const Platform* followed = nullptr;
+Platform* followed = nullptr;
 
 /// As it is printed on a keyboard of a PC.
 QString keyboardNameOf(ModifierKey key)
@@ -44,11 +45,59 @@ QString keymapNameOf(ModifierKey key)
     return {};
 }
 
+/// Which may be one alone.
+QString shortcutsOf(const DesktopAbilities& abilities)
+{
+    QStringList shortcuts;
+    for (const std::string& shortcut : {abilities.convertShortcut, abilities.toolsShortcut}) {
+        if (!shortcut.empty())
+            shortcuts += QString::fromStdString(shortcut);
+    }
+    return QStringLiteral("Drag files and press %1").arg(shortcuts.join(QStringLiteral(" or ")));
+}
+
 } // namespace
 
-void follow(const Platform* platform)
+void follow(Platform* platform)
 {
+    if (followed)
+        followed->onAbilitiesChanged = nullptr;
     followed = platform;
+    if (followed)
+        followed->onAbilitiesChanged = [] {
+            Q_EMIT changes().happened();
+        };
+}
+
+Changes& changes()
+{
+    static Changes changes;
+    return changes;
+}
+
+void takeStep(DesktopAbilities::Step step)
+{
+    if (step == DesktopAbilities::Step::showKeysToX11)
+        SystemSettings::openLegacyApplications();
+    else if (followed)
+        followed->takeStep(step);
+}
+
+QString titleFor(DesktopAbilities::Step step)
+{
+    switch (step) {
+    case DesktopAbilities::Step::none:
+        break;
+    case DesktopAbilities::Step::showKeysToX11:
+        return QStringLiteral("Open System Settings…");
+    case DesktopAbilities::Step::bindKeys:
+        return QStringLiteral("Copy for Its Configuration");
+    case DesktopAbilities::Step::enableExtension:
+        return QStringLiteral("Switch On the GNOME Extension");
+    case DesktopAbilities::Step::bindShortcuts:
+        return QStringLiteral("Add Keyboard Shortcuts…");
+    }
+    return {};
 }
 
 DesktopAbilities abilities()
@@ -67,6 +116,15 @@ QString sentenceFor(const DesktopAbilities& abilities, WheelKeys keys)
         return QStringLiteral("Dragging needs one more step: let legacy X11 apps read modifier keys");
     if (!abilities.hasGesture() && abilities.seesDrags && abilities.step == DesktopAbilities::Step::bindKeys)
         return QStringLiteral("Dragging needs one more step: let the compositor tell Pelgra of keys");
+    if (!abilities.hasGesture() && abilities.hasShortcuts())
+        return shortcutsOf(abilities);
+    if (!abilities.hasGesture() && abilities.step == DesktopAbilities::Step::enableExtension)
+        return QStringLiteral("Dragging needs one more step: GNOME tells of keys pressed during a drag through an "
+                              "extension, which is installed, or through keyboard shortcuts");
+    if (!abilities.hasGesture() && abilities.otherStep == DesktopAbilities::Step::bindShortcuts)
+        return QStringLiteral(
+            "Dragging needs one more step: GNOME tells of keys pressed during a drag through keyboard "
+            "shortcuts; or log out and in again, so that it finds the extension");
     if (!abilities.hasGesture())
         return QStringLiteral("Right-click files and choose Convert with Pelgra");
     if (keys.convert == keys.tools)

@@ -3,6 +3,7 @@
 #include "Platform/DesktopAbilities.h"
 #include "Settings/ModifierKey.h"
 
+#include <QObject>
 #include <QString>
 
 namespace Pelgra {
@@ -12,10 +13,28 @@ class Platform;
 /// What the user is told about Pelgra in this session. Main thread.
 namespace ThisDesktop {
 
-/// Tells whom to ask; null for nobody, then the session is taken to do everything. The platform outlives its use here.
-void follow(const Platform* platform);
+/// Tells of itself when what works has changed.
+class Changes : public QObject {
+    Q_OBJECT
+
+Q_SIGNALS:
+    void happened();
+};
+
+/// Tells whom to ask; null for nobody, then the session is taken to do everything. The platform outlives its use here,
+/// and its onAbilitiesChanged is taken.
+void follow(Platform* platform);
 
 DesktopAbilities abilities();
+
+/// Lives as long as the process.
+Changes& changes();
+
+/// Does what the abilities propose. What comes of it shows in changed abilities.
+void takeStep(DesktopAbilities::Step step);
+
+/// The words of a button for that; empty for none.
+QString titleFor(DesktopAbilities::Step step);
 
 /// One line: the way that works here, or what it takes.
 QString sentenceFor(const DesktopAbilities& abilities, WheelKeys keys);

@@ -44,6 +44,26 @@ private Q_SLOTS:
         abilities.seesDrags = false; // the keys alone are of no use
         QVERIFY(!ThisDesktop::sentenceFor(abilities, {}).contains("one more step"));
     }
+
+    void namesWhatStandsForTheKeysOnGnome()
+    {
+        using Step = DesktopAbilities::Step;
+        DesktopAbilities abilities;
+        abilities.seesDrags = true;
+        abilities.step = Step::enableExtension;
+        abilities.otherStep = Step::bindShortcuts;
+        QVERIFY(ThisDesktop::sentenceFor(abilities, {}).contains("an extension, which is installed"));
+        abilities.step = Step::none;
+        QVERIFY(ThisDesktop::sentenceFor(abilities, {}).contains("log out and in again"));
+        abilities.toolsShortcut = "Ctrl+Alt+P";
+        QCOMPARE(ThisDesktop::sentenceFor(abilities, {}), QString("Drag files and press Ctrl+Alt+P"));
+        abilities.convertShortcut = "Ctrl+Alt+C";
+        QCOMPARE(ThisDesktop::sentenceFor(abilities, {}), QString("Drag files and press Ctrl+Alt+C or Ctrl+Alt+P"));
+        abilities.seesKeys = true; // and with them the keys themselves
+        QCOMPARE(ThisDesktop::sentenceFor(abilities, {}), QString("Drag files and tap Shift or Super"));
+        for (const Step step : {Step::showKeysToX11, Step::enableExtension, Step::bindShortcuts})
+            QVERIFY(!ThisDesktop::titleFor(step).isEmpty());
+    }
 };
 
 QTEST_GUILESS_MAIN(ThisDesktopTest)
