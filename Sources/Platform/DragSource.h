@@ -34,6 +34,9 @@ public:
     /// Changes whenever a drag begins anywhere, except in this process.
     virtual std::int64_t changeCount() const = 0;
 
+    /// Whether a surface of ours could catch the latest drag, where drags have to be looked for.
+    virtual bool isWithinReach() const { return true; }
+
     /// Up to date while a drag is under way; between drags up.
     virtual ButtonState primaryButton() const = 0;
 

@@ -203,13 +203,13 @@ class Scene:
             if name.endswith(".jpg") and (self.folder / name).read_bytes()[:3] != b"\xff\xd8\xff":
                 raise Failure(f"{name} holds something else")
 
-    def start_source(self, kind, file, type="text/uri-list"):
+    def start_source(self, kind, file, type="text/uri-list", through="wayland"):
         data = self.folder.parent / "dragged"
         data.write_text(f"file://{urllib.parse.quote(str(file))}\r\n" if file else "just text")
         command = {"qt6": [self.desktop.sources / "QtSource"], "gtk3": [GTK_PYTHON, HERE / "Sources/gtk3_source.py"],
                    "gtk4": [GTK_PYTHON, HERE / "Sources/gtk4_source.py"]}[kind]
         self.source = self.desktop.run(kind, command + ["--type", type, "--data", data],
-                                       {"QT_QPA_PLATFORM": "wayland", "GDK_BACKEND": "wayland"})
+                                       {"QT_QPA_PLATFORM": {"x11": "xcb"}.get(through, through), "GDK_BACKEND": through})
 
     def start_dolphin(self, file):
         self.source = self.desktop.run("dolphin", ["dolphin", file.parent], {"QT_QPA_PLATFORM": "wayland"})
@@ -333,6 +333,21 @@ def dolphin_drop_converts(scene):
     scene.drop_on_jpg()
     scene.expect_files("photo.png", "photo.jpg")
     return seconds
+
+
+@scenario
+def a_drag_of_an_x11_program_is_left_alone(scene):
+    """A surface that comes and goes during one does not catch it, and ends KWin 6.3."""
+    scene.start_source("gtk3", scene.picture(), through="x11")
+    scene.pick_up([(100, 100)])  # X11 windows choose their place
+    scene.app.wait_for("in an X11 program", scene.since)
+    for _ in range(3):
+        scene.input.tap(SHIFT)
+        scene.nudge()
+    scene.release()
+    scene.source.wait_for("end")
+    if scene.app.says("Looking for a drag", scene.since):
+        raise Failure("a surface was spread")
 
 
 @scenario

@@ -117,6 +117,21 @@ private Q_SLOTS:
         QCOMPARE(desktop.told, QString());
     }
 
+    void aDragOutOfReachIsNeverLookedFor()
+    {
+        Desktop desktop;
+        desktop.beginDrag(); // its end is not seen
+        desktop.watched.reachable = false;
+        desktop.beginDrag();
+        desktop.press(shiftFlag);
+        QVERIFY(!desktop.catcher.isSpread);
+        desktop.watched.reachable = true;
+        desktop.beginDrag();
+        desktop.press(0);
+        desktop.press(shiftFlag);
+        QVERIFY(desktop.catcher.isSpread);
+    }
+
     void aDragThatWentAwayIsFoundAgain()
     {
         Desktop desktop;

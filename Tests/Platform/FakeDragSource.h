@@ -9,6 +9,7 @@ class FakeDragSource final : public DragSource {
 public:
     void refresh() override { ++refreshed; }
     std::int64_t changeCount() const override { return count; }
+    bool isWithinReach() const override { return reachable; }
     ButtonState primaryButton() const override { return button; }
     ModifierFlags modifierFlags() const override { return flags; }
     std::vector<std::filesystem::path> fileURLs() override { return files; }
@@ -16,6 +17,7 @@ public:
 
     int refreshed = 0;
     std::int64_t count = 0;
+    bool reachable = true;
     ButtonState button = ButtonState::unseen;
     ModifierFlags flags = 0;
     std::vector<std::filesystem::path> files;

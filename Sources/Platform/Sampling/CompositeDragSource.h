@@ -16,6 +16,7 @@ public:
 
     void refresh() override;
     std::int64_t changeCount() const override { return m_changeCount; }
+    bool isWithinReach() const override { return m_current->isWithinReach(); }
     ButtonState primaryButton() const override;
     ModifierFlags modifierFlags() const override;
     ModifierFlags modifierFlagsNow() override;

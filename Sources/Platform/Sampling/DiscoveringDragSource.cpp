@@ -52,8 +52,12 @@ void DiscoveringDragSource::refresh()
     m_watched.refresh();
     const DragDiscovery::Time now = m_clock();
     const std::int64_t count = m_watched.changeCount();
-    if (std::exchange(m_watchedCount, count) != count)
-        m_discovery.dragMayHaveBegun(now);
+    if (std::exchange(m_watchedCount, count) != count) {
+        if (m_watched.isWithinReach())
+            m_discovery.dragMayHaveBegun(now);
+        else
+            m_discovery.dragOutOfReachBegan();
+    }
     const ModifierFlags flags = m_watched.modifierFlags();
     m_discovery.pressed(flags & ~std::exchange(m_watchedFlags, flags) & m_tapFlags, now);
     m_sample = m_discovery.nextSample();

@@ -37,6 +37,9 @@ public:
     /// A sign that somebody has begun to drag something.
     void dragMayHaveBegun(Time now) { m_mayBeUntil = now + expiry; }
 
+    /// A sign that somebody drags something that cannot come over our surface, which had better stay away.
+    void dragOutOfReachBegan() { dragEnded(End::over); }
+
     /// Keys that open a wheel went down.
     void pressed(ModifierFlags flags, Time now);
 

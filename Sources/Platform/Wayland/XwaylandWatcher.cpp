@@ -9,6 +9,7 @@
 #include <xcb/xinput.h>
 
 #include <array>
+#include <cstring>
 #include <utility>
 
 namespace Pelgra {
@@ -94,21 +95,41 @@ void XwaylandWatcher::handle(const xcb_generic_event_t& event)
     const XcbExtensions& extensions = m_connection->extensions();
     const unsigned type = event.response_type & eventTypeMask;
     if (type == extensions.fixesFirstEvent + unsigned{XCB_XFIXES_SELECTION_NOTIFY}) {
-        if (reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event).owner != XCB_WINDOW_NONE)
-            dragBegan();
+        const auto& change = reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event);
+        if (change.owner != XCB_WINDOW_NONE)
+            dragBegan(change.owner);
     } else if (extensions.hasInput && type == XCB_GE_GENERIC) {
         handleKey(event);
     }
 }
 
-void XwaylandWatcher::dragBegan()
+/// The compositor is the window manager there, and offers the drags of native programs itself.
+bool XwaylandWatcher::isOfCompositor(xcb_window_t window) const
 {
+    xcb_connection_t* const connection = m_connection->get();
+    const XcbOwned<xcb_get_property_reply_t> reply(
+        xcb_get_property_reply(connection,
+                               xcb_get_property(connection, 0, m_connection->root(),
+                                                m_connection->atoms().windowManager, XCB_ATOM_WINDOW, 0, 1),
+                               nullptr));
+    if (!reply || xcb_get_property_value_length(reply.get()) != sizeof(xcb_window_t))
+        return true; // nobody can tell
+    xcb_window_t other = XCB_WINDOW_NONE;
+    std::memcpy(&other, xcb_get_property_value(reply.get()), sizeof(other));
+    const std::uint32_t client = ~xcb_get_setup(connection)->resource_id_mask;
+    return (window & client) == (other & client);
+}
+
+void XwaylandWatcher::dragBegan(xcb_window_t owner)
+{
+    m_isNative = isOfCompositor(owner);
     ++m_changeCount;
     m_latestDrag = std::chrono::steady_clock::now();
     m_hasNews = true;
     m_held = 0;
     m_modifierMap = ModifierMap(m_connection->keyboardMap());
-    qCDebug(dragLog, "Drag %lld may have begun", static_cast<long long>(m_changeCount));
+    qCDebug(dragLog, "Drag %lld may have begun%s", static_cast<long long>(m_changeCount),
+            m_isNative ? "" : " in an X11 program");
     if (!m_watchesKeys)
         watchKeys(true);
 }

@@ -15,7 +15,7 @@ namespace Pelgra {
 /// What the X server inside a Wayland compositor tells about drags of native programs: that one has begun, since the
 /// compositor offers it to X11 programs as well, and, on KWin, which modifiers go down and up. Files, pointer and
 /// button stay unseen, and so does the end: the selection keeps its owner, so its events are counted and the owners
-/// never compared.
+/// never compared. Drags of X11 programs are seen to begin as well, but no Wayland surface catches them.
 class XwaylandWatcher final : public QObject, public DragSource {
     Q_OBJECT
 
@@ -25,6 +25,7 @@ public:
 
     void refresh() override;
     std::int64_t changeCount() const override { return m_changeCount; }
+    bool isWithinReach() const override { return m_isNative; }
     ButtonState primaryButton() const override { return ButtonState::unseen; }
     ModifierFlags modifierFlags() const override { return m_flags; }
     ModifierFlags modifierFlagsNow() override;
@@ -45,7 +46,8 @@ private:
     void drain();
     void handle(const xcb_generic_event_t& event);
     void handleKey(const xcb_generic_event_t& event);
-    void dragBegan();
+    bool isOfCompositor(xcb_window_t window) const;
+    void dragBegan(xcb_window_t owner);
     void watchKeys(bool watch);
 
     std::unique_ptr<XcbConnection> m_connection;
@@ -58,6 +60,7 @@ private:
     ModifierFlags m_pressedSinceSample = 0;
     std::chrono::steady_clock::time_point m_latestDrag;
     bool m_watchesKeys = false;
+    bool m_isNative = true; ///< the latest drag
     bool m_hasNews = false;
     bool m_needsFocus = false;
 };

@@ -71,6 +71,7 @@ void XcbConnection::internAtoms()
         {"_NET_WM_STATE", &m_atoms.windowState},
         {"_NET_WM_STATE_SKIP_TASKBAR", &m_atoms.skipTaskbar},
         {"_NET_WM_STATE_SKIP_PAGER", &m_atoms.skipPager},
+        {"_NET_SUPPORTING_WM_CHECK", &m_atoms.windowManager},
         {"_NET_SYSTEM_TRAY_S" + screen, &m_atoms.trayManager},
         {"_NET_SUPPORTING_WM_CHECK", &m_atoms.windowManager},
     };

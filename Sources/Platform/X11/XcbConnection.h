@@ -39,6 +39,7 @@ struct XcbAtoms {
     xcb_atom_t windowState = XCB_ATOM_NONE; ///< the property that tells window managers the state of a window
     xcb_atom_t skipTaskbar = XCB_ATOM_NONE;
     xcb_atom_t skipPager = XCB_ATOM_NONE;
+    xcb_atom_t windowManager = XCB_ATOM_NONE; ///< the property of the root that names a window of the window manager
     xcb_atom_t trayManager = XCB_ATOM_NONE; ///< the selection that a tray of our screen owns
     xcb_atom_t windowManager = XCB_ATOM_NONE; ///< the root's property that names a window of the window manager
 };
