@@ -77,8 +77,8 @@ public:
     /// The keyboard as it is now.
     KeyboardMap keyboardMap() const;
 
-    /// Asks to be told of keys wherever the focus is, by XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS and ..._RELEASE; 0 for no
-    /// longer. Nothing happens without the extension.
+    /// Asks to be told of keys wherever the focus is, by XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS and ..._RELEASE; 0 for
+    /// no longer. Nothing happens without the extension.
     void watchRawKeys(std::uint32_t mask) const;
 
     xcb_window_t selectionOwner(xcb_atom_t selection) const;

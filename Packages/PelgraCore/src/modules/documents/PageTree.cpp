@@ -66,8 +66,8 @@ std::vector<SourcePage> pagesBelow(Object root, std::size_t& emptyEntries)
     return pages;
 }
 
-/// A reference to an object that is not there, or to a stream cut off by the end of the file, which has no data left. Of
-/// an object that is cut off right behind its number the library makes whatever it finds there.
+/// A reference to an object that is not there, or to a stream cut off by the end of the file, which has no data left.
+/// Of an object that is cut off right behind its number the library makes whatever it finds there.
 bool isLost(Object value)
 {
     if (!value.isIndirect())

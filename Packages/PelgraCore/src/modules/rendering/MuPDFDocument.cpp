@@ -25,8 +25,8 @@ namespace {
 constexpr std::size_t storeLimit = std::size_t{64} << 20;
 constexpr int antialiasingBits = 8;
 
-/// What is read behind the end of a file that was cut off: it ends strings of either kind, arrays and the object. A file
-/// without a trailer would be given up as a whole for the sake of the one object that its end cuts off.
+/// What is read behind the end of a file that was cut off: it ends strings of either kind, arrays and the object. A
+/// file without a trailer would be given up as a whole for the sake of the one object that its end cuts off.
 constexpr std::string_view endOfObject = "))))))))))))))))>]]]]]]]]]]]]]]]]\nendobj\n";
 
 void ignoreMessage(void*, const char*)
