@@ -15,7 +15,7 @@ Usage:
   pelgra targets FILE...                           which conversions and tools the files allow
   pelgra wheel                                     start the desktop program
   pelgra tap convert|tools                         stand for a tap of the wheel's key, in a key binding
-  pelgra doctor                                    what works in this session, for reports of faults
+  pelgra doctor                                    what works in this session, to go with a bug report
 
 FORMAT is jpg, png, heic, tiff, bmp or pdf for images; jpg, png, heic, tiff, bmp, txt or md for PDFs.
 
