@@ -469,6 +469,36 @@ private Q_SLOTS:
         QCOMPARE(InspectedPDF(alone / "one 1.pdf").pageCount(), 1);
     }
 
+    void splitPagesBringOnlyWhatTheyUse_data()
+    {
+        QTest::addColumn<QByteArray>("ofTheTree");
+        QTest::addColumn<QByteArray>("ofAPage");
+        const QByteArray pictures = "<< /XObject << /A 4 0 R /B 5 0 R >> >>";
+        QTest::newRow("inherited") << "/Resources " + pictures << QByteArray();
+        QTest::newRow("shared") << QByteArray() << QByteArray("/Resources 6 0 R");
+    }
+    void splitPagesBringOnlyWhatTheyUse()
+    {
+        QFETCH(QByteArray, ofTheTree);
+        QFETCH(QByteArray, ofAPage);
+        PDFBuilder builder;
+        for (int number = 4; number <= 5; ++number)
+            builder.addStream("0 0 9 9 re f", "/Type /XObject /Subtype /Form /BBox [0 0 9 9]");
+        builder.add("<< /XObject << /A 4 0 R /B 5 0 R >> >>");
+        for (const std::string name : {"/A", "/B"}) {
+            const std::string content = std::to_string(builder.addStream(name + " Do"));
+            builder.add("<< /Type /Page /Parent 2 0 R /MediaBox [0 0 9 9] /Contents " + content + " 0 R "
+                        + ofAPage.toStdString() + " >>");
+        }
+        builder.set(2, "<< /Type /Pages /Count 2 /Kids [8 0 R 10 0 R] " + ofTheTree.toStdString() + " >>");
+        TemporaryFolder folder;
+        const Path pages = Engine::splitPDF(folder.write("a.pdf", builder.build())).outputs.front();
+        for (const auto& [file, picture] : {std::pair("a 1.pdf", "/A"), {"a 2.pdf", "/B"}}) {
+            const InspectedPDF document(pages / file);
+            QCOMPARE(document.at(document.page(0), "/Resources", "/XObject").toObject().keys(), QStringList{picture});
+        }
+    }
+
     void outputsNameTheirCreator()
     {
         TemporaryFolder folder;

@@ -44,6 +44,7 @@ private Q_SLOTS:
         QTest::newRow("next column") << 26.0F << 0.0F << QByteArray("one\ntwo");
         QTest::newRow("back to the left") << -40.0F << 0.0F << QByteArray("one\ntwo");
         QTest::newRow("raised a little") << 0.0F << -3.0F << QByteArray("onetwo");
+        QTest::newRow("half a line lower") << 0.0F << 5.0F << QByteArray("one\ntwo");
         QTest::newRow("next line") << 0.0F << 12.0F << QByteArray("one\ntwo");
     }
     void joinsThePiecesOfALine()
