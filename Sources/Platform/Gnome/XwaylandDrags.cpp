@@ -47,8 +47,7 @@ XwaylandDrags::XwaylandDrags(std::unique_ptr<XcbConnection> connection)
 
 bool XwaylandDrags::isOfCompositor(xcb_window_t window) const
 {
-    const std::uint32_t ownPart = xcb_get_setup(m_connection->get())->resource_id_mask; // the same for all clients
-    return m_compositor != XCB_WINDOW_NONE && (window & ~ownPart) == (m_compositor & ~ownPart);
+    return m_compositor != XCB_WINDOW_NONE && m_connection->areOfOneClient(window, m_compositor);
 }
 
 void XwaylandDrags::refresh()

@@ -9,7 +9,6 @@
 #include <xcb/xinput.h>
 
 #include <array>
-#include <cstring>
 #include <utility>
 
 namespace Pelgra {
@@ -106,18 +105,8 @@ void XwaylandWatcher::handle(const xcb_generic_event_t& event)
 /// The compositor is the window manager there, and offers the drags of native programs itself.
 bool XwaylandWatcher::isOfCompositor(xcb_window_t window) const
 {
-    xcb_connection_t* const connection = m_connection->get();
-    const XcbOwned<xcb_get_property_reply_t> reply(
-        xcb_get_property_reply(connection,
-                               xcb_get_property(connection, 0, m_connection->root(),
-                                                m_connection->atoms().windowManager, XCB_ATOM_WINDOW, 0, 1),
-                               nullptr));
-    if (!reply || xcb_get_property_value_length(reply.get()) != sizeof(xcb_window_t))
-        return true; // nobody can tell
-    xcb_window_t other = XCB_WINDOW_NONE;
-    std::memcpy(&other, xcb_get_property_value(reply.get()), sizeof(other));
-    const std::uint32_t client = ~xcb_get_setup(connection)->resource_id_mask;
-    return (window & client) == (other & client);
+    const xcb_window_t manager = m_connection->windowManager();
+    return manager == XCB_WINDOW_NONE /* nobody can tell */ || m_connection->areOfOneClient(window, manager);
 }
 
 void XwaylandWatcher::dragBegan(xcb_window_t owner)

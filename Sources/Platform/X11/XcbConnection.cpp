@@ -71,7 +71,6 @@ void XcbConnection::internAtoms()
         {"_NET_WM_STATE", &m_atoms.windowState},
         {"_NET_WM_STATE_SKIP_TASKBAR", &m_atoms.skipTaskbar},
         {"_NET_WM_STATE_SKIP_PAGER", &m_atoms.skipPager},
-        {"_NET_SUPPORTING_WM_CHECK", &m_atoms.windowManager},
         {"_NET_SYSTEM_TRAY_S" + screen, &m_atoms.trayManager},
         {"_NET_SUPPORTING_WM_CHECK", &m_atoms.windowManager},
     };
@@ -165,6 +164,12 @@ xcb_window_t XcbConnection::windowManager() const
     if (!reply || xcb_get_property_value_length(reply.get()) != int{sizeof(xcb_window_t)})
         return XCB_WINDOW_NONE;
     return *static_cast<const xcb_window_t*>(xcb_get_property_value(reply.get()));
+}
+
+bool XcbConnection::areOfOneClient(xcb_window_t window, xcb_window_t other) const
+{
+    const std::uint32_t ownPart = xcb_get_setup(m_connection)->resource_id_mask; // the same for all clients
+    return (window & ~ownPart) == (other & ~ownPart);
 }
 
 bool XcbConnection::isWindowOf(xcb_window_t window, const xcb_setup_t* setup)

@@ -39,7 +39,6 @@ struct XcbAtoms {
     xcb_atom_t windowState = XCB_ATOM_NONE; ///< the property that tells window managers the state of a window
     xcb_atom_t skipTaskbar = XCB_ATOM_NONE;
     xcb_atom_t skipPager = XCB_ATOM_NONE;
-    xcb_atom_t windowManager = XCB_ATOM_NONE; ///< the property of the root that names a window of the window manager
     xcb_atom_t trayManager = XCB_ATOM_NONE; ///< the selection that a tray of our screen owns
     xcb_atom_t windowManager = XCB_ATOM_NONE; ///< the root's property that names a window of the window manager
 };
@@ -85,6 +84,8 @@ public:
 
     /// A window of the window manager's own, or none.
     xcb_window_t windowManager() const;
+
+    bool areOfOneClient(xcb_window_t window, xcb_window_t other) const;
 
     /// Whether the window was created by the client whose connection has this setup.
     static bool isWindowOf(xcb_window_t window, const xcb_setup_t* setup);
