@@ -25,6 +25,16 @@ DIE_WITH_PARENT = 1  # prctl's PR_SET_PDEATHSIG
 libc = ctypes.CDLL(None)
 
 
+def basic_environment(folder):
+    """Of a session of its own: home, run-time folder and bus in this folder, and the application's log on its output."""
+    return {
+        "PATH": os.environ["PATH"], "LANG": "C.UTF-8", "HOME": f"{folder}/home", "XDG_RUNTIME_DIR": f"{folder}/run",
+        "NO_AT_BRIDGE": "1", "GTK_A11Y": "none", "GSETTINGS_BACKEND": "memory", "GSK_RENDERER": "cairo",
+        "QT_LOGGING_TO_CONSOLE": "1", "QT_LOGGING_RULES": "pelgra.*.debug=true",
+        "DBUS_SESSION_BUS_ADDRESS": f"unix:path={folder}/run/bus",
+    }
+
+
 class Failure(Exception):
     pass
 
@@ -164,12 +174,8 @@ class Desktop:
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="pelgra-e2e-"))
         for name in ("home", "run", "work"):
             (self.folder / name).mkdir(mode=0o700)
-        self.environment = {
-            "PATH": os.environ["PATH"], "LANG": "C.UTF-8", "HOME": str(self.folder / "home"),
-            "XDG_RUNTIME_DIR": str(self.folder / "run"), "QT_QPA_PLATFORM": "xcb", "GDK_BACKEND": "x11",
-            "NO_AT_BRIDGE": "1", "GTK_A11Y": "none", "GSETTINGS_BACKEND": "memory", "GSK_RENDERER": "cairo",
-            "QT_LOGGING_TO_CONSOLE": "1", "QT_LOGGING_RULES": "pelgra.*.debug=true", "ASAN_OPTIONS": "detect_leaks=0",
-            "DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.folder}/run/bus",
+        self.environment = basic_environment(self.folder) | {
+            "QT_QPA_PLATFORM": "xcb", "GDK_BACKEND": "x11", "ASAN_OPTIONS": "detect_leaks=0",
         } | self.extra
         self.start_server()
         self.run("bus", ["dbus-daemon", "--session", "--nofork", f"--address=unix:path={self.folder}/run/bus"])

@@ -17,7 +17,7 @@ import tempfile
 import time
 
 import kwin_scenarios
-from desktop import Failure, wait_for
+from desktop import Failure, basic_environment, wait_for
 from kwin_scenarios import ENTRY, GROUND, Application, Scene
 from desktop import Process
 from wayland import CONTROL, ESCAPE, LEFT_BUTTON, SHIFT, SUPER, UP
@@ -164,15 +164,12 @@ class Gnome:
             (self.folder / "home/.config/pelgra/pelgra.ini").write_text("[General]\ndesktopShortcuts=true\n")
         entry = ENTRY.read_text().replace("TryExec=pelgra-desktop\n", "")
         (data / "applications" / ENTRY.name).write_text(entry.replace("Exec=pelgra-desktop\n", f"Exec={self.application}\n"))
-        address = f"unix:path={self.folder}/run/bus"
-        self.environment = {
-            "PATH": os.environ["PATH"], "LANG": "C.UTF-8", "HOME": str(self.folder / "home"),
-            "XDG_RUNTIME_DIR": str(self.folder / "run"), "NO_AT_BRIDGE": "1", "GTK_A11Y": "none",
-            "GSETTINGS_BACKEND": "keyfile", "GSK_RENDERER": "cairo", "XDG_SESSION_TYPE": "wayland",
-            "XDG_CURRENT_DESKTOP": "GNOME", "QT_LOGGING_TO_CONSOLE": "1", "QT_LOGGING_RULES": "pelgra.*.debug=true",
-            "LIBGL_ALWAYS_SOFTWARE": "1", "DBUS_SESSION_BUS_ADDRESS": address,
-            "DBUS_SYSTEM_BUS_ADDRESS": address,  # the shell does not start without one
+        self.environment = basic_environment(self.folder) | {
+            "GSETTINGS_BACKEND": "keyfile", "XDG_SESSION_TYPE": "wayland", "XDG_CURRENT_DESKTOP": "GNOME",
+            "LIBGL_ALWAYS_SOFTWARE": "1",
         }
+        address = self.environment["DBUS_SESSION_BUS_ADDRESS"]
+        self.environment["DBUS_SYSTEM_BUS_ADDRESS"] = address  # the shell does not start without one
         os.makedirs("/tmp/.X11-unix", mode=0o1777, exist_ok=True)
         self.run("bus", ["dbus-daemon", "--session", "--nofork", f"--address={address}"])
         wait_for(lambda: (self.folder / "run/bus").exists(), "the session bus")

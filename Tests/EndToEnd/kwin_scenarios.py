@@ -19,7 +19,7 @@ import time
 import urllib.parse
 
 import pictures
-from desktop import GTK_PYTHON, HERE, Failure, Process, wait_for
+from desktop import GTK_PYTHON, HERE, Failure, Process, basic_environment, wait_for
 from tray import Tray
 from wayland import CONTROL, ESCAPE, RETURN, RIGHT, SHIFT, SUPER, UP, FakeInput
 
@@ -90,12 +90,9 @@ class KWin:
             (self.folder / name).mkdir(mode=0o700, parents=True)
         (self.folder / "home/.config/kwinrc").write_text(KWINRC + "XwaylandEavesdrops=None\n" * self.hides_keys)
         self.install_entries()
-        self.environment = {
-            "PATH": os.environ["PATH"], "LANG": "C.UTF-8", "HOME": str(self.folder / "home"),
-            "XDG_RUNTIME_DIR": str(self.folder / "run"), "NO_AT_BRIDGE": "1", "GTK_A11Y": "none",
-            "GSETTINGS_BACKEND": "memory", "GSK_RENDERER": "cairo", "XDG_SESSION_TYPE": "wayland",
-            "XDG_CURRENT_DESKTOP": self.name, "QT_LOGGING_TO_CONSOLE": "1", "QT_LOGGING_RULES": "pelgra.*.debug=true",
-            "KWIN_COMPOSE": "Q", "LIBGL_ALWAYS_SOFTWARE": "1", "DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.folder}/run/bus",
+        self.environment = basic_environment(self.folder) | {
+            "XDG_SESSION_TYPE": "wayland", "XDG_CURRENT_DESKTOP": self.name, "KWIN_COMPOSE": "Q",
+            "LIBGL_ALWAYS_SOFTWARE": "1",
         }
         os.makedirs("/tmp/.X11-unix", mode=0o1777, exist_ok=True)
         if self.has_bus:
