@@ -24,6 +24,7 @@ PANEL_RADIUS, WINDOW_RADIUS = 22, 12
 SHADOWS = """shadow = true; shadow-radius = 7; shadow-offset-x = -7; shadow-offset-y = -7;
 shadow-exclude = [ "_GTK_FRAME_EXTENTS@:c" ]; fading = false; backend = "xrender"; vsync = false;
 """
+SETTLING = 2.0  # a panel stays longer
 REACH = 12  # how far around a window its shadow would be seen
 
 
@@ -50,9 +51,14 @@ def outermost(display, window):
     return rows
 
 
-def expect_round(display, window, radius, width, height):
-    """That the shape is a rectangle of this size in the middle of the window, with corners of that radius."""
+def row_out_of_round(display, window, radius, of_width=None):
+    """Says which row of the shape is not one of a rectangle in the middle of the window, all of it or of that width and
+    height, with corners of that radius; None where all are."""
     attributes = display.attributes(window)
+    if not attributes:
+        raise Failure("the window has gone")
+    width, height = (of_width, of_width) if of_width else (attributes.width, attributes.height)
+    radius = min(radius, height / 2)
     rows = outermost(display, window)
     left, top = (attributes.width - width) / 2, (attributes.height - height) / 2
     for y in range(math.ceil(top), math.floor(top + height)):
@@ -60,7 +66,17 @@ def expect_round(display, window, radius, width, height):
         inset = radius - math.sqrt(radius * radius - from_corner * from_corner)
         wanted = left + inset, left + width - inset
         if y not in rows or max(abs(a - b) for a, b in zip(rows[y], wanted)) > 1.5:
-            raise Failure(f"row {y} of {attributes.height} is cut at {rows.get(y)} where it is round at {wanted}")
+            return f"row {y} of {attributes.height} is cut at {rows.get(y)} where it is round at {wanted}"
+    return None
+
+
+def expect_round(display, window, radius, of_width=None):
+    """That the shape comes to be so: it follows a new size of the window a moment later."""
+    deadline = time.monotonic() + SETTLING
+    while fault := row_out_of_round(display, window, radius, of_width):
+        if time.monotonic() > deadline:
+            raise Failure(fault)
+        time.sleep(0.01)
 
 
 def expect_no_shadow(scene, window, what):
@@ -125,18 +141,16 @@ def edges_are_as_fine_as_the_screen(scene):
     scene.begin_drag("gtk3", address(scene.picture()))
     scene.open_wheel()
     scale, display = scene.scale(), scene.display
-    expect_round(display, scene.window, RING * scale, 2 * RING * scale, 2 * RING * scale)
+    expect_round(display, scene.window, RING * scale, 2 * RING * scale)
     scene.release()
     scene.expect_end()
     forget_source(scene)
 
     panel = fail_a_job(scene)
-    size = display.attributes(panel)
-    expect_round(display, panel, min(PANEL_RADIUS * scale, size.height / 2), size.width, size.height)
+    expect_round(display, panel, PANEL_RADIUS * scale)
 
     window = open_merge(scene)
-    size = display.attributes(window)
-    expect_round(display, window, WINDOW_RADIUS * scale, size.width, size.height)
+    expect_round(display, window, WINDOW_RADIUS * scale)
     close_tool(scene)
 
 
