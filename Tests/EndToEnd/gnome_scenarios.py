@@ -18,8 +18,7 @@ import time
 
 import kwin_scenarios
 from desktop import Failure, basic_environment, wait_for
-from kwin_scenarios import ENTRY, GROUND, Application, Scene
-from desktop import Process
+from kwin_scenarios import ENTRY, GROUND, Scene
 from wayland import CONTROL, ESCAPE, LEFT_BUTTON, SHIFT, SUPER, UP
 
 try:
@@ -138,17 +137,6 @@ class Gnome:
         self.has_shortcuts = has_shortcuts
         self.processes = []
 
-    def __enter__(self):
-        try:
-            return self.start()
-        except Failure:
-            self.print_logs()
-            self.stop()
-            raise
-
-    def __exit__(self, *_):
-        self.stop()
-
     def start(self):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="pelgra-gnome-"))
         settings = self.folder / "home/.config/glib-2.0/settings"
@@ -231,15 +219,12 @@ class Gnome:
         if self.has_shortcuts:
             self.app.wait_for("Shortcuts of the desktop: ")
 
+    __enter__ = kwin_scenarios.KWin.__enter__
+    __exit__ = kwin_scenarios.KWin.__exit__
     doctor = kwin_scenarios.KWin.doctor
     end = kwin_scenarios.KWin.end
     print_logs = kwin_scenarios.KWin.print_logs
-
-    def run(self, name, command, environment=None):
-        kind = Application if name == "pelgra" else Process
-        process = kind(name, command, self.folder, self.environment | (environment or {}))
-        self.processes.append(process)
-        return process
+    run = kwin_scenarios.KWin.run
 
     def stop(self):
         if hasattr(self, "bus"):
