@@ -1,5 +1,7 @@
 #include "Support/ImageSamples.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 
 #include <lcms2.h>
@@ -137,7 +139,7 @@ void appendDataSet(Bytes& bytes, unsigned number, std::string_view text)
     bytes.insert(bytes.end(), content.begin(), content.end());
 }
 
-/// The profile's bytes; closes it.
+/// The profile's bytes, the same at any time; closes it.
 Bytes savedProfile(cmsHPROFILE profile)
 {
     cmsUInt32Number size = 0;
@@ -145,6 +147,8 @@ Bytes savedProfile(cmsHPROFILE profile)
     Bytes bytes(size);
     if (!cmsSaveProfileToMem(profile, bytes.data(), &size))
         std::abort();
+    constexpr std::size_t created = 24, lengthOfDate = 12; // ICC.1:2010, 7.2.8
+    std::fill_n(bytes.begin() + created, lengthOfDate, std::byte{1});
     cmsCloseProfile(profile);
     return bytes;
 }

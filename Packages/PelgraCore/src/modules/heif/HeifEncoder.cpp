@@ -9,8 +9,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <exception>
 #include <limits>
+#include <mutex>
+#include <utility>
 
 namespace Pelgra {
 
@@ -64,6 +67,34 @@ HeifEncoder makeEncoder(heif_context& context, double quality, bool halved)
     check(heif_encoder_set_parameter_string(raw, "chroma", halved ? "420" : "444"));
     heif_encoder_set_logging_level(raw, 0);
     return encoder;
+}
+
+/// The encoding library fills its table of functions when it is first used, unguarded: a second thread that comes
+/// meanwhile finds the table begun, takes it for filled and calls what is not there yet. So the first use is a picture
+/// of one block, which the others wait for; it takes 4 ms, most of them for what the first picture would do.
+void prepareLibrary()
+{
+    static std::once_flag prepared;
+    std::call_once(prepared, [] {
+        constexpr int side = 16;
+        const HeifContext context(heif_context_alloc());
+        if (!context)
+            throw std::bad_alloc();
+        const HeifEncoder encoder = makeEncoder(*context, 0, true);
+        heif_image* rawImage = nullptr;
+        check(heif_image_create(side, side, heif_colorspace_YCbCr, heif_chroma_420, &rawImage));
+        const HeifImage image(rawImage);
+        for (const auto& [channel, size] : {std::pair{heif_channel_Y, side}, std::pair{heif_channel_Cb, side / 2},
+                                            std::pair{heif_channel_Cr, side / 2}}) {
+            check(heif_image_add_plane(image.get(), channel, size, size, 8));
+            int stride = 0;
+            std::uint8_t* const plane = heif_image_get_plane(image.get(), channel, &stride);
+            std::fill_n(plane, size * stride, std::uint8_t{0});
+        }
+        heif_image_handle* rawHandle = nullptr;
+        check(heif_context_encode_image(context.get(), image.get(), encoder.get(), nullptr, &rawHandle));
+        const HeifImageHandle handle(rawHandle);
+    });
 }
 
 void addMetadata(heif_context& context, const heif_image_handle& handle, const EncodeProperties& properties)
@@ -122,6 +153,7 @@ void encodeHeif(RowSource& rows, const EncodeProperties& properties, ByteSink& s
 {
     const double quality = clampedQuality(properties.quality);
     const bool halved = quality < 0.95;
+    prepareLibrary();
     const HeifContext context(heif_context_alloc());
     if (!context)
         throw std::bad_alloc();
