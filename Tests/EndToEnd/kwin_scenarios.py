@@ -122,8 +122,7 @@ class KWin:
         program = shutil.copy(shutil.which("kwin_wayland"), self.folder / "kwin_wayland")
         place = ["--wayland-display", self.outer] if self.outer else ["--virtual", "--output-count", self.screens]
         self.run("kwin", [program, *place, "--width", SCREEN[0], "--height", SCREEN[1], "--scale", self.scale,
-                          *["--xwayland"] * self.has_x11, "--no-lockscreen", "--no-global-shortcuts", "--socket",
-                          "wayland-pelgra", teller])
+                          *["--xwayland"] * self.has_x11, "--no-lockscreen", "--socket", "wayland-pelgra", teller])
 
     def install_entries(self):
         """KWin lets programs inject keys, or know of them, as the desktop entry of their executable says."""
@@ -355,6 +354,55 @@ def super_opens_the_tools_and_shift_switches(scene):
     scene.input.tap(SHIFT)
     scene.drop_on_jpg()
     scene.expect_files("photo.png", "photo.jpg")
+
+
+@scenario
+def super_opens_the_launcher_of_the_desktop_only_without_a_drag(scene):
+    launcher = scene.desktop.run("launcher", [GTK_PYTHON, HERE / "Sources/kde_shortcut.py"])
+    mark = 0
+
+    def opens_when_the_key_goes_up():
+        before = launcher.mark()
+        scene.input.key(SUPER, False)
+        launcher.wait_for("opened", before)
+
+    def wheel_opens_while_the_key_is_held():
+        nonlocal mark
+        mark = launcher.mark()
+        scene.input.key(SUPER, True)
+        for _ in range(5):
+            scene.nudge()
+            if scene.app.shows("Wheel shown: tools", scene.since, 0.1):
+                return True
+        scene.input.key(SUPER, False)
+        return False
+
+    try:
+        launcher.wait_for("ready")
+        scene.input.key(SUPER, True)
+        opens_when_the_key_goes_up()
+        scene.start_source("gtk3", scene.picture())
+        scene.pick_up()
+        wait_for(wheel_opens_while_the_key_is_held, "the wheel")
+        held = scene.app.mark()
+        scene.input.key(SUPER, False)
+        scene.app.wait_for("Shortcuts of the desktop work again", held)
+        scene.release()
+        scene.source.wait_for("end")
+        if launcher.says("opened", mark):
+            raise Failure("it opened in a drag")
+        # One that ends where nobody sees it, so that it may still go on.
+        ends = scene.source.mark()
+        scene.pick_up()
+        scene.release()
+        scene.source.wait_for("end", ends)
+        began = scene.app.mark()
+        scene.input.key(SUPER, True)
+        scene.app.wait_for("Shortcuts of the desktop work again", began)
+        time.sleep(0.2)  # the compositor has heard of it
+        opens_when_the_key_goes_up()
+    finally:
+        scene.desktop.end(launcher)
 
 
 @scenario

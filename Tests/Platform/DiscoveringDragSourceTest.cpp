@@ -117,6 +117,34 @@ private Q_SLOTS:
         QCOMPARE(desktop.told, QString());
     }
 
+    void tellsWhetherAKeyFoundADrag()
+    {
+        Desktop desktop;
+        QStringList told;
+        desktop.source.onPressed = [&](ModifierFlags flags) {
+            told << QString::number(flags, 16);
+        };
+        desktop.source.onNothingFound = [&] {
+            told << "nothing";
+        };
+        desktop.tap(commandFlag); // nobody has dragged anything
+        desktop.beginDrag();
+        desktop.tap(controlFlag); // opens nothing
+        QCOMPARE(told, QStringList());
+        desktop.press(commandFlag);
+        desktop.catcher.onPointer(QPoint(5, 5));
+        QCOMPARE(told, (QStringList{"100000", "nothing"}));
+
+        told.clear();
+        desktop.press(0);
+        desktop.beginDrag();
+        desktop.tap(commandFlag);
+        desktop.catcher.onEntered({"/a.png"}, QPoint(1, 1));
+        desktop.tap(shiftFlag);
+        desktop.catcher.onDropped();
+        QCOMPARE(told, (QStringList{"100000", "20000"}));
+    }
+
     void aDragOutOfReachIsNeverLookedFor()
     {
         Desktop desktop;

@@ -18,6 +18,7 @@ DiscoveringDragSource::DiscoveringDragSource(DragSource& watched, DragCatcher& c
         m_files = files;
         m_pointer = point;
         m_discovery.dragEntered(!files.empty());
+        m_isFound = m_discovery.wantsSurface();
         follow();
     };
     m_catcher.onMoved = [this](QPoint point) {
@@ -59,13 +60,18 @@ void DiscoveringDragSource::refresh()
             m_discovery.dragOutOfReachBegan();
     }
     const ModifierFlags flags = m_watched.modifierFlags();
-    m_discovery.pressed(flags & ~std::exchange(m_watchedFlags, flags) & m_tapFlags, now);
+    const ModifierFlags pressed = flags & ~std::exchange(m_watchedFlags, flags) & m_tapFlags;
+    m_discovery.pressed(pressed, now);
+    if (pressed != 0 && m_discovery.wantsSurface() && onPressed)
+        onPressed(pressed);
     m_sample = m_discovery.nextSample();
     const bool wasSpread = std::exchange(m_isSpread, m_discovery.wantsSurface());
     if (m_isSpread && !wasSpread)
         m_catcher.spread();
     else if (wasSpread && !m_isSpread)
         m_catcher.fold();
+    if (wasSpread && !m_isSpread && !std::exchange(m_isFound, false) && onNothingFound)
+        onNothingFound();
 }
 
 /// What was found, or has ended, is told at once: the next sample of the clock may be thirty milliseconds off.

@@ -27,6 +27,12 @@ public:
     std::optional<QPoint> pointer() const override { return m_pointer; }
     void setTapFlags(ModifierFlags flags) override { m_tapFlags = flags; }
 
+    /// Keys that open a wheel went down during a drag, or what may be one.
+    std::function<void(ModifierFlags flags)> onPressed;
+
+    /// There was no drag to be found.
+    std::function<void()> onNothingFound;
+
 private:
     void follow();
     void ended(DragDiscovery::End end);
@@ -42,6 +48,7 @@ private:
     std::vector<std::filesystem::path> m_files;
     std::optional<QPoint> m_pointer;
     bool m_isSpread = false;
+    bool m_isFound = false; ///< by the surface that is spread
 };
 
 } // namespace Pelgra

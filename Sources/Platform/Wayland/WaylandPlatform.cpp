@@ -44,11 +44,26 @@ WaylandPlatform::WaylandPlatform(CompositorOffer offer)
     , m_xwayland(XwaylandWatcher::create())
     , m_watched(watchers())
     , m_dragSource(m_watched, m_stage, now)
+    , m_pause([this] { return (m_watched.modifierFlags() & commandFlag) != 0; })
 {
     if (m_xwayland)
         m_xwayland->setNeedsFocus(compositorName() == "sway");
     m_stage.isShiftHeld = [this] {
         return (m_watched.modifierFlags() & shiftFlag) != 0;
+    };
+    if (compositorName().starts_with("kwin"))
+        keepLauncherShut();
+}
+
+void WaylandPlatform::keepLauncherShut()
+{
+    m_dragSource.onPressed = [this](ModifierFlags flags) {
+        if ((flags & commandFlag) != 0)
+            m_pause.begin();
+    };
+    // The end of a drag is not seen everywhere: without one the key is the launcher's, which opens when it goes up.
+    m_dragSource.onNothingFound = [this] {
+        m_pause.end();
     };
 }
 

@@ -8,6 +8,7 @@
 #include "Platform/Wayland/CompositorOffer.h"
 #include "Platform/Wayland/KeyStateSource.h"
 #include "Platform/Wayland/LayerStage.h"
+#include "Platform/Wayland/ShortcutPause.h"
 #include "Platform/Wayland/XwaylandWatcher.h"
 
 namespace Pelgra {
@@ -32,6 +33,7 @@ public:
 private:
     explicit WaylandPlatform(CompositorOffer offer);
     std::vector<DragSource*> watchers();
+    void keepLauncherShut();
 
     NullDragSource m_nobody;
     TapSource m_taps;
@@ -40,6 +42,7 @@ private:
     CompositeDragSource m_watched;
     LayerStage m_stage;
     DiscoveringDragSource m_dragSource;
+    ShortcutPause m_pause;
 };
 
 } // namespace Pelgra
