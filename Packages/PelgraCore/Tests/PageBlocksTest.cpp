@@ -76,6 +76,8 @@ private Q_SLOTS:
         shape.characters.front().end = 28;
         shape.isShape = true;
         QCOMPARE(linesOf({text, shape}), utf8(U"\u2022 item"));
+        const TextPiece reversed = piece(U"\u05D1 1952 \u05D0", -20, 100); // ends where the shape is
+        QCOMPARE(linesOf({reversed, shape}), utf8(U"\u2022 \u05D0 1952 \u05D1"));
         shape.baseline = 130;
         QCOMPARE(linesOf({text, shape}), "item");
     }
@@ -144,6 +146,9 @@ private Q_SLOTS:
         QCOMPARE(linesOf({piece(U"a", 0, 100), piece(U"1", 80, 100), piece(U"b", 0, 112), piece(U"2", 80, 112)}),
                  "a 1|b 2");
         QCOMPARE(linesOf({piece(U"a", 0, 100), piece(U"1", 80, 100), piece(U"b", 0, 112)}), "a|1|b");
+        QCOMPARE(linesOf({piece(U"\u05D0", 75, 100), piece(U"3456 \u05D1 12", 0, 100), piece(U"\u05D2", 75, 112),
+                          piece(U"3456 \u05D3 12", 0, 112)}),
+                 utf8(U"\u05D0 12 \u05D1 3456|\u05D2 12 \u05D3 3456"));
         const std::u32string prose(60, U'x');
         QCOMPARE(linesOf({piece(prose, 0, 100), piece(prose, 400, 100), piece(prose, 0, 112), piece(prose, 400, 112)})
                      .count('|'),

@@ -45,11 +45,18 @@ float gapBefore(const VisualLine& line, float markerStart, float markerEnd)
     return isReversed(line) ? markerStart - line.end : line.start - markerEnd;
 }
 
+/// In the room between a line and what stands beside it, on either side: in right-to-left text places make the order.
+PlacedCharacter spaceBetween(const VisualLine& line, float start, float end)
+{
+    return start >= line.end ? PlacedCharacter{U' ', line.end, start, line.size}
+                             : PlacedCharacter{U' ', end, line.start, line.size};
+}
+
 void putBefore(VisualLine& line, std::span<const PlacedCharacter> front, bool isApart)
 {
     std::vector<PlacedCharacter> characters(front.begin(), front.end());
     if (isApart)
-        characters.push_back({U' ', characters.back().end, line.start, line.size});
+        characters.push_back(spaceBetween(line, front.front().start, front.back().end));
     characters.insert(characters.end(), line.characters.begin(), line.characters.end());
     line.characters = std::move(characters);
 }
@@ -267,7 +274,7 @@ void joinRows(std::vector<VisualLine>& lines)
                 continue;
             }
             VisualLine& row = joined.back();
-            row.characters.push_back({U' ', row.end, lines[cell].start, row.size});
+            row.characters.push_back(spaceBetween(row, lines[cell].start, lines[cell].end));
             std::ranges::move(lines[cell].characters, std::back_inserter(row.characters));
             row.start = std::min(row.start, lines[cell].start);
             row.end = std::max(row.end, lines[cell].end);
