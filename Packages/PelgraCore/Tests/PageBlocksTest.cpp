@@ -89,6 +89,10 @@ private Q_SLOTS:
                  "Steps:||1. One that is long|enough||2. Two||After");
         QCOMPARE(linesOf({piece(U"It was built in the year", 0, 100), piece(U"12. There it", 0, 112)}),
                  "It was built in the year|12. There it");
+        // From the right, the number drawn with its blank.
+        QCOMPARE(linesOf({piece(U" .1", 85, 100), piece(U"\u05D1\u05D0", 75, 100), piece(U"\u05D3\u05D2", 75, 112),
+                          piece(U" .2", 85, 124), piece(U"\u05D5\u05D4", 75, 124)}),
+                 utf8(U"1. \u05D0\u05D1|\u05D2\u05D3||2. \u05D4\u05D5"));
     }
 
     void restoresBulletsThatFontsDoNotName()

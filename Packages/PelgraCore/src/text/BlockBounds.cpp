@@ -83,13 +83,14 @@ Looks looksOf(const VisualLine& line)
     std::vector<PlacedCharacter> asRead;
     const bool isReversed = isReadFromTheRight(text);
     if (isReversed) {
-        asRead.assign(text.begin(), text.end());
+        asRead = line.characters; // with its blanks: what was drawn first or last may stand within the line
         std::ranges::stable_sort(asRead, std::greater(), &PlacedCharacter::start);
         // The digits of a number are read from the left nevertheless.
+        const auto first = std::ranges::find_if_not(asRead, Unicode::isBlank, &PlacedCharacter::code);
         const auto end =
-            std::ranges::find_if_not(asRead, [](const auto& character) { return isDigit(character.code); });
-        std::reverse(asRead.begin(), end);
-        text = asRead;
+            std::find_if_not(first, asRead.end(), [](const auto& character) { return isDigit(character.code); });
+        std::reverse(first, end);
+        text = trimmed(asRead);
     }
     Looks looks;
     looks.begin = isReversed ? -line.end : line.start;
