@@ -3,6 +3,9 @@
 
 #include <QTest>
 
+#include <algorithm>
+#include <iterator>
+
 using namespace Pelgra;
 
 namespace {
@@ -130,6 +133,22 @@ private Q_SLOTS:
         };
         QCOMPARE(drawn(U"\u05D2 (\u05D1) \u05D0"), utf8(U"\u05D0 (\u05D1) \u05D2")); // by their shape
         QCOMPARE(drawn(U"\u05D2 )\u05D1( \u05D0"), utf8(U"\u05D0 (\u05D1) \u05D2")); // by their meaning
+    }
+
+    void putsSignsDrawnBeforeTheirWordsIntoThem()
+    {
+        const std::u32string first(20, U'\u05D0'), second(20, U'\u05D1');
+        const QByteArray wanted = utf8(first + U". " + second + U".");
+        QCOMPARE(linesOf({piece(U".", 195, 100), piece(U" ", 190, 100), piece(U".", 85, 100), piece(first, 200, 100),
+                          piece(second, 90, 100)}),
+                 wanted);
+        // A blank that the library put between the words.
+        TextPiece words = piece(first, 200, 100);
+        words.characters.push_back({U' ', 190, 200, 10});
+        std::ranges::copy(piece(second, 90, 100).characters, std::back_inserter(words.characters));
+        QCOMPARE(linesOf({piece(U".", 195, 100), piece(U" ", 190, 100), piece(U".", 85, 100), words}), wanted);
+        // Columns stay apart.
+        QCOMPARE(linesOf({piece(first, 200, 100), piece(second, 0, 100), piece(first, 200, 112)}).count('|'), 2);
     }
 
     void readsForeignNamesAndStretchedWordsFromTheRight()

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <optional>
 
 namespace Pelgra {
@@ -104,6 +105,77 @@ bool isRepeated(std::span<const TextPiece> before, const TextPiece& piece)
     });
 }
 
+bool isOnBaselineOf(const TextPiece& piece, const TextPiece& next)
+{
+    return !piece.isShape && !next.isShape && !piece.characters.empty() && !next.characters.empty() && !piece.isVertical
+        && !next.isVertical && piece.directionX * next.directionX + piece.directionY * next.directionY > sameDirection
+        && std::abs(piece.baseline - next.baseline) <= largestShift * next.characters.front().size;
+}
+
+/// One piece of several, its characters from the left. Libraries put blanks of their own between words; where a sign
+/// or a blank was drawn there as well, those go.
+TextPiece joined(std::span<const TextPiece* const> parts)
+{
+    TextPiece whole = *parts.front();
+    for (const TextPiece* part : parts.subspan(1))
+        whole.characters.insert(whole.characters.end(), part->characters.begin(), part->characters.end());
+    std::vector<PlacedCharacter>& all = whole.characters;
+    std::ranges::stable_sort(all, {}, &PlacedCharacter::start);
+    std::vector<PlacedCharacter> kept;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const auto covers = [&](const PlacedCharacter& other) {
+            const float middle = (other.start + other.end) / 2;
+            return middle > all[i].start && middle < all[i].end;
+        };
+        const bool isCovered = (i > 0 && covers(all[i - 1])) || (i + 1 < all.size() && covers(all[i + 1]));
+        if (!Unicode::isBlank(all[i].code) || !isCovered)
+            kept.push_back(all[i]);
+    }
+    all = std::move(kept);
+    return whole;
+}
+
+/// Words, signs and blanks of a right-to-left line come from several fonts, often all signs of the line before its
+/// words. What stands together on one baseline is one piece, in whatever order it was drawn.
+std::vector<TextPiece> withWholeReversedLines(std::span<const TextPiece> pieces)
+{
+    std::vector<TextPiece> result;
+    for (std::size_t first = 0, end = 0; first < pieces.size(); first = end) {
+        end = first + 1;
+        while (end < pieces.size() && isOnBaselineOf(pieces[end - 1], pieces[end]))
+            ++end;
+        const std::span<const TextPiece> group = pieces.subspan(first, end - first);
+        const bool isReversed = group.size() > 1
+            && std::ranges::any_of(group, [](const TextPiece& piece) { return hasRightToLeft(piece.characters); });
+        if (!isReversed) {
+            result.insert(result.end(), group.begin(), group.end());
+            continue;
+        }
+        std::vector<const TextPiece*> parts;
+        for (const TextPiece& piece : group)
+            parts.push_back(&piece);
+        // From the right, as columns of such text follow each other.
+        std::ranges::stable_sort(parts, std::greater(),
+                                 [](const TextPiece* piece) { return extentOf(piece->characters).end; });
+        std::size_t begin = 0;
+        Extent reached = extentOf(parts.front()->characters);
+        for (std::size_t i = 1; i <= parts.size(); ++i) {
+            if (i < parts.size()) {
+                const Extent extent = extentOf(parts[i]->characters);
+                if (reached.start - extent.end <= largestGap * std::max(reached.size, extent.size)) {
+                    reached.start = std::min(reached.start, extent.start);
+                    reached.size = std::max(reached.size, extent.size);
+                    continue;
+                }
+                reached = extent;
+            }
+            result.push_back(joined(std::span(parts).subspan(begin, i - begin)));
+            begin = i;
+        }
+    }
+    return result;
+}
+
 std::vector<VisualLine> linesOfPieces(std::span<const TextPiece> pieces)
 {
     std::vector<VisualLine> lines;
@@ -180,7 +252,7 @@ bool runsAlong(const VisualLine& line, const VisualLine& other)
 
 std::vector<VisualLine> visualLinesFrom(std::span<const TextPiece> pieces)
 {
-    std::vector<VisualLine> lines = linesOfPieces(pieces);
+    std::vector<VisualLine> lines = linesOfPieces(withWholeReversedLines(pieces));
     keepInk(lines);
     joinLateMarkers(lines, pieces);
     restoreBullets(lines);
