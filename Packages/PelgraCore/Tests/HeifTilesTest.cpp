@@ -23,6 +23,9 @@ struct Grid {
     int height = 3 * tileSide;
     int quarterTurns = 0;
     bool isMirrored = false;
+    int cutColumns = 0; ///< from the right, or half of them from each side
+    int cutRows = 0; ///< from below, or half of them from above and below
+    bool isCutAround = false;
 };
 
 RasterImage tilePicture(int number)
@@ -37,6 +40,17 @@ QByteArray contentOf(const Bytes& file, const char* box)
 {
     return heifContent(QByteArray(reinterpret_cast<const char*>(file.data()), static_cast<qsizetype>(file.size())),
                        box);
+}
+
+/// What is left, and how far its middle is from that of the whole, as fractions.
+QByteArray cutOf(const Grid& grid)
+{
+    const auto number = [](int value) {
+        return heifNumber(static_cast<quint64>(static_cast<qint64>(value)), 4);
+    };
+    return number(grid.width - grid.cutColumns) + number(1) + number(grid.height - grid.cutRows) + number(1)
+        + number(grid.isCutAround ? 0 : -grid.cutColumns) + number(2) + number(grid.isCutAround ? 0 : -grid.cutRows)
+        + number(2);
 }
 
 /// A picture of tiles as phones write it: hidden items, and one that puts them together and turns the whole.
@@ -59,10 +73,10 @@ QByteArray gridFile(const Grid& grid)
     entries += heifBox("infe",
                        heifNumber(2U << 24, 4) + heifNumber(static_cast<quint64>(whole), 2) + heifNumber(0, 2) + "grid"
                            + '\0');
-    const bool isTurned = grid.quarterTurns != 0;
-    associations += heifNumber(static_cast<quint64>(whole), 2) + heifNumber(1U + isTurned + grid.isMirrored, 1)
-        + heifNumber(3, 1) + (isTurned ? heifNumber(0x84, 1) : QByteArray())
-        + (grid.isMirrored ? heifNumber(0x85, 1) : QByteArray());
+    const bool isTurned = grid.quarterTurns != 0, isCut = grid.cutColumns != 0 || grid.cutRows != 0;
+    associations += heifNumber(static_cast<quint64>(whole), 2) + heifNumber(1U + isCut + isTurned + grid.isMirrored, 1)
+        + heifNumber(3, 1) + (isCut ? heifNumber(0x86, 1) : QByteArray())
+        + (isTurned ? heifNumber(0x84, 1) : QByteArray()) + (grid.isMirrored ? heifNumber(0x85, 1) : QByteArray());
     const QByteArray form = heifNumber(0, 2) + heifNumber(static_cast<quint64>(grid.rows - 1), 1)
         + heifNumber(static_cast<quint64>(grid.columns - 1), 1) + heifNumber(static_cast<quint64>(grid.width), 2)
         + heifNumber(static_cast<quint64>(grid.height), 2);
@@ -73,7 +87,8 @@ QByteArray gridFile(const Grid& grid)
     };
     const QByteArray properties = heifBox("hvcC", contentOf(encoded(FileFormat::heic, tilePicture(1)), "hvcC"))
         + sizeOf(tileSide, tileSide) + sizeOf(grid.width, grid.height)
-        + heifBox("irot", heifNumber(static_cast<quint64>(grid.quarterTurns), 1)) + heifBox("imir", heifNumber(1, 1));
+        + heifBox("irot", heifNumber(static_cast<quint64>(grid.quarterTurns), 1)) + heifBox("imir", heifNumber(1, 1))
+        + heifBox("clap", cutOf(grid));
     const auto metaWith = [&](qsizetype dataPlace) {
         QByteArray locations;
         for (int id = 1; id <= count; ++id) {
@@ -107,13 +122,14 @@ QByteArray gridFile(const Grid& grid)
 /// What the tiles come to when each is decoded as a picture of its own.
 RasterImage expected(const TemporaryFolder& folder, const Grid& grid)
 {
-    RasterImage picture = *RasterImage::make(grid.width, grid.height, ColorModel::rgb, false, 8);
+    const int pictureWidth = grid.width - grid.cutColumns, pictureHeight = grid.height - grid.cutRows;
+    RasterImage picture = *RasterImage::make(pictureWidth, pictureHeight, ColorModel::rgb, false, 8);
     for (int number = 0; number < grid.rows * grid.columns; ++number) {
         const auto file = write(folder, "tile.heic", encoded(FileFormat::heic, tilePicture(number + 1)));
         const SharedImage tile = ImageLoader::load(file).image;
         const int left = number % grid.columns * tileSide, top = number / grid.columns * tileSide;
-        for (int y = 0; y < std::min(tileSide, grid.height - top); ++y) {
-            const auto width = static_cast<std::size_t>(std::min(tileSide, grid.width - left)) * 3;
+        for (int y = 0; y < std::min(tileSide, pictureHeight - top); ++y) {
+            const auto width = static_cast<std::size_t>(std::min(tileSide, pictureWidth - left)) * 3;
             std::copy_n(tile->row(y).data(), width, picture.row(top + y).data() + static_cast<std::size_t>(left) * 3);
         }
     }
@@ -133,6 +149,8 @@ private Q_SLOTS:
         QTest::addColumn<Grid>("grid");
         QTest::newRow("whole tiles") << Grid{};
         QTest::newRow("cut at the edges") << Grid{.width = 4 * tileSide - 21, .height = 3 * tileSide - 40};
+        QTest::newRow("cut off") << Grid{.cutColumns = 1, .cutRows = 35};
+        QTest::newRow("cut off and turned") << Grid{.quarterTurns = 1, .cutColumns = 30, .cutRows = 1};
         for (int turns = 1; turns < 4; ++turns)
             QTest::addRow("turned %d", turns) << Grid{.width = 250, .height = 190, .quarterTurns = turns};
     }
@@ -154,6 +172,16 @@ private Q_SLOTS:
         const RasterImage plain = expected(folder, {});
         QVERIFY(largestDifference(componentsAt(*image, 10, 10), componentsAt(plain, 10, 10)) > 20
                 || largestDifference(componentsAt(*image, 10, 10), componentsAt(plain, plain.width - 11, 10)) < 3);
+    }
+
+    void cutsAnywhereElseAreReadToo()
+    {
+        TemporaryFolder folder;
+        const Grid grid{.cutColumns = 40, .cutRows = 20, .isCutAround = true};
+        const SharedImage image = ImageLoader::load(folder.write("cut.heic", gridFile(grid).toStdString())).image;
+        QCOMPARE(image->width, grid.width - 40);
+        QCOMPARE(image->height, grid.height - 20);
+        QVERIFY(largestDifference(componentsAt(*image, 10, 10), componentsAt(expected(folder, {}), 30, 20)) < 3);
     }
 
     void damagedTilesAreNoSuccess()

@@ -17,6 +17,9 @@ constexpr int depthLimit = 8;
 constexpr std::uint64_t decodingLimit = 10'000;
 constexpr std::uint64_t pixelLimit = std::uint64_t{1} << 29;
 
+/// In the entries that give an item its properties.
+constexpr std::uint16_t essential = 0x8000;
+
 [[noreturn]] void fail()
 {
     throw DecodeError("HEIF: damaged structure");
@@ -99,6 +102,8 @@ public:
         forEachBox(m_file, [&](std::string_view type, ByteSpan content) {
             if (type == "meta")
                 readMeta(content);
+            else if (type == "ftyp" && m_structure.m_fileType.empty())
+                m_structure.m_fileType = content;
         });
     }
 
@@ -179,6 +184,7 @@ private:
         std::string_view type;
         std::uint64_t area = 0; ///< of a size
         int quarterTurns = 0;
+        std::optional<HeifCut> cut = {};
     };
 
     static Property propertyFrom(std::string_view type, ByteSpan content)
@@ -191,8 +197,29 @@ private:
             cursor.number(4); // version and flags
             const std::uint64_t width = cursor.number(4);
             property.area = width * cursor.number(4);
+        } else if (type == "clap" && content.size() >= 32) {
+            property.cut = cutFrom(cursor);
         }
         return property;
+    }
+
+    /// None where a side is no whole number, or where the rest begins between two pixels.
+    static std::optional<HeifCut> cutFrom(Cursor cursor)
+    {
+        const auto side = [&]() -> int {
+            const std::uint64_t number = cursor.number(4), unit = cursor.number(4);
+            const bool isWhole = unit == 1 && number <= std::uint64_t{std::numeric_limits<int>::max()};
+            return isWhole ? static_cast<int>(number) : 0;
+        };
+        const auto halves = [&]() -> std::optional<std::int64_t> {
+            const std::int64_t number = 2 * std::int64_t{static_cast<std::int32_t>(cursor.small(4))};
+            const std::int64_t unit = cursor.small(4);
+            return unit > 0 && number % unit == 0 ? std::optional(number / unit) : std::nullopt;
+        };
+        const int width = side(), height = side();
+        const std::optional<std::int64_t> right = halves(), down = halves();
+        return width > 0 && height > 0 && right && down ? std::optional(HeifCut{width, height, *right, *down})
+                                                        : std::nullopt;
     }
 
     void readProperties(ByteSpan box)
@@ -202,6 +229,7 @@ private:
             if (type == "ipco") {
                 forEachBox(content, [&](std::string_view kind, ByteSpan value) {
                     properties.push_back(propertyFrom(kind, value));
+                    m_structure.m_properties.push_back({kind, value});
                 });
             } else if (type == "ipma") {
                 readAssociations(Cursor(content), properties);
@@ -217,9 +245,12 @@ private:
             HeifItem& item = itemOf(cursor.small(kind >> 24 == 0 ? 2 : 4));
             for (std::uint32_t count = cursor.small(1); count > 0; --count) {
                 // The highest bit tells whether the property is essential; places are counted from 1.
-                const std::uint32_t place = cursor.small(indexSize) & (indexSize == 2 ? 0x7FFFU : 0x7FU);
-                if (place > 0 && place <= properties.size())
-                    apply(properties[place - 1], item);
+                const std::uint32_t entry = cursor.small(indexSize) << (indexSize == 2 ? 0 : 8);
+                const std::uint32_t place = indexSize == 2 ? entry & 0x7FFFU : entry >> 8 & 0x7FU;
+                if (place == 0 || place > properties.size())
+                    continue;
+                apply(properties[place - 1], item);
+                item.properties.push_back(static_cast<std::uint16_t>((entry & essential) | place));
             }
         }
     }
@@ -229,6 +260,10 @@ private:
         constexpr std::array<std::string_view, 12> harmless{"hvcC", "av1C", "ispe", "pixi", "colr", "pasp",
                                                             "auxC", "rloc", "clli", "mdcv", "irot", "udes"};
         item.pixels = std::max(item.pixels, property.area);
+        if (property.cut && !item.cut && item.quarterTurns == 0) {
+            item.cut = property.cut;
+            return;
+        }
         const bool isSecondTurn = property.type == "irot" && item.quarterTurns != 0;
         if (isSecondTurn || std::find(harmless.begin(), harmless.end(), property.type) == harmless.end())
             item.isOtherwiseChanged = true;
@@ -324,6 +359,16 @@ const HeifItem* HeifStructure::item(std::uint32_t id) const
 {
     const auto found = m_items.find(id);
     return found != m_items.end() && found->second.isThere ? &found->second : nullptr;
+}
+
+std::vector<HeifProperty> HeifStructure::propertiesOf(const HeifItem& item) const
+{
+    std::vector<HeifProperty> properties;
+    for (const std::uint16_t entry : item.properties) {
+        properties.push_back(m_properties[static_cast<std::size_t>(entry & ~essential) - 1]);
+        properties.back().isEssential = (entry & essential) != 0;
+    }
+    return properties;
 }
 
 void HeifStructure::checkReferences() const

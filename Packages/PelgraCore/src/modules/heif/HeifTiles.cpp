@@ -61,7 +61,7 @@ public:
         const RasterImage first = tile(0);
         const bool isCovered = std::int64_t{first.width} * m_grid.columns >= m_grid.width
             && std::int64_t{first.height} * m_grid.rows >= m_grid.height;
-        if (first.model != ColorModel::rgb || first.hasAlpha || !isCovered)
+        if (first.hasAlpha || !isCovered)
             return std::nullopt;
         std::optional<RasterImage> picture =
             RasterImage::make(m_grid.width, m_grid.height, first.model, first.hasAlpha, first.bitsPerComponent);
@@ -121,7 +121,14 @@ bool isPlainTile(const HeifStructure& structure, std::uint32_t id)
 {
     const HeifItem* const item = structure.item(id);
     return item && item->typePlace != 0 && item->parts.empty() && item->auxiliaries.empty() && item->quarterTurns == 0
-        && !item->isOtherwiseChanged;
+        && !item->cut && !item->isOtherwiseChanged;
+}
+
+/// Whether what is left is the picture's top left corner.
+bool keepsTheCorner(const HeifCut& cut, const HeifGrid& grid)
+{
+    return cut.width <= grid.width && cut.height <= grid.height && cut.right == cut.width - grid.width
+        && cut.down == cut.height - grid.height;
 }
 
 } // namespace
@@ -144,13 +151,19 @@ std::optional<RasterImage> decodeHeifTiles(std::span<const std::byte> file, cons
     const HeifItem* const item = structure.item(id);
     if (!item || item->type != "grid" || item->isOtherwiseChanged || heif_image_handle_has_alpha_channel(&handle) != 0)
         return std::nullopt;
-    const std::optional<HeifGrid> grid = heifGridIn(item->content);
+    std::optional<HeifGrid> grid = heifGridIn(item->content);
     const auto isPlain = [&](std::uint32_t tile) {
         return isPlainTile(structure, tile);
     };
     if (!grid || item->parts.size() != static_cast<std::size_t>(grid->rows) * static_cast<std::size_t>(grid->columns)
         || item->parts.size() < 2 || !std::all_of(item->parts.begin(), item->parts.end(), isPlain))
         return std::nullopt;
+    if (item->cut) {
+        if (!keepsTheCorner(*item->cut, *grid))
+            return std::nullopt;
+        grid->width = item->cut->width;
+        grid->height = item->cut->height;
+    }
     heif_color_profile_nclx* codes = nullptr;
     if (heif_image_handle_get_nclx_color_profile(&handle, &codes).code != heif_error_Ok)
         codes = nullptr;
