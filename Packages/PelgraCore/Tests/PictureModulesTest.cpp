@@ -114,7 +114,8 @@ private Q_SLOTS:
         QFETCH(bool, alpha);
         QFETCH(int, bits);
         const auto colors = static_cast<ColorModel>(model);
-        for (const int size : {64, 37}) {
+        // Of the last, tiles are coded.
+        for (const int size : {64, 37, 1445}) {
             RasterImage image = testPicture(size, size + 10, colors, alpha, bits);
             if (colors == ColorModel::rgb)
                 image.iccProfile = wideRgbProfile();

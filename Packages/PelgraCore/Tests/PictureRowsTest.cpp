@@ -127,26 +127,29 @@ private Q_SLOTS:
     void rowsOfPngAreThoseOfThePicture_data()
     {
         QTest::addColumn<ColorModel>("model");
+        QTest::addColumn<bool>("alpha");
         QTest::addColumn<int>("bits");
-        QTest::newRow("colour") << ColorModel::rgb << 8;
-        QTest::newRow("colour 16") << ColorModel::rgb << 16;
-        QTest::newRow("grey") << ColorModel::gray << 8;
-        QTest::newRow("grey 16") << ColorModel::gray << 16;
+        QTest::newRow("colour") << ColorModel::rgb << false << 8;
+        QTest::newRow("colour 16") << ColorModel::rgb << false << 16;
+        QTest::newRow("colour, alpha") << ColorModel::rgb << true << 8;
+        QTest::newRow("grey") << ColorModel::gray << false << 8;
+        QTest::newRow("grey, alpha, 16") << ColorModel::gray << true << 16;
     }
     /// Large enough for several batches. What turns out to be damaged on the way goes on as the library reads it.
     void rowsOfPngAreThoseOfThePicture()
     {
         QFETCH(ColorModel, model);
+        QFETCH(bool, alpha);
         QFETCH(int, bits);
-        const Bytes sound = pngSample(rampPicture(1201, 700, model, false, bits));
+        const Bytes sound = pngSample(rampPicture(1201, 700, model, alpha, bits));
         for (const bool withThread : {false, true}) {
-            const std::unique_ptr<RowSource> rows = pngRows(Bytes(sound), {}, withThread);
+            const std::unique_ptr<RowSource> rows = pngRows(Bytes(sound), {}, withThread, alpha);
             QVERIFY(rows && areRowsOf(decodePng(sound).image, *rows));
             for (const double place : {0.3, 0.6, 0.95}) {
                 const Bytes damaged = withDamagedPixels(sound, place);
                 RasterImage whole;
                 const bool wholeIsRefused = isRefused([&] { whole = decodePng(damaged).image; });
-                const std::unique_ptr<RowSource> others = pngRows(Bytes(damaged), {}, withThread);
+                const std::unique_ptr<RowSource> others = pngRows(Bytes(damaged), {}, withThread, alpha);
                 QVERIFY(others);
                 if (wholeIsRefused)
                     QVERIFY(isRefused([&] { others->row(others->form().height - 1); }));

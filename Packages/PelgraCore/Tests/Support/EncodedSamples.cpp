@@ -337,4 +337,29 @@ Bytes heicWithReducedPrimary(const RasterImage& image, int reducedSide)
     return bytes;
 }
 
+RasterImage heicByLibrary(const Bytes& file)
+{
+    const auto check = [](const heif_error& error) {
+        if (error.code != heif_error_Ok)
+            std::abort();
+    };
+    heif_context* const context = heif_context_alloc();
+    check(heif_context_read_from_memory_without_copy(context, file.data(), file.size(), nullptr));
+    heif_image_handle* handle = nullptr;
+    check(heif_context_get_primary_image_handle(context, &handle));
+    heif_image* picture = nullptr;
+    check(heif_decode_image(handle, &picture, heif_colorspace_RGB, heif_chroma_interleaved_RGB, nullptr));
+    int stride = 0;
+    const std::uint8_t* const plane = heif_image_get_plane_readonly(picture, heif_channel_interleaved, &stride);
+    RasterImage image = RasterImage::make(heif_image_get_primary_width(picture), heif_image_get_primary_height(picture),
+                                          ColorModel::rgb, false, 8)
+                            .value();
+    for (int y = 0; y < image.height; ++y)
+        std::memcpy(image.row(y).data(), plane + y * stride, image.row(y).size());
+    heif_image_release(picture);
+    heif_image_handle_release(handle);
+    heif_context_free(context);
+    return image;
+}
+
 } // namespace Pelgra

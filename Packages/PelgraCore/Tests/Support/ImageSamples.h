@@ -112,6 +112,9 @@ Bytes webpAnimationSample(const std::vector<Bytes>& frames, int offset = 0);
 /// A HEIC picture with a reduced copy of it, which the file names as its primary picture.
 Bytes heicWithReducedPrimary(const RasterImage& image, int reducedSide);
 
+/// The primary picture of a HEIC file as its library reads it, in 8-bit RGB.
+RasterImage heicByLibrary(const Bytes& file);
+
 Bytes bytesOf(std::string_view text);
 std::filesystem::path write(const TemporaryFolder& folder, std::string_view name, const Bytes& bytes);
 

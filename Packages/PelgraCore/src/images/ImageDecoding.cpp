@@ -113,7 +113,8 @@ std::optional<OpenedImage> openRows(FileFormat format, Bytes& content, FileForma
 {
     OpenedImage opened;
     DecodedImage& decoded = opened.decoded;
-    const bool isPhoto = format == FileFormat::jpg && (target == FileFormat::png || target == FileFormat::tiff);
+    const bool isForLook = target == FileFormat::png || target == FileFormat::tiff;
+    const bool isPhoto = format == FileFormat::jpg && (isForLook || target == FileFormat::heic);
     if (isPhoto) {
         decoded = describeJpeg(content);
         constexpr std::uint64_t components = 3;
@@ -121,7 +122,7 @@ std::optional<OpenedImage> openRows(FileFormat format, Bytes& content, FileForma
         const auto height = static_cast<std::uint64_t>(decoded.image.height);
         if (decoded.image.model == ColorModel::cmyk || components * width * height <= heldBytes)
             return std::nullopt;
-    } else if (format == FileFormat::png && target == FileFormat::jpg) {
+    } else if (format == FileFormat::png && (target == FileFormat::jpg || target == FileFormat::heic)) {
         decoded = describePng(content);
     } else {
         return std::nullopt;
@@ -129,8 +130,14 @@ std::optional<OpenedImage> openRows(FileFormat format, Bytes& content, FileForma
     if (placementOf(decoded).orientation != 1)
         return std::nullopt;
     dropMisfitProfile(decoded.image);
-    opened.rows = isPhoto ? jpegRows(std::move(content), std::move(decoded.image.iccProfile))
-                          : pngRows(std::move(content), std::move(decoded.image.iccProfile), threads > 1);
+    if (isPhoto) {
+        opened.rows = jpegRows(std::move(content), std::move(decoded.image.iccProfile), isForLook);
+    } else {
+        // Where tiles are coded, a thread reads ahead anyway, and transparency stays.
+        const bool isForTiles = target == FileFormat::heic;
+        opened.rows =
+            pngRows(std::move(content), std::move(decoded.image.iccProfile), threads > 1 && !isForTiles, isForTiles);
+    }
     return opened.rows ? std::optional(std::move(opened)) : std::nullopt;
 }
 

@@ -228,7 +228,7 @@ DecodedImage read(std::span<const std::byte> file, bool withPixels)
 
 class JpegRows final : public RowSource {
 public:
-    JpegRows(Bytes file, Bytes iccProfile)
+    JpegRows(Bytes file, Bytes iccProfile, bool withBeginning)
         : m_file(std::move(file))
         , m_profile(std::move(iccProfile))
     {
@@ -246,7 +246,8 @@ public:
         if (m_form.model == ColorModel::cmyk)
             throw DecodeError("JPEG: rows in CMYK");
         m_isDecoding = start(m_decompression);
-        readOn(static_cast<int>(std::max<std::size_t>(beginningBytes / m_form.rowBytes(), rowsAtOnce)));
+        const std::size_t bytes = withBeginning ? beginningBytes : 0;
+        readOn(static_cast<int>(std::max<std::size_t>(bytes / m_form.rowBytes(), rowsAtOnce)));
         checkRows(m_decompression);
     }
 
@@ -303,9 +304,9 @@ private:
 
 } // namespace
 
-std::unique_ptr<RowSource> jpegRows(Bytes file, Bytes iccProfile)
+std::unique_ptr<RowSource> jpegRows(Bytes file, Bytes iccProfile, bool withBeginning)
 {
-    return std::make_unique<JpegRows>(std::move(file), std::move(iccProfile));
+    return std::make_unique<JpegRows>(std::move(file), std::move(iccProfile), withBeginning);
 }
 
 DecodedImage decodeJpeg(std::span<const std::byte> file)

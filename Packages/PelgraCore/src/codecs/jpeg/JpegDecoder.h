@@ -17,8 +17,8 @@ DecodedImage decodeJpeg(std::span<const std::byte> file);
 /// DecodeError.
 DecodedImage describeJpeg(std::span<const std::byte> file);
 
-/// The rows decodeJpeg() would give of a grey or RGB picture, decoded as they are asked for and never all in memory.
-/// Throws DecodeError for CMYK and where decodeJpeg() does, and only here.
-std::unique_ptr<RowSource> jpegRows(Bytes file, Bytes iccProfile);
+/// The rows decodeJpeg() would give of a grey or RGB picture, decoded as they are asked for and never all in memory,
+/// with a beginning to look at or without. Throws DecodeError for CMYK and where decodeJpeg() does, and only here.
+std::unique_ptr<RowSource> jpegRows(Bytes file, Bytes iccProfile, bool withBeginning = true);
 
 } // namespace Pelgra

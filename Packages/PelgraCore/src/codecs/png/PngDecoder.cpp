@@ -201,10 +201,10 @@ private:
 
 } // namespace
 
-std::unique_ptr<RowSource> pngRows(Bytes&& file, Bytes iccProfile, bool withThread)
+std::unique_ptr<RowSource> pngRows(Bytes&& file, Bytes iccProfile, bool withThread, bool withAlpha)
 {
     constexpr std::byte alphaBit{4};
-    if (file.size() <= colorTypeOffset || (file[colorTypeOffset] & alphaBit) != std::byte{0})
+    if (file.size() <= colorTypeOffset || (!withAlpha && (file[colorTypeOffset] & alphaBit) != std::byte{0}))
         return nullptr;
     std::unique_ptr<PlainPngRows> plain = PlainPngRows::open(file, withThread);
     return plain ? std::make_unique<PngRows>(std::move(file), std::move(iccProfile), std::move(plain)) : nullptr;

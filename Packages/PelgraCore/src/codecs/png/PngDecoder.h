@@ -20,7 +20,7 @@ DecodedImage describePng(std::span<const std::byte> file);
 
 /// The rows decodePng() would give, decoded as they are asked for, with a thread of its own that works ahead or
 /// without. Asking for a row throws DecodeError where decodePng() does. Null, and the file stays with the caller, for
-/// what has transparency or has to be decoded as a whole.
-std::unique_ptr<RowSource> pngRows(Bytes&& file, Bytes iccProfile, bool withThread);
+/// what has to be decoded as a whole and, unless it is wanted, what has transparency.
+std::unique_ptr<RowSource> pngRows(Bytes&& file, Bytes iccProfile, bool withThread, bool withAlpha = false);
 
 } // namespace Pelgra
