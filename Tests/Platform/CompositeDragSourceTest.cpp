@@ -93,6 +93,15 @@ private Q_SLOTS:
         pair.first.flags = shiftFlag;
         pair.second.flags = commandFlag;
         QCOMPARE(pair.both.modifierFlags(), shiftFlag | commandFlag);
+        QCOMPARE(pair.both.modifierFlagsNow(), shiftFlag | commandFlag);
+    }
+
+    void allOfThemWatchTheKeys()
+    {
+        Pair pair;
+        pair.both.setTapFlags(controlFlag);
+        QCOMPARE(pair.first.tapFlags, controlFlag);
+        QCOMPARE(pair.second.tapFlags, controlFlag);
     }
 
     void handsOnNewsAndCancellingAndLetsGoAtTheEnd()

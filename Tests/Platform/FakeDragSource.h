@@ -14,12 +14,14 @@ public:
     ModifierFlags modifierFlags() const override { return flags; }
     std::vector<std::filesystem::path> fileURLs() override { return files; }
     std::optional<QPoint> pointer() const override { return place; }
+    void setTapFlags(ModifierFlags watched) override { tapFlags = watched; }
 
     int refreshed = 0;
     std::int64_t count = 0;
     bool reachable = true;
     ButtonState button = ButtonState::unseen;
     ModifierFlags flags = 0;
+    ModifierFlags tapFlags = 0;
     std::vector<std::filesystem::path> files;
     std::optional<QPoint> place;
 };

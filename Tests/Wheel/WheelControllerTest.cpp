@@ -255,9 +255,17 @@ private Q_SLOTS:
         const std::filesystem::path red = desktop.document("red.pdf", Qt::red);
         const std::filesystem::path blue = desktop.document("blue.pdf", Qt::blue);
         desktop.show({red});
-        // Its answer waits in the event loop by now.
+        // Its answer waits in the event loop by now, and the next one is yet to come.
         ThumbnailLoader::pool().waitForDone();
+        QSemaphore gate;
+        const int threads = ThumbnailLoader::pool().maxThreadCount();
+        for (int i = 0; i < threads; ++i)
+            ThumbnailLoader::pool().start([&gate] { gate.acquire(); });
         desktop.show({blue});
+        QCoreApplication::processEvents();
+        const QColor before = desktop.content().thumbnails[0].pixelColor(50, 20);
+        gate.release(threads);
+        QVERIFY(before != QColor(Qt::red));
         QTRY_COMPARE(desktop.content().thumbnails[0].pixelColor(50, 20), QColor(Qt::blue));
         ThumbnailLoader::pool().waitForDone();
         QCoreApplication::processEvents();
