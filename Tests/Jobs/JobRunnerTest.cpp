@@ -8,6 +8,7 @@
 
 #include <QPainter>
 #include <QPointer>
+#include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QSemaphore>
 #include <QSignalSpy>
@@ -114,6 +115,28 @@ private Q_SLOTS:
         const QStringList texts = run(WheelPetal::tool(FileTool::splitPDF), {m_files->document("report.pdf", 2)});
         QCOMPARE(texts, QStringList({"Making report Pages…", "report Pages — just like that."}));
         QVERIFY(std::filesystem::is_directory(m_files->path("report Pages")));
+        run(WheelPetal::tool(FileTool::splitPDF), {m_files->document("a.pdf", 1), m_files->document("b.pdf", 1)});
+        QVERIFY(std::filesystem::is_directory(m_files->path("b Pages")));
+    }
+
+    void oneQualityServesBothLossyFormats()
+    {
+        QImage noise(64, 64, QImage::Format_RGB32);
+        QRandomGenerator random(5);
+        for (int y = 0; y < noise.height(); ++y)
+            for (int x = 0; x < noise.width(); ++x)
+                noise.setPixel(x, y, random.generate());
+        QVERIFY(noise.save(QString::fromStdString(m_files->path("noise.png").string())));
+        for (const char* const name : {"noise.jpg", "noise.heic"}) {
+            std::vector<std::uintmax_t> sizes;
+            for (const double quality : {0.5, 1.0}) {
+                m_preferences->setJPEGQuality(quality);
+                run(WheelPetal::format(*FileFormat::detect(name)), {m_files->path("noise.png")});
+                sizes.push_back(std::filesystem::file_size(m_files->path(name)));
+                std::filesystem::remove(m_files->path(name));
+            }
+            QVERIFY2(sizes[0] < sizes[1], name);
+        }
     }
 
     void aFailureTellsWhyAndIsLogged()
