@@ -135,13 +135,16 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("compression");
         QTest::addColumn<QList<int>>("codes");
-        QTest::addColumn<QList<int>>("rowFromTop"); // palette indexes
+        QTest::addColumn<QList<int>>("pixels"); // palette indexes, rows of four from the top
         QTest::newRow("runs") << 1 << QList<int>{2, 1, 2, 3, 0, 0, 0, 1} << QList<int>{1, 1, 3, 3};
         QTest::newRow("literals with padding")
             << 1 << QList<int>{0, 3, 1, 2, 3, 0, 1, 1, 0, 1} << QList<int>{1, 2, 3, 1};
         QTest::newRow("moves") << 1 << QList<int>{1, 1, 0, 2, 2, 0, 1, 2, 0, 1} << QList<int>{1, 0, 0, 2};
         QTest::newRow("no end") << 1 << QList<int>{2, 1} << QList<int>{1, 1, 0, 0};
         QTest::newRow("too long") << 1 << QList<int>{255, 2, 255, 2, 0, 2, 255, 255, 3, 3} << QList<int>{2, 2, 2, 2};
+        QTest::newRow("lines") << 1 << QList<int>{3, 1, 0, 0, 4, 2, 0, 1} << QList<int>{2, 2, 2, 2, 1, 1, 1, 0};
+        QTest::newRow("moves up") << 1 << QList<int>{1, 1, 0, 2, 1, 1, 1, 2, 0, 1}
+                                  << QList<int>{0, 0, 2, 0, 1, 0, 0, 0};
         QTest::newRow("half bytes") << 2 << QList<int>{3, 0x12, 1, 0x30, 0, 1} << QList<int>{1, 2, 1, 3};
         QTest::newRow("half-byte literals")
             << 2 << QList<int>{0, 3, 0x12, 0x30, 1, 0x20, 0, 1} << QList<int>{1, 2, 3, 2};
@@ -151,9 +154,9 @@ private Q_SLOTS:
     {
         QFETCH(int, compression);
         QFETCH(QList<int>, codes);
-        QFETCH(QList<int>, rowFromTop);
+        QFETCH(QList<int>, pixels);
         Bmp bmp{.width = 4,
-                .height = 1,
+                .height = static_cast<int>(pixels.size()) / 4,
                 .bits = compression == 1 ? 8U : 4U,
                 .compression = static_cast<unsigned>(compression),
                 .colors = 4,
@@ -161,9 +164,9 @@ private Q_SLOTS:
         for (const int code : codes)
             bmp.pixels.push_back(static_cast<unsigned>(code));
         const LoadedImage loaded = load(bmp);
-        for (int x = 0; x < 4; ++x) {
-            const unsigned color = fourColors[static_cast<std::size_t>(rowFromTop[x])];
-            QCOMPARE(componentsAt(*loaded.image, x, 0),
+        for (int index = 0; index < pixels.size(); ++index) {
+            const unsigned color = fourColors[static_cast<std::size_t>(pixels[index])];
+            QCOMPARE(componentsAt(*loaded.image, index % 4, index / 4),
                      (Components{static_cast<int>(color >> 16), static_cast<int>(color >> 8 & 255),
                                  static_cast<int>(color & 255)}));
         }
@@ -175,6 +178,14 @@ private Q_SLOTS:
         QCOMPARE(componentsAt(*loaded.image, 0, 2), (Components{3, 2, 1}));
         QCOMPARE(componentsAt(*loaded.image, 0, 1), (Components{6, 5, 4}));
         QVERIFY(isUnreadable({.width = 1, .height = 3, .pixels = {1, 2}}));
+    }
+
+    void pixelsNeverBeginInsideTheHeader()
+    {
+        TemporaryFolder folder;
+        Bytes file = encoded({.width = 1, .height = 1, .pixels = {1, 2, 3, 0}});
+        file[10] = std::byte{0}; // their stated place, wrong by mistake
+        QCOMPARE(componentsAt(*ImageLoader::load(write(folder, "a.bmp", file)).image, 0, 0), (Components{3, 2, 1}));
     }
 
     void refusesImpossibleHeaders()

@@ -169,18 +169,30 @@ private Q_SLOTS:
         const DecodedImage result = decodeJpeg(encoded(FileFormat::jpg, rampPicture(20, 20), properties));
         QVERIFY(result.iptc.empty());
         QVERIFY(contains(result.exif, "Lens 50"));
+
+        // A maker and something of 70,000 bytes; the maker stays.
+        ByteWriter exif(std::endian::little);
+        exif.put("II").put16(42).put32(8).put16(2);
+        exif.put16(0x010F).put16(2).put32(4).put("Ace").put8(0);
+        exif.put16(0x9286).put16(7).put32(70000).put32(38).put32(0).putZeros(70000);
+        properties.metadata.exif = exif.bytes();
+        const Bytes kept = decodeJpeg(encoded(FileFormat::jpg, rampPicture(20, 20), properties)).exif;
+        QVERIFY(contains(kept, "Ace") && kept.size() < 70000);
     }
 
-    void bitmapsKeepEveryPixel_data() { addFormRows(); }
-    void bitmapsKeepEveryPixel()
+    void bitmapsKeepEveryPixelAndTheProfile_data() { addFormRows(); }
+    void bitmapsKeepEveryPixelAndTheProfile()
     {
         QFETCH(int, model);
         QFETCH(bool, alpha);
         QFETCH(int, bits);
         if (bits == 16)
             return; // rounding is probed below
-        const RasterImage image = rampPicture(61, 47, static_cast<ColorModel>(model), alpha, bits);
+        RasterImage image = rampPicture(61, 47, static_cast<ColorModel>(model), alpha, bits);
+        if (image.model == ColorModel::rgb)
+            image.iccProfile = wideRgbProfile();
         const DecodedImage result = decodeBmp(encoded(FileFormat::bmp, image));
+        QCOMPARE(result.image.iccProfile, image.iccProfile);
         for (int y = 0; y < image.height; y += 9) {
             for (int x = 0; x < image.width; x += 7) {
                 std::vector<int> wanted = componentsAt(image, x, y);

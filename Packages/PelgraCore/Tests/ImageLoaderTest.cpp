@@ -135,6 +135,10 @@ private Q_SLOTS:
         QCOMPARE(load({5667, 2837, 1}).dpiWidth, 5667 * 0.0254);
         QCOMPARE(load({11811, 0, 1}).dpiHeight, 300.0);
         QCOMPARE(load({4, 3, 0}).dpiWidth, 72.0);
+        Bytes damaged = pngSample(testPicture(8, 8), {.density = {{11811, 11811, 1}}});
+        const Bytes name = bytesOf("pHYs");
+        *(std::search(damaged.begin(), damaged.end(), name.begin(), name.end()) + 6) ^= std::byte{1};
+        QCOMPARE(loadSample("a.png", damaged).dpiWidth, 72.0);
     }
 
     void keepsModelDepthAndAlphaOfPng_data()

@@ -29,6 +29,13 @@ Bytes fullSample()
     return jpegSample(rampPicture(50, 34), options);
 }
 
+/// The bytes with others put in before a place.
+Bytes with(Bytes file, std::size_t place, const Bytes& more)
+{
+    file.insert(file.begin() + static_cast<std::ptrdiff_t>(place), more.begin(), more.end());
+    return file;
+}
+
 std::size_t positionOf(const Bytes& file, std::uint8_t marker)
 {
     for (std::size_t i = 2; i + 1 < file.size(); ++i)
@@ -141,6 +148,41 @@ private Q_SLOTS:
         QVERIFY(place > 0);
         file[place + static_cast<std::size_t>(offset)] = static_cast<std::byte>(value);
         QVERIFY(!readJpegStructure(file));
+    }
+
+    void knowsRedGreenAndBlueByTheirNames()
+    {
+        Bytes file = jpegSample(rampPicture(40, 40), {.density = {{1, 72, 72}}});
+        const std::size_t frame = positionOf(file, 0xC0), scan = positionOf(file, 0xDA);
+        for (std::size_t index = 0; index < 3; ++index) {
+            file[frame + 10 + 3 * index] = static_cast<std::byte>("RGB"[index]);
+            file[scan + 5 + 2 * index] = static_cast<std::byte>("RGB"[index]);
+        }
+        QVERIFY(!readJpegStructure(file).value().isNamedRGB); // JFIF says what they are
+        file.erase(file.begin() + 2, file.begin() + 20);
+        QVERIFY(readJpegStructure(file).value().isNamedRGB);
+    }
+
+    void refusesWhatDecodersDisagreeAbout()
+    {
+        const Bytes file = jpegSample(rampPicture(40, 40), {.density = {{1, 72, 72}}});
+        const std::size_t frame = positionOf(file, 0xC0);
+        Bytes adobe = bytesOf("\xFF\xEE\x01\x0E"
+                              "Adobe......\x01"); // YCbCr
+        adobe[2] = std::byte{0};
+        QVERIFY(readJpegStructure(with(file, frame, adobe)));
+        adobe.back() = std::byte{0}; // RGB, where JFIF says YCbCr
+        QVERIFY(!readJpegStructure(with(file, frame, adobe)));
+    }
+
+    void refusesMoreScansThanAnyProgramWrites()
+    {
+        Bytes file = jpegSample(rampPicture(40, 40));
+        const Bytes scan(file.begin() + static_cast<std::ptrdiff_t>(positionOf(file, 0xDA)), file.end() - 2);
+        for (int count = 1; count < 20; ++count)
+            file = with(file, file.size() - 2, scan);
+        QVERIFY(readJpegStructure(file));
+        QVERIFY(!readJpegStructure(with(file, file.size() - 2, scan)));
     }
 
     void refusesAPictureWithoutItsData()

@@ -179,6 +179,20 @@ private Q_SLOTS:
         QVERIFY(small < encoded(FileFormat::heic, image, properties).size());
     }
 
+    void readsThePageOfTheIndex()
+    {
+        // Two directories that differ in where their pixels begin.
+        Bytes file = tiffPage(std::endian::little, bytes({10, 11, 12, 13, 20, 21, 22, 23}), form(1, 8, 1, 1));
+        constexpr std::ptrdiff_t directory = 16;
+        Bytes second(file.begin() + directory, file.end());
+        const std::size_t next = file.size() - 4;
+        file[next] = static_cast<std::byte>(file.size());
+        second[2 + 4 * 12 + 8] = std::byte{12}; // its fifth field
+        file.insert(file.end(), second.begin(), second.end());
+        for (const auto& [index, first] : {std::pair{0, 10}, {1, 20}, {2, 10}, {-1, 10}})
+            QCOMPARE(componentsAt(decode(FileFormat::tiff, file, index).image, 0, 0), std::vector{first});
+    }
+
     void readsTheKindsOfTiffOthersWrite_data()
     {
         QTest::addColumn<Bytes>("file");
