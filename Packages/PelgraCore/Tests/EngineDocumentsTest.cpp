@@ -15,7 +15,8 @@ namespace {
 
 using Path = std::filesystem::path;
 
-/// Three pages with links 1→3 (explicit), 3→1 (by name) and 2→2 (an action), and an outline of a chapter for each.
+/// Three pages with links 1→3 (explicit), 3→1 (by name) and 2→2 (an action), and an outline of a chapter for each, the
+/// third folded into the first. Opens at the third.
 std::string linkedDocument()
 {
     PDFBuilder builder;
@@ -31,10 +32,10 @@ std::string linkedDocument()
     const int child = builder.reserve();
     const int second = builder.reserve();
     const int outline =
-        builder.add("<< /Type /Outlines /First " + reference(first) + " /Last " + reference(second) + " /Count 3 >>");
+        builder.add("<< /Type /Outlines /First " + reference(first) + " /Last " + reference(second) + " /Count 2 >>");
     builder.set(first,
                 "<< /Title (One) /Parent " + reference(outline) + " /Next " + reference(second) + " /First "
-                    + reference(child) + " /Last " + reference(child) + " /Count 1 /Dest (first) >>");
+                    + reference(child) + " /Last " + reference(child) + " /Count -1 /Dest (first) >>");
     builder.set(child,
                 "<< /Title (Three) /Parent " + reference(first) + " /Dest [" + reference(builder.pageObject(2))
                     + " /Fit] >>");
@@ -42,8 +43,9 @@ std::string linkedDocument()
                 "<< /Title (Two) /Parent " + reference(outline) + " /Prev " + reference(first) + " /A << /S /GoTo /D ["
                     + reference(builder.pageObject(1)) + " /Fit] >> >>");
     builder.addToCatalog("/Outlines " + reference(outline) + " /Names << /Dests << /Names [(first) << /D ["
-                         + reference(builder.pageObject(0)) + " /Fit] >>] >> >> /Lang (en-GB)");
-    builder.addToTrailer("/Info " + reference(builder.add("<< /Title (Linked) >>")));
+                         + reference(builder.pageObject(0)) + " /Fit] >>] >> >> /Lang (en-GB) /OpenAction ["
+                         + reference(builder.pageObject(2)) + " /Fit]");
+    builder.addToTrailer("/Info " + reference(builder.add("<< /Title (Linked) /Author (Ada) >>")));
     return builder.build();
 }
 
@@ -127,7 +129,10 @@ private Q_SLOTS:
         QCOMPARE(document.linkTargets(5), QList<int>{3});
         QCOMPARE(document.outline(), QStringLiteral("One>0(Three>2) Two>1 One>3(Three>5) Two>4"));
         QCOMPARE(document.at(document.catalog(), "/Lang").toString(), QStringLiteral("u:en-GB"));
+        QCOMPARE(document.at(document.catalog(), "/Outlines", "/First", "/Count").toInt(), -1);
+        QCOMPARE(document.targetOf(document.at(document.catalog(), "/OpenAction")), 2);
         QCOMPARE(document.at(document.trailer(), "/Info", "/Title").toString(), QStringLiteral("u:Linked"));
+        QVERIFY2(document.at(document.trailer(), "/Info", "/Author").isUndefined(), "it may be others' work as well");
     }
 
     void organisingDropsWhatLeadsToDroppedPages()
@@ -138,6 +143,8 @@ private Q_SLOTS:
         QCOMPARE(reversed.linkTargets(0), QList<int>{2});
         QCOMPARE(reversed.linkTargets(2), QList<int>{0});
         QCOMPARE(reversed.outline(), QStringLiteral("One>2(Three>0) Two>1"));
+        QCOMPARE(reversed.targetOf(reversed.at(reversed.catalog(), "/OpenAction")), 0);
+        QCOMPARE(reversed.at(reversed.trailer(), "/Info", "/Author").toString(), QStringLiteral("u:Ada"));
 
         const InspectedPDF duplicated(organised(file, edits({2, 0, 0})));
         QCOMPARE(duplicated.linkTargets(0), QList<int>{1});
@@ -233,11 +240,12 @@ private Q_SLOTS:
         const auto attached = [&](const char* name, const std::string& content) {
             PDFBuilder builder;
             builder.addPage({});
+            builder.addPage({});
             const int file = builder.addStream(content, "/Type /EmbeddedFile");
             const int specification =
                 builder.add("<< /Type /Filespec /F (data.txt) /UF (data.txt) /EF << /F " + reference(file) + " >> >>");
-            builder.addToCatalog("/Names << /EmbeddedFiles << /Names [(data.txt) " + reference(specification)
-                                 + "] >> >>");
+            builder.addToCatalog("/PageMode /UseAttachments /Names << /EmbeddedFiles << /Names [(data.txt) "
+                                 + reference(specification) + "] >> >>");
             return folder.write(name, builder.build());
         };
         const Path first = attached("a.pdf", "first");
@@ -248,6 +256,13 @@ private Q_SLOTS:
         for (const int place : {1, 3})
             shown.insert(document.at(names.at(place), "/UF").toString());
         QCOMPARE(shown, QSet<QString>({"u:data.txt", "u:data 2.txt"}));
+        // Of the pages of a split, the first brings them.
+        const Path pages = Engine::splitPDF(first).outputs.front();
+        for (const int number : {1, 2}) {
+            const InspectedPDF page(pages / ("a " + std::to_string(number) + ".pdf"));
+            for (const char* const entry : {"/Names", "/PageMode"})
+                QCOMPARE(page.at(page.catalog(), entry).isUndefined(), number == 2);
+        }
     }
 
     void pageLabelsFollowTheirPages()
@@ -287,13 +302,16 @@ private Q_SLOTS:
         const int appearance = builder.addStream("0 0 40 20 re f", "/Type /XObject /Subtype /Form /BBox [0 0 40 20]");
         const int upright = builder.add("<< /Subtype /Text /F 16 /Rect [300 300 340 320] /AP << /N "
                                         + reference(appearance) + " >> >>"); // does not turn with its page
-        builder.addPage(
-            {filledRectangle(100, 100, 50, 20, 1, 0, 0), "[0 0 1000 1000]",
-             "/CropBox [100 100 500 700] /Rotate 90 /Annots [" + reference(link) + " " + reference(upright) + "]", ""});
+        const int words = builder.add("<< /Subtype /FreeText /Rect [200 100 240 120] /DA (/Helv 12 Tf 0 g) /AP << /N "
+                                      + reference(appearance) + " >> >>");
+        builder.addPage({filledRectangle(100, 100, 50, 20, 1, 0, 0), "[0 0 1000 1000]",
+                         "/CropBox [100 100 500 700] /Rotate 90 /Annots [" + reference(link) + " " + reference(upright)
+                             + " " + reference(words) + "]",
+                         ""});
         builder.addPage({"", "[0 0 300 500]", "", ""});
         builder.set(link,
                     "<< /Subtype /Link /Rect [100 100 150 120] /QuadPoints [100 120 150 120 100 100 150 100]"
-                    " /Dest ["
+                    " /Border [0 0 2] /Dest ["
                         + reference(builder.pageObject(0)) + " /XYZ 100 700 null] >>");
         const Path file = folder.write("wide.pdf", builder.build());
         const InspectedPDF document(organised(file, edits({0, 1}), true));
@@ -304,6 +322,12 @@ private Q_SLOTS:
         QCOMPARE(document.at(page, "/Annots", 0, "/Rect").toArray(), QJsonArray({0, 175, 10, 200}));
         QCOMPARE(document.at(page, "/Annots", 1, "/Rect").toArray(), QJsonArray({110, 90, 130, 100}));
         QVERIFY(!document.at(page, "/Annots", 1, "/AP", "/N").toObject().contains("/Matrix"));
+        QCOMPARE(document.at(page, "/Annots", 0, "/QuadPoints").toArray(),
+                 QJsonArray({10, 200, 10, 175, 0, 200, 0, 175}));
+        QCOMPARE(document.at(page, "/Annots", 0, "/Border").toArray(), QJsonArray({0, 0, 1}));
+        QCOMPARE(document.at(page, "/Annots", 2, "/DA").toString(), QStringLiteral("u:/Helv 6 Tf 0 g"));
+        QCOMPARE(document.at(page, "/Annots", 2, "/AP", "/N", "/Matrix").toArray(),
+                 QJsonArray({0, -0.5, 0.5, 0, 0, 0}));
         QCOMPARE(document.at(page, "/Annots", 0, "/Dest").toArray().at(2).toDouble(), 300.0);
         QCOMPARE(document.at(page, "/Annots", 0, "/Dest").toArray().at(3).toDouble(), 200.0);
         QCOMPARE(document.at(page, "/Resources", "/XObject", "/Page", "/BBox").toArray(),
