@@ -1,5 +1,6 @@
 #include "Support/PlacedText.h"
 #include "text/BlockBounds.h"
+#include "text/ListMarker.h"
 
 #include <QTest>
 
@@ -83,6 +84,28 @@ private Q_SLOTS:
         QCOMPARE(linesOf({reversed, shape}), utf8(U"\u2022 \u05D0 1952 \u05D1"));
         shape.baseline = 130;
         QCOMPARE(linesOf({text, shape}), "item");
+    }
+
+    void knowsTheMarkersOfItems_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<QString>("marker");
+        const std::pair<const char*, const char*> rows[] = {
+            {"• a", "bullet 0"},       {"➢ a", "bullet 0"},      {"•a", "none"},       {"7. a", "decimal 7"},
+            {"123) a", "decimal 123"}, {"(3) a", "decimal 3"},   {"1984. a", "none"},  {"1.5 a", "none"},
+            {"iv. a", "roman 4"},      {"XXXIX) a", "roman 39"}, {"b) a", "letter 2"}, {"(C) a", "letter 3"},
+            {"ab. a", "none"},
+        };
+        for (const auto& [line, marker] : rows)
+            QTest::newRow(line) << QString::fromUtf8(line) << marker;
+    }
+    void knowsTheMarkersOfItems()
+    {
+        QFETCH(QString, line);
+        QFETCH(QString, marker);
+        constexpr const char* kinds[] = {"bullet", "decimal", "letter", "roman"};
+        const std::optional<ListMarker> found = markerAt(piece(line.toStdU32String(), 0, 100).characters);
+        QCOMPARE(found ? QString("%1 %2").arg(kinds[static_cast<int>(found->kind)]).arg(found->value) : "none", marker);
     }
 
     void beginsABlockWithANumberedItem()
