@@ -1,4 +1,5 @@
 #include "App/LaunchArguments.h"
+#include "App/SingleInstance.h"
 #include "Support/Paths.h"
 
 #include <QDir>
@@ -45,6 +46,16 @@ private Q_SLOTS:
         using Words = std::vector<std::string>;
         for (const Words& words : {Words{"--kind", "other", "/a"}, Words{"--kind"}, Words{"--unknown", "/a"}})
             QVERIFY_EXCEPTION_THROWN(LaunchArguments::parse(words), std::invalid_argument);
+    }
+
+    void ofAnotherStartOnlyWholePathsAreTaken()
+    {
+        SingleInstance instance;
+        std::vector<std::filesystem::path> taken;
+        connect(&instance, &SingleInstance::openRequested, this,
+                [&](WheelKind, const std::vector<std::filesystem::path>& files) { taken = files; });
+        instance.Open("tools", {"/a.pdf", "b.pdf", "", QByteArray("/c\0.pdf", 7), "/odd\xFF"});
+        QCOMPARE(taken, (std::vector<std::filesystem::path>{"/a.pdf", "/odd\xFF"}));
     }
 
     void aDeletedFolderIsNoReasonToCrash()

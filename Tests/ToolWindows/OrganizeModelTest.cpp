@@ -111,6 +111,9 @@ private Q_SLOTS:
         QCOMPARE(sources(*m_model), Order({1, 2, 0}));
         m_model->rotate(id(0)); // forgets what could be done again
         QVERIFY(!m_model->canRedo());
+        m_model->undo();
+        QCOMPARE(sources(*m_model), Order({1, 2, 0}));
+        QCOMPARE(m_model->pages()[0].rotation, std::int64_t{0});
     }
 
     void copiesShareOneImageDrawnOnce()

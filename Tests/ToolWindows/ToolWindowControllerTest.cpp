@@ -1,4 +1,7 @@
 #include "ToolWindows/ToolWindowController.h"
+
+#include "PelgraCore/PDFRendering.h"
+#include "SmallFiles.h"
 #include "Support/BackgroundTask.h"
 #include "ToolWindows/Frame/ToolWindow.h"
 
@@ -42,7 +45,7 @@ class ToolWindowControllerTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
+    void init()
     {
         ToolWindowController::setViewFactory(
             [](FileTool, const ToolWindowController::Files&, ToolContext*) { return new QPushButton; });
@@ -176,6 +179,35 @@ private Q_SLOTS:
             controller->finish(std::nullopt);
         for (const auto& request : requests)
             QCOMPARE(request->completions, 1);
+    }
+
+    void whatAWindowShowsIsWhatItMakes()
+    {
+        ToolWindowController::setViewFactory({});
+        const SmallFiles files;
+        const auto madeAfter = [](FileTool tool, const ToolWindowController::Files& inputs,
+                                  const std::vector<const char*>& clicks) {
+            const auto request = present(tool, inputs);
+            ToolWindow& window = ToolWindowController::openControllers().front()->window();
+            for (const char* const control : clicks) {
+                [&] {
+                    QTRY_VERIFY(window.findChild<QAbstractButton*>(control)
+                                && window.findChild<QAbstractButton*>(control)->isEnabled());
+                }();
+                window.findChild<QAbstractButton*>(control)->click();
+            }
+            [&] {
+                QTRY_COMPARE(request->completions, 1);
+            }();
+            return std::get<JobDone>(*request->outcome).results.at(0).outputs.at(0);
+        };
+        const ToolWindowController::Files pictures{files.picture("a.png"), files.picture("b.png")};
+        QCOMPARE(madeAfter(FileTool::createPDF, pictures, {"moveDown-0", "primaryAction"}), files.path("b.pdf"));
+        const auto turned = madeAfter(FileTool::organizePDF, {files.document("pages.pdf", 2)},
+                                      {"rotate-1", "uniformWidth", "primaryAction"});
+        const auto document = PDFRender::open(turned);
+        QVERIFY(document->displayedSize(1).height < document->displayedSize(0).height);
+        QCOMPARE(document->displayedSize(1).width, document->displayedSize(0).width);
     }
 
     void aWindowLargerThanTheWorkAreaIsShrunkAndCentred()
