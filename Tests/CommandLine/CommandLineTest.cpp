@@ -176,6 +176,7 @@ private Q_SLOTS:
         writePicture(folder, "b.png");
         const Outcome outcome = pelgra(folder, {"convert", "--to", "pdf", "a.jpg", "a.png", "b.png"});
         QCOMPARE(outcome.output, std::string("a.pdf\na 2.pdf\nb 2.pdf\n"));
+        QCOMPARE(outcome.errors, std::string()); // progress is for terminals
         QVERIFY(contentOf(folder / "a.pdf").find("/Width 500") != std::string::npos);
         QCOMPARE(contentOf(folder / "b.pdf"), std::string("in the way"));
     }
@@ -407,9 +408,35 @@ private Q_SLOTS:
         const std::vector<double> widths{50, 20, 50, 30};
         for (int page = 0; page < 4; ++page)
             QCOMPARE(document->displayedSize(page).width, widths[static_cast<std::size_t>(page)]);
+        pelgra(folder, {"organize", "--pages", "1-2", "--uniform-width", "a Merged.pdf"});
+        QCOMPARE(PDFRender::open(folder / "a Merged Organized 2.pdf")->displayedSize(1).width, 30.0);
         const Outcome outcome = pelgra(folder, {"organize", "--pages=5", "a Merged.pdf"});
         QCOMPARE(outcome.errors, std::string("pelgra: Page 5 doesn’t exist. (a Merged.pdf)\n"));
         QCOMPARE(outcome.status, 1);
+    }
+
+    void warningsAreToldInBothForms()
+    {
+        const TemporaryFolder folder;
+        PDFBuilder builder;
+        const std::string page = reference(builder.addPage({}));
+        builder.set(2, "<< /Type /Pages /Count 2 /Kids [" + page + " 99 0 R] >>");
+        folder.write("a.pdf", builder.build());
+        const Outcome outcome = pelgra(folder, {"merge", "--json", "a.pdf"});
+        const std::string sentence = "“a.pdf” is damaged: 1 of its 2 pages is missing.";
+        QCOMPARE(outcome.errors, "pelgra: " + sentence + '\n');
+        const QJsonObject object = json(outcome.output.substr(0, outcome.output.find('\n')));
+        QCOMPARE(object["warning"].toObject()["message"].toString(), QString::fromStdString(sentence));
+        QCOMPARE(outcome.status, 0);
+    }
+
+    void theImageThatIsNoneIsNamed()
+    {
+        const TemporaryFolder folder;
+        writePicture(folder, "a.png");
+        folder.write("b.txt", "no picture");
+        const Outcome outcome = pelgra(folder, {"create", "--json", "a.png", "b.txt"});
+        QCOMPARE(json(outcome.output)["error"].toObject()["file"].toString(), QString("b.txt"));
     }
 
     void theDesktopProgramIsLookedForBesideAndInThePath()
