@@ -54,7 +54,8 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("kept");
         const QByteArray claim = "<x pdfaid:part=\"1\">a<pdfaid:part>1</pdfaid:part>b</x>";
         const QByteArray rest = "<x >ab</x>";
-        QTest::newRow("plain") << claim << rest;
+        for (const char* const standard : {"pdfaid", "pdfuaid", "pdfxid", "pdfvtid"})
+            QTest::newRow(standard) << QByteArray(claim).replace("pdfaid", standard) << rest;
         const int count = 1 << 17;
         for (const char* const noise :
              {"<pdfaid:", " pdfaid:", "</pdfaid:", "<pdfaid:a ", " pdfaid:a=", "<pdfaid:a>"}) {
