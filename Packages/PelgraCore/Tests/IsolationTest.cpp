@@ -163,6 +163,18 @@ private Q_SLOTS:
         QVERIFY(workers().empty());
     }
 
+    void aWorkerKnowsLittleOfItsSurroundings()
+    {
+        // With these, whatever is started tells what it loaded.
+        const TemporaryFolder folder;
+        qputenv("LD_DEBUG", "files");
+        qputenv("LD_DEBUG_OUTPUT", (folder / "loaded").c_str());
+        Engine::convert(write(folder, "a.png", pngSample(rampPicture(8, 6))), FileFormat::bmp, {});
+        qunsetenv("LD_DEBUG");
+        qunsetenv("LD_DEBUG_OUTPUT");
+        QCOMPARE(folder.names(), (std::vector<std::string>{"a.bmp", "a.png"}));
+    }
+
     void aWarmWorkerIsTakenAndAnIdleOneGoes()
     {
         Isolation::warmUp(1);
