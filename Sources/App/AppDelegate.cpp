@@ -163,8 +163,7 @@ void AppDelegate::wireMonitor()
         cancelDrag();
     };
     m_platform.onShortcut = [this](bool isForTools) {
-        const WheelKeys keys = m_preferences.wheelKeys();
-        m_platform.tapped(flagOf(isForTools ? keys.tools : keys.convert));
+        m_platform.tapped(tapFlagOf(isForTools ? WheelKind::tools : WheelKind::convert));
     };
     m_platform.onShortcutsAnswered = [this](bool areGiven) {
         m_preferences.setUsesShortcuts(areGiven);
@@ -176,10 +175,7 @@ void AppDelegate::wireMonitor()
 void AppDelegate::listenToTaps()
 {
     m_taps = std::make_unique<TapSocket>();
-    connect(m_taps.get(), &TapSocket::tapped, this, [this](WheelKind kind) {
-        const WheelKeys keys = m_preferences.wheelKeys();
-        m_platform.tapped(flagOf(kind == WheelKind::convert ? keys.convert : keys.tools));
-    });
+    connect(m_taps.get(), &TapSocket::tapped, this, [this](WheelKind kind) { m_platform.tapped(tapFlagOf(kind)); });
 }
 
 void AppDelegate::handle(const DragEvent& event)

@@ -14,7 +14,7 @@ struct SessionStarted {
     bool operator==(const SessionStarted&) const = default;
 };
 
-/// The key bound to this wheel went down during the session.
+/// The key bound to this wheel, or what stands for it, went down during the session.
 struct KeyTapped {
     WheelKind kind;
     bool operator==(const KeyTapped&) const = default;

@@ -43,11 +43,12 @@ void DragMonitor::tick()
     const WheelKeys bound = keys();
     machine.convertFlag = flagOf(bound.convert);
     machine.toolsFlag = flagOf(bound.tools);
-    m_source.setTapFlags(machine.convertFlag | machine.toolsFlag);
+    m_source.setTapFlags(machine.convertFlag | machine.toolsFlag | tapFlagOf(WheelKind::convert)
+                         | tapFlagOf(WheelKind::tools));
     m_source.refresh();
     const std::vector<DragEvent> events =
         machine.step(m_source.changeCount(), m_source.primaryButton() == ButtonState::down,
-                     m_source.modifierFlags() & relevantModifierFlags, [this] { return m_source.fileURLs(); });
+                     m_source.modifierFlags() & relevantTapFlags, [this] { return m_source.fileURLs(); });
     for (const DragEvent& event : events)
         Q_EMIT happened(event);
 }

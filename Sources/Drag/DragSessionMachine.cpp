@@ -5,7 +5,7 @@ namespace Pelgra {
 std::vector<DragEvent> DragSessionMachine::step(std::int64_t changeCount, bool buttonDown, ModifierFlags flags,
                                                 const FileReader& fileURLs)
 {
-    const ModifierFlags relevantFlags = flags & relevantModifierFlags;
+    const ModifierFlags relevantFlags = flags & relevantTapFlags;
     std::vector<DragEvent> events;
     if (!lastChangeCount)
         lastChangeCount = changeCount; // a drag older than the first sample is never picked up
@@ -35,10 +35,13 @@ std::vector<DragEvent> DragSessionMachine::stepInSession(std::int64_t changeCoun
 
 std::vector<DragEvent> DragSessionMachine::tapsOf(ModifierFlags pressed) const
 {
+    const auto isPressed = [pressed](ModifierFlags flag) {
+        return flag != 0 && (pressed & flag) == flag;
+    };
     std::vector<DragEvent> events;
-    if (convertFlag != 0 && (pressed & convertFlag) == convertFlag)
+    if (isPressed(convertFlag) || isPressed(tapFlagOf(WheelKind::convert)))
         events.emplace_back(KeyTapped{WheelKind::convert});
-    if (toolsFlag != 0 && toolsFlag != convertFlag && (pressed & toolsFlag) == toolsFlag)
+    if ((isPressed(toolsFlag) && toolsFlag != convertFlag) || isPressed(tapFlagOf(WheelKind::tools)))
         events.emplace_back(KeyTapped{WheelKind::tools});
     return events;
 }

@@ -11,6 +11,16 @@
 
 namespace Pelgra {
 
+/// A flag beside those of the modifiers: a tap that opens this wheel, whatever key does.
+constexpr ModifierFlags tapFlagOf(WheelKind kind)
+{
+    return ModifierFlags{1} << (kind == WheelKind::convert ? 32 : 33);
+}
+
+/// All that may count in a sample.
+inline constexpr ModifierFlags relevantTapFlags =
+    relevantModifierFlags | tapFlagOf(WheelKind::convert) | tapFlagOf(WheelKind::tools);
+
 /// The rules that turn samples of the global input state into drag events. A plain value; knows no clock and no
 /// desktop.
 struct DragSessionMachine {

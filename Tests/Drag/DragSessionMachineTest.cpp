@@ -75,6 +75,12 @@ private Q_SLOTS:
             << Samples{idle, {2, true}, {2, true}, begin, {2, false}} << std::string("...+2.-.");
         QTest::newRow("a drag without files ends quietly")
             << Samples{idle, {2, true}, {2, false}, {2, true, 0, photos}} << std::string("....");
+        QTest::newRow("a tap may name its wheel") << Samples{idle,
+                                                             begin,
+                                                             {2, true, tapFlagOf(WheelKind::tools)},
+                                                             {2, true, tapFlagOf(WheelKind::convert)},
+                                                             {2, true, shift | tapFlagOf(WheelKind::convert)}}
+                                                  << std::string(".+2.T.C.C.");
         QTest::newRow("a key held before the drag taps only when pressed again")
             << Samples{{1, false, shift}, {2, true, shift, photos}, {2, true, shift}, {2, true}, {2, true, shift}}
             << std::string(".+2...C.");
