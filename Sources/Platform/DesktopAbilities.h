@@ -19,6 +19,8 @@ struct DesktopAbilities {
 
     bool seesDrags = false; ///< that files are dragged in any program
     bool seesKeys = false; ///< which keys go down meanwhile
+    bool seesFiles = true; ///< which files, before a drag comes over a surface of ours
+    bool seesPointer = true; ///< where the pointer is meanwhile
     Step step = Step::none;
     Step otherStep = Step::none; ///< does as well
     /// Where the keys themselves are not seen, the shortcuts that open the wheels instead, in the desktop's words.

@@ -19,6 +19,12 @@ enum class ButtonState {
     unseen, ///< the desktop does not tell
 };
 
+/// What is known at its beginning of a drag that has to be looked for.
+struct DragSign {
+    bool isWithinReach = true; ///< a surface of ours could catch it
+    std::optional<std::vector<std::filesystem::path>> files; ///< nothing where the desktop does not tell
+};
+
 /// The global state that reveals drags between any applications of the desktop. One per process, main thread only.
 /// Nothing here ever waits for the application that drags.
 class DragSource {
@@ -51,6 +57,9 @@ public:
     /// when the drag comes over a surface of ours), and for drags without files.
     virtual std::vector<std::filesystem::path> fileURLs() = 0;
 
+    /// Whether fileURLs() tells before the drag comes over a surface of ours.
+    virtual bool tellsFiles() const { return true; }
+
     /// Where the pointer is now, in Qt's global logical coordinates (y down); nothing where the desktop does not tell.
     virtual std::optional<QPoint> pointer() const = 0;
 
@@ -61,6 +70,10 @@ public:
     /// Something happened that deserves a sample at once: a modifier went down or the files became known. May be
     /// called at any time except inside refresh().
     std::function<void()> onNews;
+
+    /// Where drags have to be looked for: somebody has begun one, and its files are known if they ever are. May be
+    /// called inside refresh().
+    std::function<void(const DragSign& sign)> onSign;
 
     /// A drag was cancelled with the button still down: by Escape, or because its source has gone. Drops of this drag
     /// are refused from now on.

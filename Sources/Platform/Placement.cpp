@@ -25,4 +25,18 @@ void place(QWidget& window, QRect geometry)
         window.setGeometry(geometry);
 }
 
+void placeAtEdge(QWidget& window, QSize size, int distance)
+{
+    if (followed)
+        followed->placeAtEdge(window, size, distance);
+    else
+        window.resize(size);
+}
+
+void setInputArea(QWidget& window, const QPainterPath& area)
+{
+    if (followed)
+        followed->setInputArea(window, area);
+}
+
 } // namespace Pelgra::Placement

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QRect>
+#include <QSize>
 
+class QPainterPath;
 class QWidget;
 
 namespace Pelgra {
@@ -16,6 +18,12 @@ void follow(Platform* platform);
 
 /// See Platform::place.
 void place(QWidget& window, QRect geometry);
+
+/// See Platform::placeAtEdge.
+void placeAtEdge(QWidget& window, QSize size, int distance);
+
+/// See Platform::setInputArea.
+void setInputArea(QWidget& window, const QPainterPath& area);
 
 } // namespace Placement
 

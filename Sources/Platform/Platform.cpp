@@ -4,14 +4,19 @@
 #include "Platform/Null/NullPlatform.h"
 #include "Platform/PlatformChoice.h"
 #include "Platform/Pointer.h"
+#include "Platform/ShapePixels.h"
 #include "Platform/X11/X11Platform.h"
 #if PELGRA_LAYERS
 #include "Platform/Wayland/CompositorOffer.h"
 #include "Platform/Wayland/WaylandPlatform.h"
 #endif
 
+#include <QGuiApplication>
 #include <QMenu>
+#include <QPainterPath>
+#include <QScreen>
 #include <QWidget>
+#include <QWindow>
 
 namespace Pelgra {
 
@@ -44,6 +49,20 @@ bool Platform::chooseForToolkit()
 void Platform::place(QWidget& window, QRect geometry)
 {
     window.setGeometry(geometry);
+}
+
+void Platform::placeAtEdge(QWidget& window, QSize size, int distance)
+{
+    const QScreen* const screen = QGuiApplication::primaryScreen();
+    const QRect area = screen ? screen->availableGeometry() : QRect(QPoint(), size);
+    const int x = area.x() + area.width() - distance - size.width();
+    place(window, QRect(QPoint(x, area.center().y() - size.height() / 2), size));
+}
+
+void Platform::setInputArea(QWidget& window, const QPainterPath& area)
+{
+    if (QWindow* const native = window.windowHandle())
+        native->setMask(pixelsOf(area, window.size(), 1)); // in logical pixels there
 }
 
 void Platform::findPointer(std::function<void(QPoint)> found)

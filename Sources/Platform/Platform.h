@@ -5,6 +5,7 @@
 #include "Platform/WheelSurface.h"
 
 #include <QRect>
+#include <QSize>
 
 #include <functional>
 #include <memory>
@@ -50,6 +51,14 @@ public:
     /// The geometry is in Qt's global logical coordinates.
     virtual void place(QWidget& window, QRect geometry);
 
+    /// The same so far from the right edge of the screen, for windows that belong near a pointer whose place is not
+    /// told: of the screen that has it, where the desktop sees to that, else of the main one.
+    virtual void placeAtEdge(QWidget& window, QSize size, int distance);
+
+    /// Which part of a small window of ours pointer and drags hit, in its logical pixels; the rest belongs to what lies
+    /// below. To be told again when the window is shown.
+    virtual void setInputArea(QWidget& window, const QPainterPath& area);
+
     /// Calls back once with the place of the pointer, at once where it is known; else the desktop is asked, which may
     /// take a moment. A place in the middle of a screen when there is no answer.
     virtual void findPointer(std::function<void(QPoint)> found);
@@ -59,6 +68,9 @@ public:
 
     /// Keys that open a wheel were tapped, as somebody else saw it, such as a key binding of the compositor.
     virtual void tapped(ModifierFlags) { }
+
+    /// A wheel is wanted for the drag under way, where that has to be looked for: as after tapped(), but by no key.
+    virtual void lookForDrag(ModifierFlags) { }
 
     /// Does what abilities() proposes, as far as a program can.
     virtual void takeStep(DesktopAbilities::Step step);

@@ -2,6 +2,7 @@
 
 #include "Drag/DragMonitor.h"
 #include "FakeDragSource.h"
+#include "Platform/Sampling/CompositeDragSource.h"
 
 #include <QTest>
 
@@ -159,6 +160,31 @@ private Q_SLOTS:
         desktop.press(0);
         desktop.press(shiftFlag);
         QVERIFY(desktop.catcher.isSpread);
+    }
+
+    void tellsOnceOfADragThatBeganAndOfItsFilesWhereTheyAreTold()
+    {
+        Desktop desktop;
+        CompositeDragSource whole({&desktop.source}); // which hands it on
+        QString signs;
+        whole.onSign = [&signs](const DragSign& sign) {
+            signs += !sign.isWithinReach ? "far;" : sign.files ? QString("%1;").arg(sign.files->size()) : "any;";
+        };
+        desktop.source.refresh();
+        ++desktop.watched.count;
+        desktop.source.refresh();
+        QCOMPARE(signs, QString()); // not known yet
+        desktop.watched.files = {"/a.png", "/b.png"};
+        desktop.source.refresh();
+        desktop.source.refresh();
+        QCOMPARE(signs, QString("2;"));
+        desktop.watched.telling = false;
+        ++desktop.watched.count;
+        desktop.source.refresh();
+        desktop.watched.reachable = false;
+        ++desktop.watched.count;
+        desktop.source.refresh();
+        QCOMPARE(signs, QString("2;any;far;"));
     }
 
     void aDragThatWentAwayIsFoundAgain()

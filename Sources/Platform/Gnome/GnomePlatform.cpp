@@ -117,6 +117,7 @@ DesktopAbilities GnomePlatform::abilities() const
         abilities.convertShortcut = m_shortcuts.convertTrigger().toStdString();
         abilities.toolsShortcut = m_shortcuts.toolsTrigger().toStdString();
     }
+    abilities.seesPointer = false;
     abilities.missing.emplace_back("the extension of GNOME Shell, which tells of keys");
     abilities.step = extension == ExtensionDragSource::State::off ? Step::enableExtension : Step::none;
     abilities.otherStep = m_shortcuts.isBound() ? Step::none : Step::bindShortcuts;

@@ -24,9 +24,11 @@ public:
     WheelSurface& wheelSurface() override { return m_catcher; }
     bool hasTray() const override { return m_x11->hasTray(); }
     void setOutline(QWidget& window, const QPainterPath& outline) override { m_x11->setOutline(window, outline); }
+    void setInputArea(QWidget& window, const QPainterPath& area) override { m_x11->setInputArea(window, area); }
     DesktopAbilities abilities() const override;
     void findPointer(std::function<void(QPoint)> found) override { m_catcher.findPointer(std::move(found)); }
     void tapped(ModifierFlags flags) override { m_taps.tap(flags); }
+    void lookForDrag(ModifierFlags flags) override { m_taps.tap(flags); }
     void takeStep(DesktopAbilities::Step step) override;
     void useShortcuts() override { m_shortcuts.bind(); }
 

@@ -19,6 +19,10 @@ CompositeDragSource::CompositeDragSource(std::vector<DragSource*> sources)
             if (onCancelled)
                 onCancelled();
         };
+        source->onSign = [this](const DragSign& sign) {
+            if (onSign)
+                onSign(sign);
+        };
     }
 }
 
@@ -27,6 +31,7 @@ CompositeDragSource::~CompositeDragSource()
     for (const Part& part : m_parts) {
         part.source->onNews = nullptr;
         part.source->onCancelled = nullptr;
+        part.source->onSign = nullptr;
     }
 }
 

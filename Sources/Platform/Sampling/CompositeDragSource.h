@@ -21,6 +21,7 @@ public:
     ModifierFlags modifierFlags() const override;
     ModifierFlags modifierFlagsNow() override;
     std::vector<std::filesystem::path> fileURLs() override;
+    bool tellsFiles() const override { return m_current->tellsFiles(); }
     std::optional<QPoint> pointer() const override;
     void setTapFlags(ModifierFlags flags) override;
 

@@ -54,11 +54,13 @@ void DiscoveringDragSource::refresh()
     const DragDiscovery::Time now = m_clock();
     const std::int64_t count = m_watched.changeCount();
     if (std::exchange(m_watchedCount, count) != count) {
+        m_isSignUntold = true;
         if (m_watched.isWithinReach())
             m_discovery.dragMayHaveBegun(now);
         else
             m_discovery.dragOutOfReachBegan();
     }
+    tellOfSign();
     const ModifierFlags flags = m_watched.modifierFlags();
     const ModifierFlags pressed = flags & ~std::exchange(m_watchedFlags, flags) & m_tapFlags;
     m_discovery.pressed(pressed, now);
@@ -72,6 +74,21 @@ void DiscoveringDragSource::refresh()
         m_catcher.fold();
     if (wasSpread && !m_isSpread && !std::exchange(m_isFound, false) && onNothingFound)
         onNothingFound();
+}
+
+void DiscoveringDragSource::tellOfSign()
+{
+    if (!m_isSignUntold)
+        return;
+    DragSign sign{m_watched.isWithinReach(), std::nullopt};
+    if (sign.isWithinReach && m_watched.tellsFiles()) {
+        sign.files = m_watched.fileURLs();
+        if (sign.files->empty())
+            return; // they may become known a little later
+    }
+    m_isSignUntold = false;
+    if (onSign)
+        onSign(sign);
 }
 
 /// What was found, or has ended, is told at once: the next sample of the clock may be thirty milliseconds off.

@@ -36,6 +36,7 @@ public:
 private:
     void follow();
     void ended(DragDiscovery::End end);
+    void tellOfSign();
 
     DragSource& m_watched;
     DragCatcher& m_catcher;
@@ -49,6 +50,7 @@ private:
     std::optional<QPoint> m_pointer;
     bool m_isSpread = false;
     bool m_isFound = false; ///< by the surface that is spread
+    bool m_isSignUntold = false;
 };
 
 } // namespace Pelgra

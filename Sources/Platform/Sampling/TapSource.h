@@ -10,14 +10,10 @@ class TapSource final : public DragSource {
 public:
     void tap(ModifierFlags flags)
     {
-        m_wasTapped = true;
         m_latch.press(flags);
         if (onNews)
             onNews();
     }
-
-    /// Whether any tap has come so far.
-    bool wasTapped() const { return m_wasTapped; }
 
     void refresh() override { m_flags = m_latch.nextSample(); }
     std::int64_t changeCount() const override { return 0; }
@@ -30,7 +26,6 @@ public:
 private:
     PressLatch m_latch;
     ModifierFlags m_flags = 0; ///< of the latest sample
-    bool m_wasTapped = false;
 };
 
 } // namespace Pelgra

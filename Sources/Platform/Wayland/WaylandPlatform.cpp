@@ -83,17 +83,19 @@ DesktopAbilities WaylandPlatform::abilities() const
     abilities.compositor = compositorName();
     abilities.surfaces = "layer surface";
     abilities.seesDrags = m_xwayland != nullptr;
+    abilities.seesFiles = false;
+    abilities.seesPointer = false;
     // Others than KWin keep the keys of their own programs from the X server.
     const bool couldShowKeys = m_xwayland && m_xwayland->canSeeKeys() && abilities.compositor.starts_with("kwin");
     const bool showsKeys = couldShowKeys && !isToldToHideKeys();
-    abilities.seesKeys = showsKeys || m_keyState || m_taps.wasTapped();
+    abilities.seesKeys = showsKeys || m_keyState || m_hasBindings;
     if (m_xwayland)
         abilities.sources.emplace_back(showsKeys ? "Xwayland (beginnings and keys)" : "Xwayland (beginnings)");
     else
         abilities.missing.emplace_back("an X server beside the compositor (Xwayland)");
     if (m_keyState)
         abilities.sources.emplace_back("key state of KWin");
-    if (m_taps.wasTapped())
+    if (m_hasBindings)
         abilities.sources.emplace_back("key bindings of the compositor");
     if (!abilities.seesKeys && couldShowKeys) {
         abilities.missing.emplace_back("leave for X11 programs to see the keys");
@@ -121,6 +123,27 @@ void WaylandPlatform::place(QWidget& window, QRect geometry)
     const QPoint corner = geometry.topLeft() - screen->geometry().topLeft();
     layer->setMargins({corner.x(), corner.y(), 0, 0});
     window.resize(geometry.size());
+}
+
+void WaylandPlatform::tapped(ModifierFlags flags)
+{
+    m_hasBindings = true;
+    m_taps.tap(flags);
+}
+
+void WaylandPlatform::placeAtEdge(QWidget& window, QSize size, int distance)
+{
+    window.resize(size);
+    window.winId();
+    auto* const layer = LayerShellQt::Window::get(window.windowHandle());
+    layer->setLayer(LayerShellQt::Window::LayerOverlay);
+    layer->setAnchors(LayerShellQt::Window::AnchorRight);
+    layer->setMargins({0, 0, distance, 0});
+    layer->setExclusiveZone(0); // counted from the panels of the desktop
+    layer->setKeyboardInteractivity(LayerShellQt::Window::KeyboardInteractivityNone);
+    layer->setScope(QStringLiteral("pelgra-targets"));
+    layer->setScreenConfiguration(LayerShellQt::Window::ScreenFromCompositor);
+    layer->setCloseOnDismissed(false);
 }
 
 } // namespace Pelgra

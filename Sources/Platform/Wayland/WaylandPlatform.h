@@ -26,9 +26,11 @@ public:
     void setOutline(QWidget&, const QPainterPath&) override { } // windows are translucent, and get no shadow
     DesktopAbilities abilities() const override;
     void place(QWidget& window, QRect geometry) override;
+    void placeAtEdge(QWidget& window, QSize size, int distance) override;
     void findPointer(std::function<void(QPoint)> found) override { m_stage.findPointer(std::move(found)); }
     void popUp(QMenu& menu) override { m_stage.popUp(menu); }
-    void tapped(ModifierFlags flags) override { m_taps.tap(flags); }
+    void tapped(ModifierFlags flags) override;
+    void lookForDrag(ModifierFlags flags) override { m_taps.tap(flags); }
 
 private:
     explicit WaylandPlatform(CompositorOffer offer);
@@ -37,6 +39,7 @@ private:
 
     NullDragSource m_nobody;
     TapSource m_taps;
+    bool m_hasBindings = false; ///< of the compositor: one of them has tapped
     std::unique_ptr<KeyStateSource> m_keyState; ///< null where KWin does not trust this program
     std::unique_ptr<XwaylandWatcher> m_xwayland; ///< null without Xwayland
     CompositeDragSource m_watched;

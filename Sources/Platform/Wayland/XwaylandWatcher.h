@@ -30,6 +30,7 @@ public:
     ModifierFlags modifierFlags() const override { return m_flags; }
     ModifierFlags modifierFlagsNow() override;
     std::vector<std::filesystem::path> fileURLs() override { return {}; }
+    bool tellsFiles() const override { return false; }
     std::optional<QPoint> pointer() const override { return std::nullopt; }
     void setTapFlags(ModifierFlags flags) override { m_tapFlags = flags; }
 

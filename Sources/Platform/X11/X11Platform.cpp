@@ -76,6 +76,16 @@ void X11Platform::setOutline(QWidget& window, const QPainterPath& outline)
     xcb_flush(m_toolkitConnection);
 }
 
+void X11Platform::setInputArea(QWidget& window, const QPainterPath& area)
+{
+    const auto native = static_cast<xcb_window_t>(window.internalWinId());
+    if (native == XCB_WINDOW_NONE)
+        return;
+    WindowOutline::setShape(m_toolkitConnection, native, XCB_SHAPE_SK_INPUT,
+                            pixelsOf(area, window.size(), window.devicePixelRatioF()));
+    xcb_flush(m_toolkitConnection);
+}
+
 DesktopAbilities X11Platform::abilities() const
 {
     // A compositor of Wayland shows an X server its own programs' drags at most from their beginning.

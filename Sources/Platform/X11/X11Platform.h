@@ -24,6 +24,7 @@ public:
     X11WheelSurface& wheelSurface() override { return m_wheelSurface; }
     bool hasTray() const override;
     void setOutline(QWidget& window, const QPainterPath& outline) override;
+    void setInputArea(QWidget& window, const QPainterPath& area) override;
     DesktopAbilities abilities() const override;
 
     xcb_connection_t* toolkitConnection() const { return m_toolkitConnection; }
