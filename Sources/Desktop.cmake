@@ -20,7 +20,7 @@ set(PELGRA_UPDATE_FEED "" CACHE STRING "Address (https) of the appcast of new ve
 set(PELGRA_UPDATE_PUBLIC_KEY "REPLACE_WITH_PUBLIC_KEY" CACHE STRING "Base64 of the Ed25519 key that signs the appcast")
 
 # Files named here need no QObject, no screen and no event loop; tools/check-layering.py holds them to it.
-set(logic Drag/DragSessionMachine.cpp Wheel/WheelPetal.cpp Wheel/WheelLayout.cpp ToolWindows/Reordering/Reordering.cpp
+set(logic Drag/DragSessionMachine.cpp Wheel/WheelPetal.cpp Wheel/WheelLayout.cpp Wheel/TargetRules.cpp ToolWindows/Reordering/Reordering.cpp
     ToolWindows/Pages/PageEdits.cpp
     Settings/ModifierKey.cpp Support/Formatters.cpp Platform/PlatformChoice.cpp
     Platform/Sampling/DragDiscovery.cpp Platform/Sampling/DiscoveringDragSource.cpp

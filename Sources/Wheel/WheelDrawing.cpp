@@ -40,6 +40,12 @@ QColor frost(bool isCompositing)
     return QColor::fromRgbF(0.80F, 0.82F, 0.85F, isCompositing ? 0.86F : 1.0F);
 }
 
+/// Along the edge of a window that is cut to its shape; without, the cut would look like a fault.
+QPen hardEdge()
+{
+    return {QColor(140, 146, 158), 3};
+}
+
 /// A soft shadow outside the ring and, fainter, in its hole; it ends at the edge of the view.
 void paintRingShadow(QPainter& painter, const WheelLayout& layout, QPointF center, double viewRadius)
 {
@@ -115,6 +121,18 @@ QFont largestLabelFont()
     return systemFont(17, QFont::Bold, 0.6);
 }
 
+/// A symbol above a line of text, both together centred on a point.
+void paintSymbolAndText(QPainter& painter, const QPixmap& symbol, double gap, const QString& text, const QFont& font,
+                        const QColor& color, QPointF center)
+{
+    const double scale = painter.device()->devicePixelRatioF();
+    const QSizeF symbolSize = symbol.deviceIndependentSize();
+    const double textHeight = textSize(text, font).height();
+    const double top = center.y() - (symbolSize.height() + gap + textHeight) / 2;
+    painter.drawPixmap(onDevicePixels({center.x() - symbolSize.width() / 2, top}, scale), symbol);
+    paintCentredText(painter, text, font, color, {center.x(), top + symbolSize.height() + gap + textHeight / 2});
+}
+
 void paintLabel(QPainter& painter, const WheelPetal& petal, QPointF center, bool isDense, bool isHighlighted)
 {
     const QColor color = black(isHighlighted ? 1 : 0.86);
@@ -132,12 +150,7 @@ void paintLabel(QPainter& painter, const WheelPetal& petal, QPointF center, bool
         paintCentredText(painter, petal.label(), font, color, center);
         return;
     }
-    const QSizeF symbolSize = symbol.deviceIndependentSize();
-    const double textHeight = textSize(petal.label(), font).height();
-    const double top = center.y() - (symbolSize.height() + gap + textHeight) / 2;
-    painter.drawPixmap(onDevicePixels({center.x() - symbolSize.width() / 2, top}, scale), symbol);
-    paintCentredText(painter, petal.label(), font, color,
-                     {center.x(), top + symbolSize.height() + gap + textHeight / 2});
+    paintSymbolAndText(painter, symbol, gap, petal.label(), font, color, center);
 }
 
 QFont emptyMessageFont()
@@ -217,10 +230,9 @@ void paintBackdrop(QPainter& painter, const WheelContent& content, const QRectF&
         }
         painter.fillPath(activePath(content, bounds), frost(true));
     } else {
-        // The window's shape cuts this down to what the wheel covers. A line along its hard edge makes that look
-        // intended.
+        // The window's shape cuts this down to what the wheel covers.
         painter.fillRect(bounds, frost(false));
-        painter.strokePath(activePath(content, bounds), QPen(QColor(140, 146, 158), 3));
+        painter.strokePath(activePath(content, bounds), hardEdge());
     }
 }
 
@@ -260,6 +272,32 @@ void paintWheel(QPainter& painter, const WheelContent& content, const QRectF& bo
                    layout.isDense(), petal == content.highlightedIndex);
     }
     WheelCentre::paint(painter, content, bounds.center());
+}
+
+void paintTarget(QPainter& painter, WheelKind kind, const QRectF& circle, bool isCompositing)
+{
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform);
+    const bool isConvert = kind == WheelKind::convert;
+    QPainterPath outline;
+    outline.addEllipse(circle);
+    if (isCompositing)
+        SoftShadow{black(0.25), {0, 1.5}, 8}.paint(painter, circle, circle.width() / 2);
+    painter.fillPath(outline, frost(isCompositing));
+    QLinearGradient shine(circle.topLeft(), circle.bottomLeft());
+    shine.setColorAt(0, white(0.74));
+    shine.setColorAt(1, white(0.62));
+    painter.fillPath(outline, shine);
+    const QColor tint = isConvert ? QColor::fromRgbF(1, 0.86F, 0.8F) : QColor::fromRgbF(0.86F, 0.85F, 0.98F);
+    painter.fillPath(outline, withAlpha(tint, 0.3));
+    painter.setPen(isCompositing ? QPen(white(0.7), 1) : hardEdge());
+    painter.setBrush(Qt::NoBrush);
+    painter.drawEllipse(circle.adjusted(0.5, 0.5, -0.5, -0.5));
+
+    const QColor ink = black(0.86);
+    const QString name = isConvert ? QStringLiteral("arrow.left.arrow.right") : QStringLiteral("doc.richtext");
+    paintSymbolAndText(painter, Symbols::pixmap(name, 20, ink, painter.device()->devicePixelRatioF()), 3,
+                       isConvert ? QStringLiteral("CONVERT") : QStringLiteral("TOOLS"),
+                       systemFont(9, QFont::DemiBold, 0.3), ink, circle.center());
 }
 
 } // namespace Pelgra::WheelDrawing

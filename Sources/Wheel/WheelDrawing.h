@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Wheel/WheelContent.h"
+#include "Wheel/WheelKind.h"
 
 #include <QColor>
 #include <QPainterPath>
@@ -33,6 +34,10 @@ QRectF emptyLabelRect(const QString& message, QPointF center);
 /// The part of the view that belongs to the wheel: the ring, or the capsule of an empty wheel. Elsewhere pointer and
 /// drags go to the windows below.
 QPainterPath activePath(const WheelContent& content, const QRectF& bounds);
+
+/// A target that opens this wheel, painted like a petal, with its shadow around the circle. Where nothing composites
+/// the window is cut to the circle.
+void paintTarget(QPainter& painter, WheelKind kind, const QRectF& circle, bool isCompositing);
 
 /// One line of text, centred on a point.
 void paintCentredText(QPainter& painter, const QString& text, const QFont& font, const QColor& color, QPointF center);

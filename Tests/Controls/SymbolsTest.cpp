@@ -13,6 +13,7 @@ private Q_SLOTS:
     void drawsEverySymbolTheApplicationNames()
     {
         QStringList names{"xmark",
+                          "arrow.left.arrow.right",
                           "chevron.up",
                           "chevron.down",
                           "doc.richtext",

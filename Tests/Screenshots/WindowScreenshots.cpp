@@ -2,7 +2,9 @@
 // Usage: pelgra-window-screenshots FOLDER PREFIX
 #include "Jobs/HUDPanel.h"
 #include "Platform/Compositing.h"
+#include "Platform/Placement.h"
 #include "Platform/Platform.h"
+#include "Platform/Pointer.h"
 #include "SampleDesktop.h"
 #include "SampleFiles.h"
 #include "ScreenGrab.h"
@@ -10,6 +12,7 @@
 #include "Support/BackgroundTask.h"
 #include "ToolWindows/Frame/ToolWindow.h"
 #include "ToolWindows/ToolWindowController.h"
+#include "Wheel/WheelTargets.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -117,7 +120,8 @@ public:
             && takePanel("done", HUDDone{QStringLiteral("Holiday 1.png — just like that."), std::nullopt})
             && takePanel("failed", HUDFailed{QStringLiteral("Couldn't make Holiday 1.png"), QStringLiteral("No room.")})
             && takePanel("failed-long",
-                         HUDFailed{QStringLiteral("Couldn't make Report of the year before last Pages"), reason});
+                         HUDFailed{QStringLiteral("Couldn't make Report of the year before last Pages"), reason})
+            && takeTargets();
     }
 
 private:
@@ -223,6 +227,25 @@ private:
         return strip.save(output("panel-" + QByteArray(name)));
     }
 
+    bool takeTargets()
+    {
+        WheelTargets targets;
+        QImage strip;
+        for (int i = 0; i < tileCount; ++i) {
+            const QPoint pointer(i * tile + tile / 2, tile - tile / 4);
+            QCursor::setPos(pointer); // or they would go away from it
+            targets.showBeside(pointer, {WheelKind::convert, WheelKind::tools});
+            if (!waitFor([&] { return targets.windowOpacity() == 1; }))
+                return false;
+            QImage shot = grabSettled({i * tile, 0, tile, tile});
+            shot.setDevicePixelRatio(1);
+            if (strip.isNull())
+                strip = QImage(shot.width() * tileCount, shot.height(), QImage::Format_RGB32);
+            QPainter(&strip).drawImage(i * shot.width(), 0, shot);
+        }
+        return strip.save(output("targets"));
+    }
+
     QString output(const QByteArray& name) const
     {
         return QDir(m_folder).filePath(
@@ -261,6 +284,8 @@ int main(int argc, char** argv)
         return 1;
     }
     Compositing::follow(platform.get());
+    Placement::follow(platform.get());
+    Pointer::follow(&platform->dragSource());
     Photographer photographer(arguments[1], arguments[2]);
     for (const QString& appearance : {QStringLiteral("light"), QStringLiteral("dark")}) {
         QApplication::setPalette(paletteNamed(appearance));
