@@ -15,6 +15,7 @@
 #include "Support/BackgroundTask.h"
 #include "Support/Logging.h"
 #include "ToolWindows/ToolWindows.h"
+#include "Wheel/TargetRules.h"
 
 #include <QCoreApplication>
 #include <QMessageBox>
@@ -65,6 +66,7 @@ AppDelegate::~AppDelegate()
     Placement::follow(nullptr);
     ThisDesktop::follow(nullptr);
     m_platform.dragSource().onCancelled = nullptr;
+    m_platform.dragSource().onSign = nullptr;
     m_platform.onShortcut = nullptr;
     m_platform.onShortcutsAnswered = nullptr;
     Updater::setCurrent(nullptr);
@@ -79,6 +81,7 @@ void AppDelegate::applicationDidFinishLaunching()
     installStatusMenu();
     wireWheel();
     wireMonitor();
+    wireTargets();
     m_dragMonitor.start();
     listenToTaps();
     qCInfo(applicationLog, "Pelgra launched");
@@ -172,6 +175,28 @@ void AppDelegate::wireMonitor()
         m_platform.useShortcuts();
 }
 
+void AppDelegate::wireTargets()
+{
+    const auto makeAsWanted = [this] {
+        m_targets = m_preferences.showsTargets() ? std::make_unique<WheelTargets>() : nullptr;
+        if (!m_targets)
+            return;
+        connect(m_targets.get(), &WheelTargets::entered, this, [this](WheelKind kind) {
+            if (m_dragMonitor.machine.isActive) {
+                openWheel(kind);
+            } else {
+                m_targets->stepAside();
+                m_platform.lookForDrag(tapFlagOf(kind));
+            }
+        });
+    };
+    connect(&m_preferences, &Preferences::showsTargetsChanged, this, makeAsWanted);
+    makeAsWanted();
+    m_platform.dragSource().onSign = [this](const DragSign& sign) {
+        QMetaObject::invokeMethod(this, [this, sign] { offerTargetsAtEdge(sign); }, Qt::QueuedConnection);
+    };
+}
+
 void AppDelegate::listenToTaps()
 {
     m_taps = std::make_unique<TapSocket>();
@@ -182,25 +207,63 @@ void AppDelegate::handle(const DragEvent& event)
 {
     if (const auto* started = std::get_if<SessionStarted>(&event)) {
         qCInfo(dragLog, "Drag session started with %zu file(s)", started->files.size());
+        // Later: a drag that was looked for has its wheel in a moment.
+        QMetaObject::invokeMethod(this, &AppDelegate::offerTargets, Qt::QueuedConnection);
     } else if (const auto* tapped = std::get_if<KeyTapped>(&event)) {
-        if (m_wheel.isInteractive())
-            m_wheel.hide(); // its petals are for other files
-        if (m_wheel.isVisible()) {
-            m_wheel.switchTo(tapped->kind);
-        } else {
-            warmUpWorkers();
-            m_wheel.show(tapped->kind, m_dragMonitor.machine.urls, Pointer::place(), false);
-        }
+        openWheel(tapped->kind);
     } else {
         qCInfo(dragLog, "Drag session ended");
+        dismissTargets();
         m_wheel.hide();
         m_isDropAwaited.start(longestWaitForDrop);
     }
 }
 
+void AppDelegate::openWheel(WheelKind kind)
+{
+    dismissTargets();
+    if (m_wheel.isInteractive())
+        m_wheel.hide(); // its petals are for other files
+    if (m_wheel.isVisible()) {
+        m_wheel.switchTo(kind);
+        return;
+    }
+    warmUpWorkers();
+    m_wheel.show(kind, m_dragMonitor.machine.urls, Pointer::place(), false);
+}
+
+void AppDelegate::offerTargets()
+{
+    if (!m_targets || !m_dragMonitor.machine.isActive || m_wheel.isVisible())
+        return;
+    const std::vector<WheelKind> kinds = TargetRules::kindsFor(m_dragMonitor.machine.urls);
+    if (const std::optional<QPoint> pointer = m_platform.dragSource().pointer())
+        m_targets->showBeside(*pointer, kinds);
+    else
+        m_targets->showAtEdge(kinds);
+}
+
+void AppDelegate::offerTargetsAtEdge(const DragSign& sign)
+{
+    if (!m_targets)
+        return;
+    if (!sign.isWithinReach)
+        m_targets->dismiss();
+    else
+        m_targets->showAtEdge(sign.files ? TargetRules::kindsFor(*sign.files)
+                                         : std::vector{WheelKind::convert, WheelKind::tools});
+}
+
+void AppDelegate::dismissTargets()
+{
+    if (m_targets)
+        m_targets->dismiss();
+}
+
 void AppDelegate::cancelDrag()
 {
     m_dragMonitor.machine.cancel();
+    dismissTargets();
     m_wheel.hide();
     m_isDropAwaited.start(longestWaitForDrop);
 }

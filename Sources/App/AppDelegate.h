@@ -6,6 +6,7 @@
 #include "Drag/DragMonitor.h"
 #include "Jobs/JobRunner.h"
 #include "Wheel/WheelController.h"
+#include "Wheel/WheelTargets.h"
 
 #include <QMessageBox>
 #include <QObject>
@@ -57,10 +58,16 @@ private:
     void installUpdater();
     void wireWheel();
     void wireMonitor();
+    void wireTargets();
     void listenToTaps();
     void installStatusMenu();
     void handle(const DragEvent& event);
     void cancelDrag();
+    /// For the drag under way.
+    void openWheel(WheelKind kind);
+    void offerTargets();
+    void offerTargetsAtEdge(const DragSign& sign);
+    void dismissTargets();
     /// An interactive wheel.
     void showAtPointer(WheelKind kind, const Files& files);
     void showPostponed();
@@ -70,6 +77,7 @@ private:
     Platform& m_platform;
     DragMonitor m_dragMonitor;
     WheelController m_wheel;
+    std::unique_ptr<WheelTargets> m_targets; ///< null unless wanted
     DebugWheel m_debugWheel;
     Quitting m_quitting;
     std::unique_ptr<TapSocket> m_taps;

@@ -103,7 +103,9 @@ void tellGesture(Lines& lines, const DesktopAbilities& abilities)
     for (const auto& [name, value] : abilities.details)
         lines.add(name, value);
     lines.add("missing", abilities.missing);
-    lines.add("what works", ThisDesktop::sentenceFor(abilities, Preferences::shared().wheelKeys()));
+    lines.add(
+        "what works",
+        ThisDesktop::sentenceFor(abilities, Preferences::shared().wheelKeys(), Preferences::shared().showsTargets()));
 }
 
 /// Everything that is linked, the core's modules included, which are opened for that.

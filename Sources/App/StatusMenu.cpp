@@ -37,6 +37,7 @@ void StatusMenu::installStatusItem()
     connect(m_menu.get(), &QMenu::aboutToShow, this, &StatusMenu::updateMenu);
     connect(&m_preferences, &Preferences::convertKeyChanged, this, &StatusMenu::updateMenu);
     connect(&m_preferences, &Preferences::toolsKeyChanged, this, &StatusMenu::updateMenu);
+    connect(&m_preferences, &Preferences::showsTargetsChanged, this, &StatusMenu::updateMenu);
     connect(&ThisDesktop::changes(), &ThisDesktop::Changes::happened, this, &StatusMenu::updateMenu);
 
     m_statusItem = std::make_unique<QSystemTrayIcon>();
@@ -56,7 +57,8 @@ void StatusMenu::updateMenu()
 {
     const DesktopAbilities abilities = m_platform.abilities();
     m_hintItem->setText(abilities.hasGesture() ? m_preferences.menuHint()
-                                               : ThisDesktop::sentenceFor(abilities, m_preferences.wheelKeys()));
+                                               : ThisDesktop::sentenceFor(abilities, m_preferences.wheelKeys(),
+                                                                          m_preferences.showsTargets()));
     m_platform.dragSource().refresh();
     const ModifierFlags option = flagOf(ModifierKey::option);
     m_debugItem->setVisible((m_platform.dragSource().modifierFlagsNow() & option) == option);

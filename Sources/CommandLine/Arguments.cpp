@@ -107,17 +107,10 @@ private:
     /// Whether the first word belongs to the desktop program: a setting for the run, or an option of it.
     static bool isForTheDesktop(std::string_view word)
     {
-        constexpr std::array<std::string_view, 11> words{"-convertKey",
-                                                         "-toolsKey",
-                                                         "-jpegQuality",
-                                                         "-checkForUpdatesAutomatically",
-                                                         "-PelgraDebugWheel",
-                                                         "-PelgraDebugKind",
-                                                         "-PelgraDebugHighlight",
-                                                         "-ToolWindowsDebug",
-                                                         "--settings",
-                                                         "--background",
-                                                         "--verbose"};
+        constexpr std::array<std::string_view, 12> words{
+            "-convertKey",       "-toolsKey",         "-jpegQuality",     "-checkForUpdatesAutomatically",
+            "-dragTargets",      "-PelgraDebugWheel", "-PelgraDebugKind", "-PelgraDebugHighlight",
+            "-ToolWindowsDebug", "--settings",        "--background",     "--verbose"};
         return std::find(words.begin(), words.end(), word) != words.end();
     }
 

@@ -15,6 +15,7 @@ const QString toolsKeyName = QStringLiteral("toolsKey");
 const QString jpegQualityName = QStringLiteral("jpegQuality");
 const QString checkForUpdatesAutomaticallyName = QStringLiteral("checkForUpdatesAutomatically");
 const QString usesShortcutsName = QStringLiteral("desktopShortcuts");
+const QString showsTargetsName = QStringLiteral("dragTargets");
 
 ModifierKey keyFrom(const QVariant& stored, ModifierKey otherwise)
 {
@@ -55,6 +56,7 @@ Preferences::Preferences(std::unique_ptr<PreferencesStore> store, QObject* paren
     , m_jpegQuality(qualityFrom(m_store->value(jpegQualityName)))
     , m_checkForUpdatesAutomatically(booleanFrom(m_store->value(checkForUpdatesAutomaticallyName), true))
     , m_usesShortcuts(booleanFrom(m_store->value(usesShortcutsName), false))
+    , m_showsTargets(booleanFrom(m_store->value(showsTargetsName), false))
 {
 }
 
@@ -98,6 +100,13 @@ void Preferences::setUsesShortcuts(bool uses)
 {
     if (std::exchange(m_usesShortcuts, uses) != uses)
         store(usesShortcutsName, uses);
+}
+
+void Preferences::setShowsTargets(bool shows)
+{
+    m_showsTargets = shows;
+    Q_EMIT showsTargetsChanged();
+    store(showsTargetsName, shows);
 }
 
 void Preferences::store(const QString& key, const QVariant& value)

@@ -39,6 +39,10 @@ public:
     bool usesShortcuts() const { return m_usesShortcuts; }
     void setUsesShortcuts(bool uses);
 
+    /// Whether targets that open a wheel appear while files are dragged, for those who have no key at hand.
+    bool showsTargets() const { return m_showsTargets; }
+    void setShowsTargets(bool shows);
+
     /// What the settings were loaded from, for the keys that only debugging uses.
     const PreferencesStore& store() const { return *m_store; }
 
@@ -53,6 +57,7 @@ Q_SIGNALS:
     void toolsKeyChanged();
     void jpegQualityChanged();
     void checkForUpdatesAutomaticallyChanged();
+    void showsTargetsChanged();
 
     /// Whether the latest change is kept beyond the end of the process.
     void stored(bool isKept);
@@ -66,6 +71,7 @@ private:
     double m_jpegQuality;
     bool m_checkForUpdatesAutomatically;
     bool m_usesShortcuts;
+    bool m_showsTargets;
 };
 
 } // namespace Pelgra

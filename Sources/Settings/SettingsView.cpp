@@ -163,6 +163,13 @@ QWidget* SettingsView::makeKeys()
     form->addRow(QStringLiteral("Convert key"), m_convertKey);
     form->addRow(QStringLiteral("Tools key"), m_toolsKey);
     form->addRow(m_sameKey);
+    m_targets = new QCheckBox(QStringLiteral("Show targets while dragging"), section);
+    m_targets->setObjectName(QStringLiteral("dragTargets"));
+    connect(m_targets, &QCheckBox::clicked, m_preferences, &Preferences::setShowsTargets);
+    m_targetsNote = makeNote(QString(), section);
+    m_targetsNote->setObjectName(QStringLiteral("dragTargetsNote"));
+    form->addRow(m_targets);
+    form->addRow(m_targetsNote);
     stack->addWidget(section);
     stack->addWidget(
         makeNote(QStringLiteral("Start dragging a file, then tap a key. The wheel stays open until you drop."), whole));
@@ -250,6 +257,7 @@ void SettingsView::followPreferences()
 {
     connect(m_preferences, &Preferences::convertKeyChanged, this, &SettingsView::showKeys);
     connect(m_preferences, &Preferences::toolsKeyChanged, this, &SettingsView::showKeys);
+    connect(m_preferences, &Preferences::showsTargetsChanged, this, &SettingsView::showDesktop);
     connect(m_preferences, &Preferences::jpegQualityChanged, this, &SettingsView::showQuality);
     const auto showUpdates = [this] {
         m_updates->setChecked(m_preferences->checkForUpdatesAutomatically());
@@ -296,8 +304,15 @@ void SettingsView::showKeys()
 void SettingsView::showDesktop()
 {
     const DesktopAbilities abilities = ThisDesktop::abilities();
-    m_thisDesktop->setText(
-        QStringLiteral("This desktop: %1").arg(ThisDesktop::sentenceFor(abilities, m_preferences->wheelKeys())));
+    const bool showsTargets = m_preferences->showsTargets();
+    m_targets->setChecked(showsTargets);
+    m_targetsNote->setText(ThisDesktop::targetsNoteFor(abilities));
+    m_targets->setAccessibleDescription(m_targetsNote->text());
+    const bool offersTargets =
+        !showsTargets && abilities.seesDrags && !abilities.hasGesture() && !abilities.hasShortcuts();
+    m_thisDesktop->setText(QStringLiteral("This desktop: %1%2")
+                               .arg(ThisDesktop::sentenceFor(abilities, m_preferences->wheelKeys(), showsTargets),
+                                    offersTargets ? QStringLiteral("; or show targets while dragging") : QString()));
     const bool bindsKeys =
         !abilities.hasGesture() && abilities.seesDrags && abilities.step == DesktopAbilities::Step::bindKeys;
     m_keyBindings->setText(bindsKeys ? ThisDesktop::keyBindingsFor(abilities, m_preferences->wheelKeys()) : QString());

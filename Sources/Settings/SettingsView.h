@@ -45,6 +45,8 @@ private:
     QComboBox* m_convertKey = nullptr;
     QComboBox* m_toolsKey = nullptr;
     QLabel* m_sameKey = nullptr;
+    QCheckBox* m_targets = nullptr;
+    QLabel* m_targetsNote = nullptr;
     QLabel* m_thisDesktop = nullptr;
     QLabel* m_keyBindings = nullptr; ///< hidden where none are needed
     QPushButton* m_step = nullptr; ///< for what the user can do about this desktop

@@ -110,8 +110,23 @@ DesktopAbilities abilities()
     return everything;
 }
 
-QString sentenceFor(const DesktopAbilities& abilities, WheelKeys keys)
+QString targetsNoteFor(const DesktopAbilities& abilities)
 {
+    if (!abilities.seesDrags)
+        return QStringLiteral("Not in this session, which tells of no drags.");
+    if (abilities.seesPointer)
+        return QStringLiteral("They appear beside the pointer; a drag onto one opens its wheel.");
+    const QString atEdge =
+        QStringLiteral("They appear near the right edge of the screen; a drag onto one opens its wheel.");
+    if (abilities.seesFiles)
+        return atEdge;
+    return atEdge + QStringLiteral(" This session doesn’t tell what is dragged, so they come with drags of text too.");
+}
+
+QString sentenceFor(const DesktopAbilities& abilities, WheelKeys keys, bool showsTargets)
+{
+    if (!abilities.hasGesture() && abilities.seesDrags && !abilities.hasShortcuts() && showsTargets)
+        return QStringLiteral("Drag files onto a target that appears at the edge of the screen");
     if (!abilities.hasGesture() && abilities.step == DesktopAbilities::Step::showKeysToX11)
         return QStringLiteral("Dragging needs one more step: let legacy X11 apps read modifier keys");
     if (!abilities.hasGesture() && abilities.seesDrags && abilities.step == DesktopAbilities::Step::bindKeys)

@@ -36,8 +36,11 @@ void takeStep(DesktopAbilities::Step step);
 /// The words of a button for that; empty for none.
 QString titleFor(DesktopAbilities::Step step);
 
-/// One line: the way that works here, or what it takes.
-QString sentenceFor(const DesktopAbilities& abilities, WheelKeys keys);
+/// One line: the way that works here, or what it takes. With targets no key is needed.
+QString sentenceFor(const DesktopAbilities& abilities, WheelKeys keys, bool showsTargets = false);
+
+/// Where and when targets appear here.
+QString targetsNoteFor(const DesktopAbilities& abilities);
 
 /// What to add to the configuration of the compositor so that its keys open a wheel, for the step bindKeys; the bare
 /// commands where its language is not known here. Left keys, since right ones are rarely tapped while dragging.

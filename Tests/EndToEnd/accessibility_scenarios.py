@@ -203,10 +203,10 @@ def settings(scene):
     reader = Reader(scene)
     scene.start_again("--settings")
     window = reader.window("Pelgra Settings")
-    expect_all_named_and_reached(scene, reader, window, 6)
+    expect_all_named_and_reached(scene, reader, window, 7)
     labels = [spoken(node) for node in controls(window)]
-    if labels != ["Convert key", "Tools key", "JPEG quality", "Launch at login", "Check for updates automatically",
-                  "Quit Pelgra"]:  # there is no tray here
+    if labels != ["Convert key", "Tools key", "Show targets while dragging", "JPEG quality", "Launch at login",
+                  "Check for updates automatically", "Quit Pelgra"]:  # there is no tray here
         raise Failure(f"the controls are {labels}")
     close_window(scene, "Pelgra Settings")
 

@@ -19,6 +19,7 @@ from desktop import GTK_PYTHON, PATIENCE, WHEEL_SIDE, Desktop, Failure, wait_for
 
 GROUND = (760, 430)  # nothing but the root window
 RADIUS = 94  # the middle of the ring
+TARGET_SIDE = 76  # of a target that opens a wheel, with what surrounds it
 MAGIC = {b".png": b"\x89PNG", b".jpg": b"\xff\xd8\xff"}
 BETWEEN_PRESSES = 0.6  # seconds; two presses in less are a double click, for which a program may have other plans,
 APART = 12  # unless they are so many pixels apart
@@ -185,6 +186,11 @@ class Scene:
         wait_for(lambda: self.display.has_shown(self.window, is_panel, self.shown), "the panel")
         self.shown = len(self.display.shown)
 
+    def has_shown_targets(self):
+        """Whether any were there since the scene began, even if only for a moment; once there is a wheel."""
+        sizes = [(TARGET_SIDE * count, TARGET_SIDE) for count in (1, 2)]
+        return self.display.has_shown(self.window, lambda *size: size in sizes, self.shown)
+
     def expect_end(self):
         self.app.wait_for("Drag session ended", self.since)
         wait_for(lambda: not self.desktop.wheel(), "the wheel to vanish")
@@ -330,6 +336,16 @@ def tap_of_a_millisecond_opens_the_wheel(scene):
         scene.release()
         scene.expect_end()
         scene.drag_again()
+
+
+@scenario
+def targets_are_off_until_chosen(scene):
+    scene.begin_drag("gtk3", address(scene.picture()), point=(240, 260))
+    scene.open_wheel()  # what would have come with the start of the drag has come by now
+    if scene.has_shown_targets():
+        raise Failure("targets that nobody has asked for")
+    scene.release()
+    scene.expect_end()
 
 
 @scenario

@@ -90,6 +90,10 @@ class Story:
         self.wait_for_setting("convertKey", "control")
         self.press("Tab", "Up")
         self.wait_for_setting("toolsKey", "shift")
+        self.press("Tab", "space")
+        self.wait_for_setting("dragTargets", "true")
+        self.press("space")
+        self.wait_for_setting("dragTargets", "false")
         self.press("Tab", "Home")
         self.wait_for_setting("jpegQuality", "0.5")
         entry = self.home / ".config/autostart/org.pelgra.Pelgra.desktop"

@@ -82,11 +82,14 @@ private Q_SLOTS:
 
         preferences.setJPEGQuality(0.3);
         preferences.setCheckForUpdatesAutomatically(false);
+        QVERIFY(!preferences.showsTargets());
+        preferences.setShowsTargets(true);
         QCOMPARE(preferences.jpegQuality(), 0.3);
         const Preferences next(std::make_unique<FilePreferencesStore>(file));
         QCOMPARE(next.toolsKey(), ModifierKey::control);
         QCOMPARE(next.jpegQuality(), 0.5);
         QCOMPARE(next.checkForUpdatesAutomatically(), false);
+        QCOMPARE(next.showsTargets(), true);
     }
 
     void tellsWhetherAChangeIsKept()

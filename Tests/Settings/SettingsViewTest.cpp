@@ -52,6 +52,17 @@ private Q_SLOTS:
         QVERIFY(find<QLabel>("sameKeyWarning")->isHidden());
     }
 
+    void targetsAreOffUntilChosen()
+    {
+        auto* const targets = find<QCheckBox>("dragTargets");
+        QVERIFY(!targets->isChecked());
+        targets->click();
+        QVERIFY(m_preferences->showsTargets());
+        m_preferences->setShowsTargets(false);
+        QVERIFY(!targets->isChecked());
+        QVERIFY(!find<QLabel>("dragTargetsNote")->text().isEmpty());
+    }
+
     void theQualityMovesInStepsBetweenItsEnds()
     {
         auto* const slider = find<QSlider>("jpegQuality");

@@ -45,6 +45,25 @@ private Q_SLOTS:
         QVERIFY(!ThisDesktop::sentenceFor(abilities, {}).contains("one more step"));
     }
 
+    void targetsNeedNoKeyAndPromiseNoMoreThanTheSessionTells()
+    {
+        DesktopAbilities abilities;
+        const QString none = ThisDesktop::targetsNoteFor(abilities);
+        QVERIFY(none.startsWith("Not in this session"));
+        QVERIFY(ThisDesktop::sentenceFor(abilities, {}, true).startsWith("Right-click"));
+        abilities.seesDrags = true;
+        QVERIFY(ThisDesktop::targetsNoteFor(abilities).contains("beside the pointer"));
+        QVERIFY(ThisDesktop::sentenceFor(abilities, {}, true).startsWith("Drag files onto a target"));
+        QVERIFY(ThisDesktop::sentenceFor(abilities, {}, false).startsWith("Right-click"));
+        abilities.seesPointer = false;
+        QVERIFY(ThisDesktop::targetsNoteFor(abilities).contains("right edge"));
+        QVERIFY(!ThisDesktop::targetsNoteFor(abilities).contains("text too"));
+        abilities.seesFiles = false;
+        QVERIFY(ThisDesktop::targetsNoteFor(abilities).contains("text too"));
+        abilities.seesKeys = true;
+        QCOMPARE(ThisDesktop::sentenceFor(abilities, {}, true), QString("Drag files and tap Shift or Super"));
+    }
+
     void namesWhatStandsForTheKeysOnGnome()
     {
         using Step = DesktopAbilities::Step;
