@@ -25,6 +25,9 @@ from wayland import CONTROL, ESCAPE, RETURN, RIGHT, SHIFT, SUPER, UP, FakeInput
 
 SCREEN = (1280, 800)
 RADIUS = 94  # the middle of the ring
+TARGET_SIDE = 76  # of a target that opens a wheel, with what surrounds it
+TARGETS_FROM_EDGE = 97
+MOST_ATTEMPTS = 4  # to enter one
 GROUND = (640, 400)
 EDGE = 12  # beside the drag's threshold
 SCENARIOS = []
@@ -60,7 +63,7 @@ class KWin:
     name = "KDE"
 
     def __init__(self, application, sources, scale=1, outer=None, hides_keys=False, trusts_application=True,
-                 has_x11=True, has_bus=True, traces=False, screens=1):
+                 has_x11=True, has_bus=True, traces=False, screens=1, settings=""):
         self.application = pathlib.Path(application).resolve()
         self.sources = pathlib.Path(sources).resolve()
         self.scale = scale
@@ -71,6 +74,7 @@ class KWin:
         self.has_bus = has_bus
         self.traces = traces
         self.screens = screens  # side by side
+        self.settings = settings  # lines of the application's
         self.processes = []
 
     def __enter__(self):
@@ -89,6 +93,8 @@ class KWin:
         for name in ("home/.config", "run", "work"):
             (self.folder / name).mkdir(mode=0o700, parents=True)
         (self.folder / "home/.config/kwinrc").write_text(KWINRC + "XwaylandEavesdrops=None\n" * self.hides_keys)
+        (self.folder / "home/.config/pelgra").mkdir()
+        (self.folder / "home/.config/pelgra/pelgra.ini").write_text(f"[General]\n{self.settings}\n")
         self.install_entries()
         self.environment = basic_environment(self.folder) | {
             "XDG_SESSION_TYPE": "wayland", "XDG_CURRENT_DESKTOP": self.name, "KWIN_COMPOSE": "Q",
@@ -258,6 +264,23 @@ class Scene:
             return False
         wait_for(opens, "the wheel")
         return self.seconds_to_paint(begin, mark) if self.desktop.traces else None
+
+    def open_wheel_by_target(self, place, kind):
+        """Through the target there. A drag is found at the next movement."""
+        for _ in range(MOST_ATTEMPTS):
+            mark = self.app.mark()
+            self.app.wait_for("Targets shown", self.since)
+            self.glide(place)
+            self.middle = place
+            for step in range(100):
+                if self.app.shows(f"Wheel shown: {kind}", mark, 0.05):
+                    return
+                self.middle = self.place = (place[0] - step % 8, place[1])
+                self.input.move(*self.place)
+            self.release()  # they had gone before the wheel came
+            self.since = self.app.mark()
+            self.pick_up()
+        raise Failure("a target opens no wheel")
 
     def seconds_to_paint(self, begin, mark):
         """Until the application handed the compositor its next picture, as the trace of its requests has it."""

@@ -16,7 +16,7 @@ import sys
 
 import kwin_scenarios
 from desktop import Failure, wait_for
-from kwin_scenarios import GROUND, Scene, run_scenario
+from kwin_scenarios import GROUND, TARGET_SIDE, TARGETS_FROM_EDGE, Scene, run_scenario
 from wayland import SHIFT, VirtualInput
 
 SCENARIOS = []
@@ -158,6 +158,23 @@ def compositor_dies(compositor, application, sources):
             raise Failure(f"the application ended by signal {-status}")
 
 
+def targets_open_wheels(compositor, application, sources):
+    """Near the edge, whatever is dragged."""
+    with compositor(application, sources, settings="dragTargets=true") as desktop:
+        kwin_scenarios.expect_doctor(desktop, "Drag files onto a target that appears at the edge of the screen",
+                                     "Xwayland (beginnings)")
+        width, height = desktop.size
+        x, above_middle = width - TARGETS_FROM_EDGE - TARGET_SIDE / 2, height / 2 - TARGET_SIDE / 2
+        for source in ("qt6", "gtk3", "gtk4"):
+            scene = Scene(desktop, source)
+            scene.start_source(source, scene.picture())
+            scene.pick_up()
+            scene.open_wheel_by_target((x, above_middle), "convert")
+            scene.drop_on_jpg()
+            scene.expect_files("photo.png", "photo.jpg")
+            scene.close()
+
+
 def screens_of_two_scales(compositor, application, sources):
     """A drag from one to the other, and the wheel there."""
     with compositor(application, sources, scales=(1, 1.5)) as desktop:
@@ -172,8 +189,8 @@ def screens_of_two_scales(compositor, application, sources):
 
 
 SESSIONS = {"sway": [typing_looks_for_no_drag, doctor_tells_of_the_bindings, session_without_x11, x_server_dies,
-                     compositor_dies, screens_of_two_scales],
-            "labwc": [typing_looks_for_no_drag, doctor_tells_of_the_bindings]}
+                     compositor_dies, screens_of_two_scales, targets_open_wheels],
+            "labwc": [typing_looks_for_no_drag, doctor_tells_of_the_bindings, targets_open_wheels]}
 COMPOSITORS = {"sway": Sway, "labwc": Labwc}
 
 
