@@ -191,6 +191,9 @@ private Q_SLOTS:
         file.insert(file.end(), second.begin(), second.end());
         for (const auto& [index, first] : {std::pair{0, 10}, {1, 20}, {2, 10}, {-1, 10}})
             QCOMPARE(componentsAt(decode(FileFormat::tiff, file, index).image, 0, 0), std::vector{first});
+        const Bytes heic = heicOfTwo(testPicture(64, 48), testPicture(96, 32));
+        for (const auto& [index, width] : {std::pair{0, 64}, {1, 96}, {2, 64}, {-1, 64}})
+            QCOMPARE(decode(FileFormat::heic, heic, index).image.width, width);
     }
 
     void readsTheKindsOfTiffOthersWrite_data()

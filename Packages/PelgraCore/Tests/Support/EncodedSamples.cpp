@@ -174,6 +174,39 @@ Bytes withWebpChunks(const WebPMemoryWriter& picture, const Bytes& exif, const B
     return bytes;
 }
 
+void check(const heif_error& error)
+{
+    if (error.code != heif_error_Ok)
+        std::abort();
+}
+
+/// The library's picture of an 8-bit RGB one; the caller releases it.
+heif_image* interleaved(const RasterImage& image)
+{
+    heif_image* picture = nullptr;
+    check(heif_image_create(image.width, image.height, heif_colorspace_RGB, heif_chroma_interleaved_RGB, &picture));
+    check(heif_image_add_plane(picture, heif_channel_interleaved, image.width, image.height, 8));
+    int stride = 0;
+    std::uint8_t* const plane = heif_image_get_plane(picture, heif_channel_interleaved, &stride);
+    for (int y = 0; y < image.height; ++y)
+        std::memcpy(plane + y * stride, image.row(y).data(), static_cast<std::size_t>(image.width) * 3);
+    return picture;
+}
+
+Bytes written(heif_context* context)
+{
+    Bytes bytes;
+    heif_writer writer{};
+    writer.writer_api_version = 1;
+    writer.write = [](heif_context*, const void* data, std::size_t size, void* target) {
+        const auto* const begin = static_cast<const std::byte*>(data);
+        static_cast<Bytes*>(target)->assign(begin, begin + size);
+        return heif_error{heif_error_Ok, heif_suberror_Unspecified, nullptr};
+    };
+    check(heif_context_write(context, &writer, &bytes));
+    return bytes;
+}
+
 } // namespace
 
 Bytes jpegSample(const RasterImage& image, const JpegSampleOptions& options)
@@ -301,34 +334,16 @@ Bytes webpAnimationSample(const std::vector<Bytes>& frames, int offset)
 
 Bytes heicWithReducedPrimary(const RasterImage& image, int reducedSide)
 {
-    const auto check = [](const heif_error& error) {
-        if (error.code != heif_error_Ok)
-            std::abort();
-    };
     heif_context* const context = heif_context_alloc();
     heif_encoder* encoder = nullptr;
     check(heif_context_get_encoder_for_format(context, heif_compression_HEVC, &encoder));
-    heif_image* picture = nullptr;
-    check(heif_image_create(image.width, image.height, heif_colorspace_RGB, heif_chroma_interleaved_RGB, &picture));
-    check(heif_image_add_plane(picture, heif_channel_interleaved, image.width, image.height, 8));
-    int stride = 0;
-    std::uint8_t* const plane = heif_image_get_plane(picture, heif_channel_interleaved, &stride);
-    for (int y = 0; y < image.height; ++y)
-        std::memcpy(plane + y * stride, image.row(y).data(), static_cast<std::size_t>(image.width) * 3);
+    heif_image* const picture = interleaved(image);
     heif_image_handle* master = nullptr;
     heif_image_handle* reduced = nullptr;
     check(heif_context_encode_image(context, picture, encoder, nullptr, &master));
     check(heif_context_encode_thumbnail(context, picture, master, encoder, nullptr, reducedSide, &reduced));
     check(heif_context_set_primary_image(context, reduced));
-    Bytes bytes;
-    heif_writer writer{};
-    writer.writer_api_version = 1;
-    writer.write = [](heif_context*, const void* data, std::size_t size, void* target) {
-        const auto* const begin = static_cast<const std::byte*>(data);
-        static_cast<Bytes*>(target)->assign(begin, begin + size);
-        return heif_error{heif_error_Ok, heif_suberror_Unspecified, nullptr};
-    };
-    check(heif_context_write(context, &writer, &bytes));
+    Bytes bytes = written(context);
     heif_image_handle_release(reduced);
     heif_image_handle_release(master);
     heif_image_release(picture);
@@ -337,12 +352,27 @@ Bytes heicWithReducedPrimary(const RasterImage& image, int reducedSide)
     return bytes;
 }
 
+Bytes heicOfTwo(const RasterImage& primary, const RasterImage& other)
+{
+    heif_context* const context = heif_context_alloc();
+    heif_encoder* encoder = nullptr;
+    check(heif_context_get_encoder_for_format(context, heif_compression_HEVC, &encoder));
+    for (const RasterImage* image : {&other, &primary}) {
+        heif_image* const picture = interleaved(*image);
+        heif_image_handle* handle = nullptr;
+        check(heif_context_encode_image(context, picture, encoder, nullptr, &handle));
+        check(heif_context_set_primary_image(context, handle));
+        heif_image_handle_release(handle);
+        heif_image_release(picture);
+    }
+    Bytes bytes = written(context);
+    heif_encoder_release(encoder);
+    heif_context_free(context);
+    return bytes;
+}
+
 RasterImage heicByLibrary(const Bytes& file)
 {
-    const auto check = [](const heif_error& error) {
-        if (error.code != heif_error_Ok)
-            std::abort();
-    };
     heif_context* const context = heif_context_alloc();
     check(heif_context_read_from_memory_without_copy(context, file.data(), file.size(), nullptr));
     heif_image_handle* handle = nullptr;

@@ -112,6 +112,9 @@ Bytes webpAnimationSample(const std::vector<Bytes>& frames, int offset = 0);
 /// A HEIC picture with a reduced copy of it, which the file names as its primary picture.
 Bytes heicWithReducedPrimary(const RasterImage& image, int reducedSide);
 
+/// A HEIC of two 8-bit RGB pictures, the primary one being the second in the file.
+Bytes heicOfTwo(const RasterImage& primary, const RasterImage& other);
+
 /// The primary picture of a HEIC file as its library reads it, in 8-bit RGB.
 RasterImage heicByLibrary(const Bytes& file);
 
