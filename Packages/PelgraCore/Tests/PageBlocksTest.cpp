@@ -170,6 +170,8 @@ private Q_SLOTS:
         words.characters.push_back({U' ', 190, 200, 10});
         std::ranges::copy(piece(second, 90, 100).characters, std::back_inserter(words.characters));
         QCOMPARE(linesOf({piece(U".", 195, 100), piece(U" ", 190, 100), piece(U".", 85, 100), words}), wanted);
+        // Drawn twice to look bold.
+        QCOMPARE(linesOf({piece(first, 200, 100), piece(first, 200.5F, 100)}), utf8(first));
         // Columns stay apart.
         QCOMPARE(linesOf({piece(first, 200, 100), piece(second, 0, 100), piece(first, 200, 112)}).count('|'), 2);
     }

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <functional>
 #include <optional>
+#include <utility>
 
 namespace Pelgra {
 
@@ -135,6 +136,25 @@ TextPiece joined(std::span<const TextPiece* const> parts)
     return whole;
 }
 
+/// The pieces of one baseline: those that stand together become one, from the right, as columns of right-to-left text
+/// follow each other.
+void addJoined(std::vector<TextPiece>& result, std::vector<const TextPiece*> parts)
+{
+    std::ranges::stable_sort(parts, std::greater(),
+                             [](const TextPiece* piece) { return extentOf(piece->characters).end; });
+    for (std::size_t begin = 0, end = 0; begin < parts.size(); begin = end) {
+        Extent reached = extentOf(parts[begin]->characters);
+        for (end = begin + 1; end < parts.size(); ++end) {
+            const Extent extent = extentOf(parts[end]->characters);
+            if (reached.start - extent.end > largestGap * std::max(reached.size, extent.size))
+                break;
+            reached.start = std::min(reached.start, extent.start);
+            reached.size = std::max(reached.size, extent.size);
+        }
+        result.push_back(joined(std::span(parts).subspan(begin, end - begin)));
+    }
+}
+
 /// Words, signs and blanks of a right-to-left line come from several fonts, often all signs of the line before its
 /// words. What stands together on one baseline is one piece, in whatever order it was drawn.
 std::vector<TextPiece> withWholeReversedLines(std::span<const TextPiece> pieces)
@@ -145,33 +165,17 @@ std::vector<TextPiece> withWholeReversedLines(std::span<const TextPiece> pieces)
         while (end < pieces.size() && isOnBaselineOf(pieces[end - 1], pieces[end]))
             ++end;
         const std::span<const TextPiece> group = pieces.subspan(first, end - first);
-        const bool isReversed = group.size() > 1
-            && std::ranges::any_of(group, [](const TextPiece& piece) { return hasRightToLeft(piece.characters); });
+        const bool isReversed = group.size() > 1 && std::ranges::any_of(group, hasRightToLeft, &TextPiece::characters);
         if (!isReversed) {
             result.insert(result.end(), group.begin(), group.end());
             continue;
         }
         std::vector<const TextPiece*> parts;
-        for (const TextPiece& piece : group)
-            parts.push_back(&piece);
-        // From the right, as columns of such text follow each other.
-        std::ranges::stable_sort(parts, std::greater(),
-                                 [](const TextPiece* piece) { return extentOf(piece->characters).end; });
-        std::size_t begin = 0;
-        Extent reached = extentOf(parts.front()->characters);
-        for (std::size_t i = 1; i <= parts.size(); ++i) {
-            if (i < parts.size()) {
-                const Extent extent = extentOf(parts[i]->characters);
-                if (reached.start - extent.end <= largestGap * std::max(reached.size, extent.size)) {
-                    reached.start = std::min(reached.start, extent.start);
-                    reached.size = std::max(reached.size, extent.size);
-                    continue;
-                }
-                reached = extent;
-            }
-            result.push_back(joined(std::span(parts).subspan(begin, i - begin)));
-            begin = i;
+        for (std::size_t index = first; index < end; ++index) {
+            if (!isRepeated(pieces.first(index), pieces[index]))
+                parts.push_back(&pieces[index]);
         }
+        addJoined(result, std::move(parts));
     }
     return result;
 }
@@ -252,7 +256,8 @@ bool runsAlong(const VisualLine& line, const VisualLine& other)
 
 std::vector<VisualLine> visualLinesFrom(std::span<const TextPiece> pieces)
 {
-    std::vector<VisualLine> lines = linesOfPieces(withWholeReversedLines(pieces));
+    const bool isReversed = std::ranges::any_of(pieces, hasRightToLeft, &TextPiece::characters);
+    std::vector<VisualLine> lines = isReversed ? linesOfPieces(withWholeReversedLines(pieces)) : linesOfPieces(pieces);
     keepInk(lines);
     joinLateMarkers(lines, pieces);
     restoreBullets(lines);
